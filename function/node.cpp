@@ -1,0 +1,197 @@
+#include "function/node.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "function/oid.h"
+#include "zevsic/trace.h"
+
+mib_node *head = nullptr;
+mib_node *prev = nullptr;
+
+std::unique_ptr<char[]> copy_text(std::string_view text) {
+    auto copy = std::make_unique_for_overwrite<char[]>(text.size() + 1);
+    memcpy(copy.get(), text.data(), text.size());
+    copy[text.size()] = '\0';
+    return copy;
+}
+
+static bool has_slot(const mib_node *node, int arc) {
+    return (node->child_map[arc / 32] >> (arc % 32)) & 1;
+}
+
+int child_slot(int arc, const uint32_t (&map)[8]) {
+    int bits = 0;
+    for (int word = 0; word < arc / 32; word++) bits += std::popcount(map[word]);
+    return bits + std::popcount(map[arc / 32] << (31 - arc % 32)) - 1;
+}
+
+void ensure_child_slot(mib_node *node, int arc) {
+    if (has_slot(node, arc)) return;
+    const int count = node->child_count;
+    node->child_map[arc / 32] |= 1U << (arc % 32);
+    const int position = child_slot(arc, node->child_map);
+    // Room grows by doubling: a column of n rows costs O(n) copies, not O(n²).
+    if (std::has_single_bit(static_cast<unsigned>(count)) || count == 0) {
+        auto grown = std::make_unique_for_overwrite<mib_node *[]>(count == 0 ? 1 : 2 * count);
+        std::copy_n(node->children.get(), count, grown.get());
+        node->children = std::move(grown);
+    }
+    mib_node **slots = node->children.get();
+    memmove(slots + position + 1, slots + position, (count - position) * sizeof *slots);
+    slots[position] = nullptr;
+    node->child_count = count + 1;
+}
+
+mib_node *find_child(mib_node *node, int arc) {
+    if (arc < 0 || arc > MAX_ARC) return nullptr;
+    ensure_child_slot(node, arc);
+    return node->children[child_slot(arc, node->child_map)];
+}
+
+mib_node *run_end(mib_node *node) {
+    while (node->run_last) node = node->run_last;
+    return node;
+}
+
+// Enters a node that has just been linked into the list into the nest of runs.
+static void join_run(mib_node *node) {
+    const std::string_view oid = node->oid.get();
+    mib_node *below = nullptr;  // the run inside `outer` that ends where the node begins
+    mib_node *outer = node->list_prev;
+    while (!oid.starts_with(outer->oid.get())) {
+        below = outer;
+        outer = outer->run_parent;
+    }
+    node->run_parent = outer;
+    if (outer->run_last == below) outer->run_last = node;
+    // A node put in front of its siblings takes those behind it into its run whose texts begin with its own:
+    // arc 1 in front of 10 and 100.
+    mib_node *next = node->list_next;
+    while (next != head && std::string_view(next->oid.get()).starts_with(oid)) {
+        if (outer->run_last == next) outer->run_last = node;
+        next->run_parent = node;
+        node->run_last = next;
+        next = run_end(next)->list_next;
+    }
+}
+
+void alloc_root() {
+    head = new mib_node;
+    head->kind = ROOT;
+    head->oid = copy_text(ROOT_OID);
+    head->list_next = head->list_prev = head;
+    prev = head;
+}
+
+mib_node *ALLOC_NODE(const char *relative, uint8_t type, MibHandler handler) {
+    char path[RELATIVE_OID_SIZE];
+    snprintf(path, sizeof path, "%s", relative);
+
+    auto *node = new mib_node;
+    if (type == TYPE_NONE || type == LEAF || type == INDEX)
+        node->kind = type;
+    else
+        node->kind = handler ? LEAF : INSTANCE;
+    const std::string_view root = ROOT_OID;
+    const std::string_view tail = path;
+    node->oid = std::make_unique_for_overwrite<char[]>(root.size() + tail.size() + 2);
+    memcpy(node->oid.get(), root.data(), root.size());
+    node->oid[root.size()] = '.';
+    memcpy(node->oid.get() + root.size() + 1, tail.data(), tail.size() + 1);
+    node->type = type;
+    node->handler = handler;
+
+    TRACE("node %s  ->  %s,str:%s\n", prev->oid.get(), node->oid.get(), relative);
+    node->list_prev = prev;
+    node->list_next = prev->list_next;
+    prev->list_next->list_prev = node;
+    prev->list_next = node;
+    prev = node;
+    join_run(node);
+
+    ArcReader arcs(path);
+    mib_node *parent = nullptr;
+    mib_node *current = head;
+    for (int arc; arcs.next(&arc);) {
+        if (!parent)
+            TRACE("pch:%.*s,str:%s,subtree:%d\n", static_cast<int>(arcs.text().size()), arcs.text().data(),
+                  relative, arc);
+        TRACE("node_num:%d\n", arc);
+        parent = current;
+        ensure_child_slot(parent, arc);
+        const int slot = child_slot(arc, parent->child_map);
+        TRACE("dot:%d\n", slot);
+        current = parent->children[slot];
+        if (arcs.at_end()) parent->children[slot] = node;
+    }
+    return node;
+}
+
+static void free_children(mib_node *node) {
+    node->children.reset();
+    node->child_count = 0;
+    memset(node->child_map, 0, sizeof node->child_map);
+}
+
+void clear_child_node(mib_node *node) {
+    TRACE_LOCATION("function", __func__);
+    free_children(node);
+    node->run_last = nullptr;
+    const std::string_view oid = node->oid.get();
+    mib_node *next = node->list_next;
+    while (next != head && std::string_view(next->oid.get()).starts_with(oid)) {
+        mib_node *gone = next;
+        next = next->list_next;
+        TRACE("Free oid=%s\n", gone->oid.get());
+        delete gone;
+    }
+    node->list_next = next;
+    next->list_prev = node;
+}
+
+void free_tree() {
+    if (!head) return;
+    clear_child_node(head);
+    delete head;
+    head = prev = nullptr;
+}
+
+void dump_node(const mib_node *node) {
+    if (!node) {
+        TRACE("NULL\n");
+        return;
+    }
+    if (node->kind == INSTANCE) TRACE(" oid=%s value=%s\n", node->oid.get(), node->value.get());
+    for (int slot = 0; slot < node->child_count; slot++) {
+        if (!node->children[slot]) continue;
+        TRACE(" [%d] ", slot);
+        dump_node(node->children[slot]);
+        TRACE("\n");
+    }
+}
+
+void print_root(const mib_node *root) {
+    if (!root) {
+        TRACE("NULL\n");
+        return;
+    }
+    TRACE(" oid=%s \n", root->oid.get());
+    for (const mib_node *node = root->list_next;; node = node->list_next) {
+        if (!node) {
+            TRACE("NULL\n");
+            return;
+        }
+        if (node == root) {
+            TRACE("END\n");
+            return;
+        }
+        if (node->kind == INSTANCE)
+            TRACE(" oid=%s value=%s\n", node->oid.get(), node->value.get());
+        else
+            TRACE(" oid=%s\n", node->oid.get());
+    }
+}

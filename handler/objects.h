@@ -1,0 +1,13 @@
+// The handlers of all objects: one function each, named after its object, declared from the registration
+// lists.
+#pragma once
+
+#include "function/node.h"
+
+#define BRANCH(oid)
+#define OBJECT(oid, name, ...)                                                                               \
+    snmp_reply *name(snmp_reply *reply, mib_node *node, uint8_t kind, const char *instance, char *set_value, \
+                     int first_arc);
+#include "function/groups/all.def"
+#undef BRANCH
+#undef OBJECT

@@ -1,0 +1,54 @@
+// The device as the programs see it: its files and its tools. Every absolute path and every tool goes
+// through here, so that a whole device can live in a folder (environment variable ZEVSIC_ROOT).
+#pragma once
+
+#include <string>
+#include <string_view>
+
+// The path below the device root; the path itself when no root is set.
+std::string device_path(std::string_view absolute);
+
+// Puts the root's sbin, bin and usr/bin in front of PATH. Does nothing without a root.
+void prepare_tool_path();
+
+// Runs a command line in /bin/sh and waits: the exit status, 128 + signal, or −1 when it could not start or
+// was refused. The child starts with default signals, in a process group of its own, with an empty standard
+// input and no descriptor above 2. With a root set, `date` and `reboot` run only when the root has its own.
+// A text with a NUL is no command.
+int run_command(const std::string &command);
+
+struct CommandOutput {
+    bool started;      // false: the command could not be run
+    std::string text;  // what it printed on standard output, at most COMMAND_OUTPUT_LIMIT bytes
+};
+constexpr size_t COMMAND_OUTPUT_LIMIT = 4U << 20;
+
+// Runs a command line in /bin/sh and collects its standard output; the rest is as in run_command. A command
+// that has neither printed nor ended for 10 s is ended with its children and reads as one that printed
+// nothing.
+CommandOutput read_command(const std::string &command);
+
+// A word as it must stand in a shell command: unchanged when it is not empty and made of letters, digits
+// and ._-/:@%+, only; else quoted so that the shell passes it on unchanged as one word. Ends at a NUL.
+std::string shell_word(std::string_view text);
+
+// A text inside a single-quoted part of a command ('...%s...'): ' becomes '\''. Ends at a NUL.
+std::string inside_single_quotes(std::string_view text);
+
+// A text inside a URL: every byte but letters, digits and ._-~/:@+, is percent-encoded.
+std::string url_text(std::string_view text);
+
+// Opens a file of the device without following a link at its last component: the descriptor
+// (close-on-exec), or −1 with errno.
+int open_device_file(std::string_view absolute, int flags, unsigned mode = 0);
+
+// Up to `limit` bytes of a device file. False when it cannot be read or is no regular file; below /tmp also
+// when it is a link.
+bool read_device_file(std::string_view absolute, size_t limit, std::string *out);
+
+bool device_file_exists(std::string_view absolute);
+
+// Creates a lock file that must not exist yet (O_EXCL) holding the time in seconds and a newline.
+bool create_lock_file(std::string_view absolute);
+
+void remove_device_file(std::string_view absolute);

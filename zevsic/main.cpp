@@ -1,0 +1,45 @@
+// zevsic: the SNMP sub-agent of an access point. Builds the whole agent before the request socket exists,
+// then serves until it is ended from outside.
+#include <signal.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "function/agent.h"
+#include "platform/device.h"
+#include "zevsic/loop.h"
+#include "zevsic/options.h"
+#include "zevsic/reload.h"
+#include "zevsic/server.h"
+
+static void write_pid_file() {
+    FILE *file = fopen(device_path("/var/run/zevsic.pid").c_str(), "we");
+    if (!file) {
+        perror("opening pid file.\n");
+        exit(1);
+    }
+    fprintf(file, "%d", getpid());
+    fclose(file);
+}
+
+int main(int argc, char **argv) {
+    // A reload asked for while the agent is still being built waits until the loop can serve it.
+    sigset_t usr2;
+    sigemptyset(&usr2);
+    sigaddset(&usr2, SIGUSR2);
+    sigprocmask(SIG_BLOCK, &usr2, nullptr);
+    signal(SIGPIPE, SIG_IGN);
+
+    setvbuf(stdout, nullptr, _IOLBF, 0);  // a killed daemon leaves whole trace lines behind
+    read_options(argc, argv);
+    write_pid_file();
+    prepare_tool_path();
+    init_norvalis();
+    init_loop();
+    const int listener = init_nonblock_socket();
+    run_loop(listener, reload_agent);
+    close(listener);
+    free_agent();
+    return 0;
+}

@@ -1,0 +1,14 @@
+#include "zevsic/reload.h"
+
+#include "function/agent.h"
+#include "handler/commit.h"
+#include "platform/zevcfg.h"
+
+void reload_agent() {
+    if (access_lock > 0) {
+        unlock_zevcfg(access_lock);
+        access_lock = 0;
+    }
+    free_agent();
+    init_norvalis();
+}

@@ -1,0 +1,79 @@
+#include "zevsic/server.h"
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "platform/device.h"
+#include "zevsic/dispatch.h"
+#include "zevsic/trace.h"
+
+constexpr int BACKLOG = 128;
+
+[[noreturn]] static void error(const char *message) {
+    perror(message);
+    exit(0);
+}
+
+int init_nonblock_socket() {
+    const std::string path = device_path("/tmp/zevsic_sock");
+    unlink(path.c_str());
+    const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (listener < 0) error("creating socket");
+    const int on = 1;
+    setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path) {
+        errno = ENAMETOOLONG;
+        error("binding socket");
+    }
+    memcpy(address.sun_path, path.data(), path.size());
+    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size());
+    const mode_t mask = umask(0117);
+    const int bound = bind(listener, reinterpret_cast<sockaddr *>(&address), length);
+    umask(mask);
+    if (bound < 0) error("binding socket");
+    listen(listener, BACKLOG);
+    return listener;
+}
+
+int accept_client(int listener) {
+    const int client = accept4(listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    if (client < 0) printf("accept clisock error, code = %d\n", client);
+    return client;
+}
+
+Received read_request(int client, snmp_request *request) {
+    char *record = reinterpret_cast<char *>(request);
+    const ssize_t length = read(client, record, RECORD_SIZE);
+    if (length < 0) {
+        if (errno == EAGAIN || errno == EINTR) return Received::NOTHING_YET;
+        printf(" read fail\n");
+        return Received::FAILED;
+    }
+    memset(record + length, 0, RECORD_SIZE - length);
+    request->oid[TEXT_SIZE - 1] = '\0';
+    request->set[TEXT_SIZE - 1] = '\0';
+    return Received::RECORD;
+}
+
+void serve_request(int client, snmp_request *request) {
+    static snmp_reply reply;  // all zero between requests
+    TRACE("recv oid=%s type = %s\n", request->oid, type_to_str(request->type));
+    snmp_exec(&reply, request);
+    // An empty socket takes a whole record at once. A peer that has gone is no reason to end (SIGPIPE is
+    // ignored).
+    if (write(client, &reply, RECORD_SIZE) != static_cast<ssize_t>(RECORD_SIZE)) TRACE("write fail\n");
+    close(client);
+    clear_reply(&reply);
+}
