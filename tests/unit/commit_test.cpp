@@ -1,0 +1,97 @@
+// Save and apply.
+#include <unistd.h>
+
+#include "tests/unit/agent_fixture.h"
+
+using Items = std::vector<std::string>;
+
+class CommitTest : public AgentTest {
+  protected:
+    static int apply() { return set("1.62.0", "integer 1"); }
+    // The worker's last act is to remove the lock file.
+    bool apply_ends() const {
+        for (int i = 0; i < 500 && root.has("/tmp/lock_snmp_apply_file"); i++) usleep(10000);
+        return !root.has("/tmp/lock_snmp_apply_file");
+    }
+};
+
+TEST_F(CommitTest, SaveWritesTheQueueAndNeverApplies) {
+    set("1.1.0", "string \"ap\"");
+    set("1.1.0", "string \"ap 2\"");
+    EXPECT_EQ(set("1.68.0", "integer 0"), STATUS_ACCEPTED);
+    EXPECT_EQ(queued().size(), 2U);
+    EXPECT_EQ(set("1.68.0", "integer 2"), STATUS_WRONG_VALUE);
+    EXPECT_EQ(set("1.68.0", "integer 1"), STATUS_ACCEPTED);
+    EXPECT_EQ((fake.working[{"device", "name"}]), "ap 2");
+    EXPECT_EQ(queued(), Items{});
+    EXPECT_EQ(get("1.68.0"), (Answer{INTEGER, "1.68.0", "0"}));
+
+    set("1.1.0", "string \"lost\"");
+    fake.saving_fails = true;
+    EXPECT_EQ(set("1.68.0", "integer 1"), STATUS_WRONG_VALUE);
+    EXPECT_EQ(queued(), Items{}) << "a failed write discards the queue";
+}
+
+TEST_F(CommitTest, ApplyLeavesNothingButItself) {
+    root.write("/tmp/sync_config", "0\n");
+    set("1.1.0", "string \"ap\"");
+    // The walk has filled the tree below the leaf that the SET is called on.
+    get("1.62.0");
+    EXPECT_EQ(apply(), STATUS_ACCEPTED);
+    EXPECT_EQ((fake.working[{"device", "name"}]), "ap");
+    EXPECT_EQ(get("1.1.0"), (Answer{0, "", ""}));
+    EXPECT_EQ(get("1.62.0"), (Answer{INTEGER, "1.62.0", "1"}));
+    EXPECT_EQ(next(""), (Answer{INTEGER, "1.62.0", "1"}));
+    EXPECT_EQ(next("1.62.0"), (Answer{0, "", ""}));
+    EXPECT_TRUE(apply_ends());
+    build();
+    EXPECT_EQ(get("1.1.0").value, "ap");
+    EXPECT_EQ(get("1.62.0").value, "0");
+}
+
+TEST_F(CommitTest, ApplyRefusals) {
+    EXPECT_EQ(set("1.62.0", "integer 0"), STATUS_ACCEPTED);
+    EXPECT_EQ(set("1.62.0", "integer 2"), STATUS_WRONG_VALUE);
+
+    set("1.1.0", "string \"kept\"");
+    root.write("/tmp/lock_snmp_apply_file", "1\n");
+    EXPECT_EQ(apply(), STATUS_WRONG_VALUE) << "an apply is running";
+    EXPECT_EQ(queued(), Items{"device name=kept"});
+    EXPECT_EQ(get("1.62.0").value, "1");
+    unlink(root.path("/tmp/lock_snmp_apply_file").c_str());
+
+    fake.locked = true;
+    EXPECT_EQ(apply(), STATUS_WRONG_VALUE) << "another party holds the store";
+    EXPECT_EQ(queued(), Items{"device name=kept"});
+    EXPECT_EQ(get("1.62.0").value, "1");
+    fake.locked = false;
+
+    EXPECT_EQ(apply(), STATUS_WRONG_VALUE) << "nothing was saved";
+    EXPECT_EQ(queued(), Items{});
+    EXPECT_FALSE(root.has("/tmp/lock_snmp_apply_file"));
+
+    root.write("/tmp/sync_config", "1\n");
+    EXPECT_EQ(apply(), STATUS_WRONG_VALUE) << "needs a reboot";
+    EXPECT_FALSE(root.has("/tmp/lock_snmp_apply_file"));
+    EXPECT_EQ(get("1.62.0").value, "-1");
+
+    root.write("/tmp/sync_config", "0\n");
+    fake.saving_fails = true;
+    EXPECT_EQ(apply(), STATUS_WRONG_VALUE);
+    EXPECT_FALSE(root.has("/tmp/lock_snmp_apply_file"));
+}
+
+TEST_F(CommitTest, StateOfTheApplyObject) {
+    EXPECT_EQ(get("1.62.0").value, "0");
+    fake.need_reboot = true;
+    zevap->sample_time = 0;
+    EXPECT_EQ(get("1.62.0").value, "-1");
+    root.write("/tmp/lock_snmp_apply_file", "1\n");
+    EXPECT_EQ(get("1.62.0").value, "-1") << "whatever the lock file says";
+    fake.need_reboot = false;
+    EXPECT_EQ(traced([] {
+                  get("1.62.0");
+              }).find("already applying\n Get applying state:Applying from ZEVCFG.\n") != std::string::npos,
+              true);
+    EXPECT_EQ(get("1.62.1"), (Answer{0, "", ""}));
+}

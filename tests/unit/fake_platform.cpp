@@ -1,0 +1,198 @@
+#include "tests/unit/fake_platform.h"
+
+#include <cstdio>
+#include <cstring>
+
+FakePlatform fake;
+
+struct zevcfg_object {
+    bool running;
+};
+struct zevcfg_handle {
+    bool running;
+};
+zevcfg_object config_ram{false};
+zevcfg_object current_config{true};
+
+struct cfg_item {
+    unsigned group_id;
+    std::string key, value;
+    cfg_item *next;
+};
+
+#define ID4(base, i) (base) + (i), (base) + (i) + 1, (base) + (i) + 2, (base) + (i) + 3
+#define ID16(base, i) ID4(base, i), ID4(base, (i) + 4), ID4(base, (i) + 8), ID4(base, (i) + 12)
+const unsigned gid_rf[2] = {0x100, 0x101};
+const unsigned gid_vap[32] = {ID16(0x200, 0), ID16(0x200, 16)};
+const unsigned gid_vap_sec[32] = {ID16(0x300, 0), ID16(0x300, 16)};
+const unsigned gid_vap_hs20[32] = {ID16(0x400, 0), ID16(0x400, 16)};
+const unsigned gid_wme[8] = {ID4(0x500, 0), ID4(0x500, 4)};
+const unsigned gid_wds_link[16] = {ID16(0x600, 0)};
+
+static std::string group_text(unsigned id) {
+    static const std::map<unsigned, const char *> fixed = {
+        {GID_DEVICE, "device"},
+        {GID_SYSTIME, "systime"},
+        {GID_WAN_IP, "wan_ip"},
+        {GID_NETWORK_L2, "network_L2"},
+        {GID_BFIREWALL, "bfirewall"},
+        {GID_BFW_SERVICE, "bfw_service"},
+        {GID_BFW_DAI, "bfw_dai"},
+        {GID_IPV6, "ipv6"},
+        {GID_SYSLOG, "syslog"},
+        {GID_SNMP, "snmp"},
+        {GID_REMOTE_MANAGE, "remote_manage"},
+        {GID_WES, "wes"},
+        {GID_CAPWAP, "capwap"},
+    };
+    if (const auto entry = fixed.find(id); entry != fixed.end()) return entry->second;
+    const int i = static_cast<int>(id & 0xff);
+    char text[32];
+    switch (id & ~0xffU) {
+        case 0x100:
+            snprintf(text, sizeof text, "rf%d", i + 1);
+            break;
+        case 0x200:
+            snprintf(text, sizeof text, "rf%d_vap%d", i / 16 + 1, i % 16 + 1);
+            break;
+        case 0x300:
+            snprintf(text, sizeof text, "rf%d_vap%d_sec", i / 16 + 1, i % 16 + 1);
+            break;
+        case 0x400:
+            snprintf(text, sizeof text, "rf%d_vap%d_hs20", i / 16 + 1, i % 16 + 1);
+            break;
+        case 0x500:
+            snprintf(text, sizeof text, "rf%d_wme%d", i / 4 + 1, i % 4 + 1);
+            break;
+        case 0x600:
+            snprintf(text, sizeof text, "rf%d_wds%d", i / 8 + 1, i % 8 + 1);
+            break;
+        default:
+            snprintf(text, sizeof text, "unknown group %x", id);
+    }
+    return text;
+}
+
+std::vector<std::string> list_texts(const cfg_item *head) {
+    std::vector<std::string> texts;
+    for (; head; head = head->next)
+        texts.push_back(group_text(head->group_id) + " " + head->key + "=" + head->value);
+    return texts;
+}
+
+template <typename Map, typename Key>
+static int read_from(const Map &map, const Key &key, char *out, size_t size = STORE_TEXT_SIZE) {
+    const auto entry = map.find(key);
+    if (entry == map.end()) return STORE_NO_SUCH_ITEM;
+    snprintf(out, size, "%s", entry->second.c_str());
+    return 0;
+}
+
+extern "C" {
+
+zevcfg_handle *init_zevcfg_f(zevcfg_object *object) {
+    fake.open_handles++;
+    return new zevcfg_handle{object->running};
+}
+void close_zevcfg(zevcfg_handle *handle) {
+    if (handle) fake.open_handles--;
+    delete handle;
+}
+
+int get_cfg_item_by_str(zevcfg_handle *handle, const char *group, const char *key, char *out) {
+    fake.items_read++;
+    return read_from(handle->running ? fake.running : fake.working,
+                     std::pair<std::string, std::string>(group, key), out);
+}
+int get_cfg_item(zevcfg_handle *handle, unsigned group_id, const char *key, char *out) {
+    return get_cfg_item_by_str(handle, group_text(group_id).c_str(), key, out);
+}
+
+cfg_item *append_cfg_item(cfg_item *head, unsigned group_id, const char *key, const char *value) {
+    cfg_item **end = &head;
+    while (*end) end = &(*end)->next;
+    *end = new cfg_item{group_id, key, value, nullptr};
+    return head;
+}
+void free_item_list(cfg_item *head) {
+    while (head) {
+        cfg_item *next = head->next;
+        delete head;
+        head = next;
+    }
+}
+int set_cfg_items_snmp(zevcfg_handle *, const cfg_item *head) {
+    if (fake.saving_fails) return -1;
+    for (; head; head = head->next) fake.working[{group_text(head->group_id), head->key}] = head->value;
+    return 0;
+}
+int lock_zevcfg(int, int) {
+    return fake.locked ? -1 : 5;
+}
+void unlock_zevcfg(int) {}
+int apply_cfg(zevcfg_handle *) {
+    return fake.apply_result;
+}
+int reset_zevcfg() {
+    return 0;
+}
+int check_apply_need_reboot() {
+    return fake.need_reboot;
+}
+int get_sys_item(const char *name, char *out) {
+    return read_from(fake.system_items, std::string(name), out);
+}
+int get_rc_env(const char *name, char *out, size_t size) {
+    return read_from(fake.environment, std::string(name), out, size);
+}
+cfg_item *check_vap_band_steering(zevcfg_handle *, const char *band_steering, cfg_item *head, int radio,
+                                  int vap, const char *ssid, const char *state) {
+    fake.steering_calls.push_back(std::string(band_steering) + " " + std::to_string(radio) + " " +
+                                  std::to_string(vap) + " " + (ssid ? ssid : "-") + " " +
+                                  (state ? state : "-"));
+    return head;
+}
+
+int get_ifname_by_idx(int kind, int radio, int vap, char *out) {
+    if (kind != IFNAME_VAP) return 0;
+    return read_from(fake.ifnames, std::pair(radio, vap), out, IFNAME_SIZE) == 0;
+}
+int rf_is_offload(int radio) {
+    return fake.offload[radio];
+}
+int get_rf_capable_mode(int radio, unsigned *capability) {
+    if (radio < 1 || radio > 2) return -1;
+    *capability = fake.capability[radio - 1];
+    return 0;
+}
+int get_max_txpwr_level(int radio) {
+    return fake.txpower_levels[radio - 1];
+}
+int get_txchainmask(int radio) {
+    return fake.chain_mask[radio];
+}
+int find_enabled_vap(int radio, char *ifname) {
+    return read_from(fake.enabled_vaps, radio, ifname, IFNAME_SIZE) == 0;
+}
+
+sta_entry *get_sta_list(const char *ifname) {
+    sta_entry *list = nullptr;
+    sta_entry **end = &list;
+    for (const FakeStation &station : fake.stations[ifname]) {
+        *end = new sta_entry{};
+        snprintf((*end)->mac, sizeof(*end)->mac, "%s", station.mac.c_str());
+        (*end)->rssi = station.rssi;
+        (*end)->tx_bytes = station.tx_bytes;
+        (*end)->rx_bytes = station.rx_bytes;
+        end = &(*end)->next;
+    }
+    return list;
+}
+void free_sta_list(sta_entry *list) {
+    while (list) {
+        sta_entry *next = list->next;
+        delete list;
+        list = next;
+    }
+}
+}

@@ -1,0 +1,163 @@
+// GET, SET and GETNEXT, with the system objects and with toy objects whose handlers misbehave.
+#include "function/resolve.h"
+
+#include <ctime>
+#include <string>
+
+#include "function/rows.h"
+#include "tests/unit/agent_fixture.h"
+
+class ResolveTest : public AgentTest {
+  protected:
+    ResolveTest() {
+        fake.item("device", "name", "ap");
+        build();
+    }
+};
+
+TEST_F(ResolveTest, OidsThatNameNoInstanceAnswerNothing) {
+    const std::string long_arc(3000, '1');
+    std::string many_arcs = "1.1";
+    for (int i = 0; i < 2000; i++) many_arcs += ".0";
+    for (const std::string &oid :
+         {std::string("1"), std::string("1.1"), std::string("9.1.1.0"), std::string("1.28.0"),
+          std::string("1.1.5"), std::string("1.1.256"), std::string("1.-1.0"), std::string("1.1.-1"),
+          std::string("1.x.0"), std::string("1.1.x"), std::string("4294967297.1.0"),
+          std::string("1.18446744073709551617.0"), "1." + long_arc, "1.1." + long_arc, many_arcs,
+          std::string("")}) {
+        EXPECT_EQ(get(oid), (Answer{0, "", ""})) << oid.substr(0, 40);
+        EXPECT_EQ(set(oid, "string x"), 0) << oid.substr(0, 40);
+    }
+    EXPECT_EQ(get("1.1.0"), (Answer{STRING, "1.1.0", "ap"}));
+    // Again, now that the object answers from its cache.
+    for (const std::string oid : {"1.1", "1.1.5", "1.1.256", "1.1.-1", "1.1.0.0", "1.1.0.7"})
+        EXPECT_EQ(get(oid), (Answer{0, "", ""})) << oid;
+}
+
+TEST_F(ResolveTest, GetnextFollowsRegistration) {
+    struct {
+        const char *from, *answered;
+    } cases[] = {
+        {"", "1.1.0"},      {"1", "1.1.0"},       {"1.1", "1.1.0"},  {"1.1.0", "1.2.0"},
+        {"1.1.5", "1.1.0"}, {"1.27.0", "1.29.0"}, {"1.28", "1.1.0"}, {"1.300", "1.1.0"},
+        {"9", ""},          {"9.1", ""},          {"1.1.5.1", ""},   {"-1", ""},
+    };
+    get("1.27.0");
+    for (const auto &c : cases) EXPECT_EQ(next(c.from).oid, c.answered) << "from " << c.from;
+}
+
+TEST_F(ResolveTest, ASecondGetIsServedFromTheTree) {
+    get("1.1.0");
+    fake.working[{"device", "name"}] = "changed";
+    fake.items_read = 0;
+    EXPECT_EQ(get("1.1.0").value, "ap");
+    EXPECT_EQ(fake.items_read, 0);
+    build();
+    EXPECT_EQ(get("1.1.0").value, "changed");
+}
+
+TEST_F(ResolveTest, LiveObjectsAreAskedAgainWhenDue) {
+    fake.system_items["date"] = "first";
+    EXPECT_EQ(get("1.14.0").value, "first");
+    fake.system_items["date"] = "second";
+    EXPECT_EQ(get("1.14.0").value, "first");
+    zevap->sample_time = 0;
+    EXPECT_EQ(get("1.14.0").value, "second");
+
+    // With the clock set back the stamp lies ahead: not due until the clock has passed it.
+    zevap->sample_time = 100;
+    mib_node *leaf = find_child(find_child(head, 1), 14);
+    leaf->update_stamp = static_cast<int32_t>(time(nullptr)) + 5000;
+    fake.system_items["date"] = "third";
+    EXPECT_EQ(get("1.14.0").value, "second");
+    leaf->update_stamp = static_cast<int32_t>(time(nullptr)) - 100;
+    EXPECT_EQ(get("1.14.0").value, "third");
+}
+
+TEST_F(ResolveTest, SetTexts) {
+    struct {
+        uint8_t type;
+        const char *text;
+        int accepted;
+        const char *value;
+    } cases[] = {
+        {INTEGER, "integer 6", 1, "6"},
+        {INTEGER, "  integer   6", 1, "6"},
+        {INTEGER, "integer", 1, ""},
+        {INTEGER, "integers 6", 1, "6"},  // a word that begins with the type's name
+        {INTEGER, "int 6", 0, "int 6"},
+        {INTEGER, "string 6", 0, "string 6"},
+        {INTEGER, "", 0, ""},
+        {STRING, "string \"two words\"", 1, "two words"},
+        {STRING, "string plain text", 1, "plain text"},
+        {STRING, "string a\"b", 1, "\""},
+        {STRING, "string \"", 1, ""},
+        {STRING, "string \"\"", 1, ""},
+        {STRING, "string \"one\nline\"", 1, "on"},
+    };
+    for (const auto &c : cases) {
+        char text[TEXT_SIZE] = {};
+        snprintf(text, sizeof text, "%s", c.text);
+        EXPECT_EQ(check_set_type(c.type, text), c.accepted) << c.text;
+        EXPECT_STREQ(text, c.value) << c.text;
+    }
+}
+
+TEST_F(ResolveTest, TheTypeWordMustNameTheObjectsType) {
+    EXPECT_EQ(set("1.15.0", "string \"10.0.0.1\""), STATUS_WRONG_TYPE);
+    EXPECT_EQ(set("1.15.0", "ipaddress 10.0.0.1"), STATUS_ACCEPTED);
+    EXPECT_EQ(set("1.1.0", ""), STATUS_WRONG_TYPE);
+}
+
+// A live table whose handler drops the rows, the requested one among them, at every call.
+static int table_rows;
+static int rebuilds;
+static snmp_reply *live_column(snmp_reply *reply, mib_node *node, uint8_t, const char *instance, char *,
+                               int) {
+    clear_child_node(node);
+    rebuilds++;
+    update_time(node);
+    for (int row = 1; row <= table_rows; row++) {
+        snmp_reply scratch{};
+        update_data(std::to_string(row) == instance ? reply : &scratch, node, "cell", row);
+    }
+    return reply;
+}
+
+TEST_F(ResolveTest, AWalkOfATableRebuiltAtEveryStepEnds) {
+    clear_child_node(head);
+    prev = head;
+    ALLOC_NODE("5", TYPE_NONE, nullptr);
+    ALLOC_NODE("5.1", STRING, live_column);
+    zevap->sample_time = 0;
+    table_rows = 4;
+    rebuilds = 0;
+    std::string oid = "5";
+    std::string walked;
+    for (int steps = 0; steps < 10; steps++) {
+        const Answer answer = next(oid);
+        if (answer.oid.empty()) break;
+        walked += answer.oid + " ";
+        oid = answer.oid;
+    }
+    EXPECT_EQ(walked, "5.1.1 5.1.2 5.1.3 5.1.4 ");
+    EXPECT_GT(rebuilds, 4);
+
+    // The row asked about leaves meanwhile.
+    table_rows = 1;
+    EXPECT_EQ(next("5.1.3"), (Answer{0, "", ""}));
+    EXPECT_EQ(next("5.1"), (Answer{STRING, "5.1.1", "cell"}));
+    table_rows = 0;
+    EXPECT_EQ(next("5"), (Answer{0, "", ""}));
+}
+
+TEST_F(ResolveTest, TraceOfAGet) {
+    EXPECT_EQ(
+        traced([] { get("1.18.0"); }).substr(0, 100),
+        std::string("GET 1.3.6.1.4.1.48019.6.1.18.0\nGET (1.3.6.1.4.1.48019.6.1.18.0)\nnow=1 \nnow=18 \n"
+                    "node_type=0 \nnow=0 \nnode_type=21 \nneed update\n")
+            .substr(0, 100));
+    const std::string cached = traced([] { get("1.18.0"); });
+    EXPECT_NE(cached.find("function just_output:"), std::string::npos);
+    EXPECT_NE(cached.find("type=ipaddress data=\n"), std::string::npos);
+}
