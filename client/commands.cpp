@@ -1,0 +1,216 @@
+#include "client/commands.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <thread>
+#include <unordered_set>
+
+#include "client/output.h"
+#include "client/protocol.h"
+
+static int complain(int status, const std::string &text) {
+    fprintf(stderr, "zevctl: %s\n", text.c_str());
+    return status;
+}
+
+static int print_value(const Client &client, const Target &target, int type, const std::string &value) {
+    printf("%s\n", (client.json ? value_json : value_line)(target, type, value).c_str());
+    return EXIT_DONE;
+}
+
+// GET or GETNEXT of one OID, printed.
+static int print_answer(const Client &client, RequestKind kind, const Target &target) {
+    const Answer answer = exchange(client.socket, kind, target.oid, "", client.timeout_ms);
+    if (!answer.error.empty()) return complain(EXIT_NO_DAEMON, answer.error);
+    if (answer.reply.reply_status == STATUS_NOTHING)
+        return complain(EXIT_REFUSED, format_name(target) + (kind == KIND_GET ? ": no such object or instance"
+                                                                              : ": nothing behind it"));
+    return print_value(client, locate(answer.reply.oid), answer.reply.reply_status, answer.reply.value);
+}
+
+int get(const Client &client, const std::vector<std::string> &objects) {
+    int worst = EXIT_DONE;
+    for (const std::string &object : objects) {
+        const Target target = parse_instance(object);
+        const int status = target.error.empty() ? print_answer(client, KIND_GET, target)
+                                                : complain(EXIT_REFUSED, target.error);
+        if (status == EXIT_NO_DAEMON) return status;
+        if (status != EXIT_DONE) worst = status;
+    }
+    return worst;
+}
+
+int get_next(const Client &client, const std::string &object) {
+    const Target target = parse_target(object);
+    if (!target.error.empty()) return complain(EXIT_REFUSED, target.error);
+    return print_answer(client, KIND_GETNEXT, target);
+}
+
+static std::string refusal(const Object &object, int status) {
+    const std::string accepted = accepted_values(object);
+    switch (status) {
+        case STATUS_NOTHING:
+            return "no such object or instance";
+        case STATUS_READ_ONLY:
+            return "not writable";
+        case STATUS_WRONG_TYPE:
+            return "wrong type";
+        case STATUS_WRONG_VALUE:
+            return "value refused" + (accepted.empty() ? "" : " (accepted: " + accepted + ")");
+        default:
+            return "answered with the unknown status " + std::to_string(status);
+    }
+}
+
+// Sends a SET. On success `wire` holds the value as it was sent.
+static int send_set(const Client &client, const Target &target, const std::string &value, std::string *wire) {
+    std::string error;
+    if (!target.object)
+        return complain(EXIT_REFUSED, target.oid + ": not a known object, so its type is not known");
+    *wire = wire_value(*target.object, value);
+    const std::string text = set_text(*target.object, *wire, &error);
+    if (!error.empty()) return complain(EXIT_REFUSED, format_name(target) + ": " + error);
+    const Answer answer = exchange(client.socket, KIND_SET, target.oid, text, client.timeout_ms);
+    if (!answer.error.empty()) return complain(EXIT_NO_DAEMON, answer.error);
+    if (answer.reply.reply_status != STATUS_ACCEPTED)
+        return complain(EXIT_REFUSED,
+                        format_name(target) + ": " + refusal(*target.object, answer.reply.reply_status));
+    return EXIT_DONE;
+}
+
+int set(const Client &client, const std::string &object, const std::string &value) {
+    const Target target = parse_instance(object);
+    std::string wire;
+    if (!target.error.empty()) return complain(EXIT_REFUSED, target.error);
+    const int status = send_set(client, target, value, &wire);
+    return status == EXIT_DONE ? print_value(client, target, target.object->type, wire) : status;
+}
+
+// Calls `visit` for every value at or below an OID.
+static int walk_values(const Client &client, const std::string &from,
+                       const std::function<void(const Target &, const snmp_reply &)> &visit) {
+    // An instance is its own subtree and nothing follows it there.
+    Answer answer = exchange(client.socket, KIND_GET, from, "", client.timeout_ms);
+    if (answer.error.empty() && answer.reply.reply_status != STATUS_NOTHING) {
+        visit(locate(answer.reply.oid), answer.reply);
+        return EXIT_DONE;
+    }
+    std::string last = from;
+    std::unordered_set<std::string> seen;
+    while (answer.error.empty()) {
+        answer = exchange(client.socket, KIND_GETNEXT, last, "", client.timeout_ms);
+        if (!answer.error.empty()) break;
+        const std::string next = answer.reply.oid;
+        if (answer.reply.reply_status == STATUS_NOTHING) {
+            // Either the end of the tree, or the row asked about is gone and the walk cannot go on.
+            if (last == from) return EXIT_DONE;
+            answer = exchange(client.socket, KIND_GET, last, "", client.timeout_ms);
+            if (!answer.error.empty()) break;
+            if (answer.reply.reply_status != STATUS_NOTHING) return EXIT_DONE;
+            return complain(EXIT_REFUSED, "the tables changed during the walk, which is not complete");
+        }
+        if (!next.starts_with(from + ".")) return EXIT_DONE;
+        // Rows of live tables are made anew now and then, so a walk may be led back; it must end all the
+        // same.
+        if (!seen.insert(next).second)
+            return complain(EXIT_REFUSED, "the tables changed during the walk, which is not complete");
+        visit(locate(next), answer.reply);
+        last = next;
+    }
+    return complain(EXIT_NO_DAEMON, answer.error);
+}
+
+int walk(const Client &client, const std::string &from) {
+    const Target target = parse_target(from.empty() ? ROOT_OID : from);
+    if (!target.error.empty()) return complain(EXIT_REFUSED, target.error);
+    const char *separator = "[\n";
+    const int status = walk_values(client, target.oid, [&](const Target &at, const snmp_reply &reply) {
+        if (client.json) {
+            printf("%s%s", separator, value_json(at, reply.reply_status, reply.value).c_str());
+            separator = ",\n";
+        } else {
+            print_value(client, at, reply.reply_status, reply.value);
+        }
+    });
+    if (client.json) puts(*separator == '[' ? "[]" : "\n]");
+    return status;
+}
+
+int table(const Client &client, const std::vector<std::string> &objects) {
+    Table rows;
+    for (const std::string &object : objects) {
+        const Target target = parse_target(object);
+        if (!target.error.empty()) return complain(EXIT_REFUSED, target.error);
+        const int status = walk_values(client, target.oid, [&](const Target &at, const snmp_reply &reply) {
+            rows.put(at, reply.value);
+        });
+        if (status != EXIT_DONE) return status;
+    }
+    rows.print(client.json);
+    return EXIT_DONE;
+}
+
+int dump(const Client &client) {
+    const Answer answer = exchange(client.socket, KIND_DUMP, ROOT_OID, "", client.timeout_ms);
+    if (!answer.error.empty()) return complain(EXIT_NO_DAEMON, answer.error);
+    puts("The daemon has written its tree to its trace output.");
+    return EXIT_DONE;
+}
+
+int save(const Client &client) {
+    std::string wire;
+    return send_set(client, parse_instance("APSysSaveConfig"), "1", &wire);
+}
+
+// Waits until the daemon has the whole tree again and reads idle. While an apply runs the tree holds nothing
+// but the apply object; that one may go on showing an old state, so it is asked last.
+static int wait_for_apply(const Client &client, const Target &apply_object, int limit_ms) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(limit_ms);
+    const bool terminal = isatty(STDERR_FILENO) != 0;
+    if (terminal) fprintf(stderr, "applying ");
+    int status = -1;
+    std::string words;
+    while (status < 0) {
+        Answer answer = exchange(client.socket, KIND_GETNEXT, ROOT_OID, "", client.timeout_ms);
+        const bool whole = answer.error.empty() && answer.reply.oid != apply_object.oid;
+        if (whole) answer = exchange(client.socket, KIND_GET, apply_object.oid, "", client.timeout_ms);
+        const std::string state = answer.reply.value;
+        if (!answer.error.empty()) {
+            status = EXIT_REFUSED;
+            words = "the apply failed, the daemon is gone: " + answer.error;
+        } else if (whole && state == "0") {
+            status = EXIT_DONE;
+        } else if (state == "-1") {
+            status = EXIT_REFUSED;
+            words = "a reboot is needed for the changes to take effect";
+        } else if (std::chrono::steady_clock::now() >= deadline) {
+            status = EXIT_REFUSED;
+            words = "the apply has not ended yet";
+        } else {
+            if (terminal) fprintf(stderr, ".");
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        }
+    }
+    if (terminal) fprintf(stderr, status == EXIT_DONE ? " done\n" : "\n");
+    return words.empty() ? status : complain(status, words);
+}
+
+int apply(const Client &client, bool wait, int limit_ms) {
+    const Target target = parse_instance("APSysApplyConfig");
+    const Answer answer = exchange(client.socket, KIND_SET, target.oid, "integer 1", client.timeout_ms);
+    if (!answer.error.empty()) return complain(EXIT_NO_DAEMON, answer.error);
+    if (answer.reply.reply_status == STATUS_ACCEPTED)
+        return wait ? wait_for_apply(client, target, limit_ms) : EXIT_DONE;
+    if (answer.reply.reply_status != STATUS_WRONG_VALUE)
+        return complain(EXIT_REFUSED, "apply: " + refusal(*target.object, answer.reply.reply_status));
+    // The daemon does not say why it refused; the state it shows now tells the likely reasons apart.
+    const Answer now = exchange(client.socket, KIND_GET, target.oid, "", client.timeout_ms);
+    const std::string state = now.reply.value;
+    if (state == "-1")
+        return complain(EXIT_REFUSED, "saved, but a reboot is needed for the changes to take effect");
+    if (state == "1") return complain(EXIT_REFUSED, "not applied: an apply is already running");
+    return complain(EXIT_REFUSED, "not applied: no changes are saved, or they could not be written");
+}

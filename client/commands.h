@@ -1,0 +1,30 @@
+// The subcommands of zevctl. Each prints its result on standard output, a failure as one line on standard
+// error, and returns the exit status.
+#pragma once
+
+#include <string>
+#include <vector>
+
+struct Client {
+    std::string socket;
+    int timeout_ms = 5000;  // of one request
+    bool json = false;
+};
+
+enum Exit { EXIT_DONE = 0, EXIT_REFUSED = 1, EXIT_USAGE = 2, EXIT_NO_DAEMON = 3 };
+
+int get(const Client &client, const std::vector<std::string> &objects);
+int get_next(const Client &client, const std::string &object);
+int set(const Client &client, const std::string &object, const std::string &value);
+
+// All values of a subtree in the daemon's order; `from` empty is the whole tree.
+int walk(const Client &client, const std::string &from);
+
+// The subtrees as rows and columns.
+int table(const Client &client, const std::vector<std::string> &objects);
+
+int dump(const Client &client);
+int save(const Client &client);
+
+// Starts an apply; `wait` also waits for its end, at most `limit_ms`.
+int apply(const Client &client, bool wait, int limit_ms = 60000);

@@ -1,0 +1,102 @@
+// zevctl: the daemon's request socket from the command line.
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+
+#include "client/commands.h"
+#include "client/protocol.h"
+#include "function/registry.h"
+
+static int names() {
+    for (const Object &object : OBJECTS)
+        if (!object.is_branch()) puts(object.name);
+    return EXIT_DONE;
+}
+
+static int run(std::vector<std::string> arguments) {
+    Client client;
+    client.socket = default_socket();
+    double seconds = client.timeout_ms / 1000.0;
+    std::vector<std::string> objects;
+    std::string from;
+    bool wait = false;
+    int status = EXIT_DONE;
+
+    CLI::App app(
+        "Reads and writes the objects of the access point through the daemon's request socket.\n\n"
+        "OBJ is NAME, NAME.INSTANCE (APSysName.0, VAPESSID.1.3), an OID below the root (3.1.1.3.1.3)\n"
+        "or a full OID. Exit status: 0 done, 1 refused or failed, 2 wrong usage, 3 no answer.",
+        "zevctl");
+    app.require_subcommand(1);
+    app.fallthrough();
+    app.set_version_flag("--version", "zevctl " ZEVSIC_VERSION);
+    app.add_option("--socket", client.socket, "Socket of the daemon")
+        ->type_name("PATH")
+        ->capture_default_str();
+    app.add_option("--timeout", seconds, "Time limit of a request")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.001, 3600.0))
+        ->capture_default_str();
+    app.add_flag("--json", client.json, "Print values as JSON");
+
+    auto *get_command = app.add_subcommand("get", "Print values");
+    get_command->add_option("OBJ", objects)->required();
+    get_command->final_callback([&] { status = get(client, objects); });
+
+    auto *next_command = app.add_subcommand("getnext", "Print the value behind an object or instance");
+    next_command->add_option("OBJ", from)->required();
+    next_command->final_callback([&] { status = get_next(client, from); });
+
+    std::string value;
+    auto *set_command = app.add_subcommand("set", "Set a value: a number, a word or a text");
+    set_command->add_option("OBJ", from)->required();
+    set_command->add_option("VALUE", value, "Put -- in front of a text that begins with -")->required();
+    set_command->final_callback([&] { status = set(client, from, value); });
+
+    auto *walk_command = app.add_subcommand("walk", "Print all values of the tree, or below FROM");
+    walk_command->add_option("FROM", from, "Object, branch or instance");
+    walk_command->final_callback([&] { status = walk(client, from); });
+
+    auto *table_command =
+        app.add_subcommand("table", "Print columns, or all columns below a branch, as a table");
+    table_command->add_option("OBJ", objects)->required();
+    table_command->final_callback([&] { status = table(client, objects); });
+
+    app.add_subcommand("dump", "Have the daemon write its tree to its trace output")->final_callback([&] {
+        status = dump(client);
+    });
+    app.add_subcommand("save", "Write the pending changes to the working configuration")->final_callback([&] {
+        status = save(client);
+    });
+    auto *apply_command = app.add_subcommand("apply", "Save the pending changes and make them effective");
+    apply_command->add_flag("--wait", wait, "Wait for the end of the apply, at most 60 s");
+    apply_command->final_callback([&] { status = apply(client, wait); });
+
+    app.add_subcommand("names", "Print the names of all objects")->group("")->final_callback([&] {
+        status = names();
+    });
+
+    app.parse_complete_callback([&] { client.timeout_ms = static_cast<int>(seconds * 1000); });
+
+    // A negative number is a value and no option.
+    const auto negative = std::find_if(arguments.begin(), arguments.end(), [](const std::string &argument) {
+        return argument == "--" || (argument[0] == '-' && argument[1] >= '0' && argument[1] <= '9');
+    });
+    if (negative != arguments.end() && *negative != "--") arguments.insert(negative, "--");
+    std::reverse(arguments.begin(), arguments.end());  // as the parser takes them
+    try {
+        app.parse(arguments);
+    } catch (const CLI::ParseError &error) {
+        return app.exit(error) == 0 ? EXIT_DONE : EXIT_USAGE;
+    }
+    return status;
+}
+
+int main(int argc, char **argv) {
+    try {
+        return run({argv + 1, argv + argc});
+    } catch (const std::exception &error) {
+        fprintf(stderr, "zevctl: %s\n", error.what());
+        return EXIT_REFUSED;
+    }
+}

@@ -1,0 +1,15 @@
+// The text files that zevcfg carries.
+#pragma once
+
+#include <cstddef>
+
+struct EmbeddedFile {
+    const char *path;  // absolute, on the device
+    unsigned mode;
+    const char *text;
+};
+
+extern const char *const factory_settings;
+extern const char *const demo_settings;
+extern const EmbeddedFile demo_files[];
+extern const size_t demo_file_count;

@@ -1,0 +1,114 @@
+// The store behind zevcfg.h: one SQLite database below /var/lib/zevcfg that any number of processes read and
+// write. Inside the built-in platform layer only.
+//
+// Every text of the store lives in a layer under a group and a key. The three configurations are layers;
+// system items and the rc environment are layers with the one group "".
+#pragma once
+
+#include <array>
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+// The numbers are stored.
+enum Layer : int {
+    LAYER_FACTORY = 0,
+    LAYER_WORKING = 1,
+    LAYER_RUNNING = 2,
+    LAYER_PREVIOUS = 3,  // the running configuration before the apply that goes on
+    LAYER_SYSTEM = 4,
+    LAYER_ENVIRONMENT = 5,
+    LAYER_COUNT = 6,
+};
+
+constexpr char STORE_FOLDER[] = "/var/lib/zevcfg";
+constexpr char STORE_FILE[] = "/var/lib/zevcfg/zevcfg.db";
+constexpr char SYNC_FILE[] = "/tmp/sync_config";
+
+struct CloseDatabase {
+    void operator()(sqlite3 *db) const;
+};
+struct FinalizeStatement {
+    void operator()(sqlite3_stmt *statement) const;
+};
+using Database = std::unique_ptr<sqlite3, CloseDatabase>;
+using Statement = std::unique_ptr<sqlite3_stmt, FinalizeStatement>;
+
+struct StoreItem {
+    std::string group, key, value;
+};
+
+// ---- the database (store_db.cpp); a connection is used by one thread at a time ----
+
+// Null when there is no store or it cannot be opened.
+Database open_store();
+// What a new store holds. The working layer's items are put on top of the factory configuration, and the
+// running configuration becomes a copy of that.
+using StoreContents = std::array<std::vector<StoreItem>, LAYER_COUNT>;
+// False when the store could not be made; true, with nothing changed, when there is one already. The folder
+// must exist.
+bool create_store(const StoreContents &contents);
+
+// A write transaction, rolled back unless committed.
+class Transaction {
+  public:
+    explicit Transaction(sqlite3 *db);
+    ~Transaction();
+    Transaction(const Transaction &) = delete;
+    Transaction &operator=(const Transaction &) = delete;
+    bool started() const { return open_; }
+    bool commit();
+
+  private:
+    sqlite3 *db_;
+    bool open_;
+};
+
+// Null and a message on standard error when the text is no statement.
+Statement prepare(sqlite3 *db, const char *sql);
+// Runs a statement that returns no rows, texts bound in order from parameter 2 and the layer to parameter 1.
+bool run(sqlite3_stmt *statement, Layer layer, std::initializer_list<std::string_view> texts);
+
+bool put_items(sqlite3 *db, Layer layer, const std::vector<StoreItem> &items);
+// True when there was such an item.
+bool remove_item(sqlite3 *db, Layer layer, std::string_view group, std::string_view key);
+bool copy_layer(sqlite3 *db, Layer from, Layer to);
+// The items of a layer, of one group when `group` is not empty, sorted by group and key.
+bool list_items(sqlite3 *db, Layer layer, std::string_view group, std::vector<StoreItem> *out);
+
+// ---- reading and writing through the process's one cached connection (store_items.cpp); any thread ----
+
+// 0 and the text, or STORE_NO_SUCH_ITEM.
+int find_item(Layer layer, std::string_view group, std::string_view key, std::string *out);
+// Copies into a caller's buffer, cut to its size.
+void copy_text(std::string_view text, char *out, size_t size);
+
+// The set item, or what the kernel knows.
+bool system_item(std::string_view name, std::string *out);
+
+struct cfg_item;
+struct QueuedItem {
+    unsigned group_id;
+    std::string key, value;
+};
+std::vector<QueuedItem> queued_items(const cfg_item *head);
+
+// ---- group ids (store_groups.cpp) ----
+
+const char *group_name(unsigned group_id);  // null for an unknown id
+
+// ---- the marker of saved changes (store_sync.cpp) ----
+
+// Its state, to be put back when what changed it fails.
+struct SyncMarker {
+    bool exists;
+    std::string text;
+};
+SyncMarker read_sync_marker();
+bool write_sync_marker(const SyncMarker &marker);  // also removes it
+bool needs_reboot(const SyncMarker &marker);

@@ -1,0 +1,243 @@
+// Reading and writing items. The process keeps the items of a layer in memory and reads the layer again
+// when another connection has committed; asking SQLite whether one has takes about 2 µs.
+#include <sqlite3.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <unordered_map>
+
+#include "platform/builtin/store.h"
+#include "platform/device.h"
+#include "platform/zevcfg.h"
+
+static constexpr char REBOOT_GROUPS[] = "REBOOT_GROUPS";  // the variable that lists them
+
+struct zevcfg_object {
+    Layer layer;
+};
+struct zevcfg_handle {
+    Layer layer;
+    int opened;
+};
+// The head also knows the last item, so that appending does not walk the list.
+struct cfg_item {
+    cfg_item *next;
+    cfg_item *last;
+    unsigned group_id;
+    std::string key, value;
+};
+
+extern "C" {
+zevcfg_object config_ram = {LAYER_WORKING};
+zevcfg_object current_config = {LAYER_RUNNING};
+}
+
+namespace {
+
+struct CachedLayer {
+    std::unordered_map<std::string, std::string> items;  // by cache_key
+    sqlite3_int64 version = -1;                          // of the database when the layer was read
+};
+
+// The process's connection and what it has read. Handles are two counters in here: a stale one never dangles.
+struct Cache {
+    std::mutex mutex;
+    std::string path;
+    ino_t inode = 0;
+    Database db;
+    Statement version;
+    CachedLayer layers[LAYER_COUNT];
+    zevcfg_handle working = {LAYER_WORKING, 0};
+    zevcfg_handle running = {LAYER_RUNNING, 0};
+    std::string key;  // of the look-up that goes on; a member so that it is not allocated each time
+};
+
+}  // namespace
+
+// Never destroyed: a thread may still be reading while the process exits.
+static Cache &cache() {
+    static auto *instance = new Cache;
+    return *instance;
+}
+
+static const std::string &cache_key(Cache &c, std::string_view group, std::string_view key) {
+    c.key.assign(group).push_back('\0');
+    c.key.append(key);
+    return c.key;
+}
+
+static void close_cache(Cache &c) {
+    for (CachedLayer &layer : c.layers) layer = CachedLayer();
+    c.version.reset();
+    c.db.reset();
+}
+
+static bool open_cache(Cache &c) {
+    std::string path = device_path(STORE_FILE);
+    if (c.db && path == c.path) return true;
+    close_cache(c);
+    struct stat facts = {};
+    if (stat(path.c_str(), &facts) != 0) return false;
+    c.db = open_store();
+    if (!c.db) return false;
+    c.version = prepare(c.db.get(), "PRAGMA data_version");
+    c.path = path;
+    c.inode = facts.st_ino;
+    return true;
+}
+
+// Brings a layer up to date. When that fails for a moment the items read before are served.
+static void refresh(Cache &c, Layer layer) {
+    CachedLayer &cached = c.layers[layer];
+    sqlite3_int64 version = cached.version;
+    if (c.version && sqlite3_step(c.version.get()) == SQLITE_ROW)
+        version = sqlite3_column_int64(c.version.get(), 0);
+    sqlite3_reset(c.version.get());
+    if (version == cached.version) return;
+    std::vector<StoreItem> items;
+    if (!list_items(c.db.get(), layer, "", &items)) return;
+    cached.items.clear();
+    cached.items.reserve(items.size());
+    for (StoreItem &item : items) cached.items[cache_key(c, item.group, item.key)] = std::move(item.value);
+    cached.version = version;
+}
+
+static const std::string *look_up(Cache &c, Layer layer, std::string_view group, std::string_view key) {
+    if (!open_cache(c)) return nullptr;
+    refresh(c, layer);
+    auto found = c.layers[layer].items.find(cache_key(c, group, key));
+    return found == c.layers[layer].items.end() ? nullptr : &found->second;
+}
+
+int find_item(Layer layer, std::string_view group, std::string_view key, std::string *out) {
+    Cache &c = cache();
+    std::lock_guard lock(c.mutex);
+    const std::string *text = look_up(c, layer, group, key);
+    if (text == nullptr) return STORE_NO_SUCH_ITEM;
+    *out = *text;
+    return 0;
+}
+
+void copy_text(std::string_view text, char *out, size_t size) {
+    if (size == 0) return;
+    text = text.substr(0, size - 1);
+    memcpy(out, text.data(), text.size());
+    out[text.size()] = '\0';
+}
+
+zevcfg_handle *init_zevcfg_f(zevcfg_object *object) {
+    Cache &c = cache();
+    std::lock_guard lock(c.mutex);
+    // The store may have been made anew at the same place.
+    struct stat facts = {};
+    if (c.db && (stat(c.path.c_str(), &facts) != 0 || facts.st_ino != c.inode)) close_cache(c);
+    if (object == nullptr || !open_cache(c)) return nullptr;
+    zevcfg_handle *handle = object->layer == LAYER_WORKING ? &c.working : &c.running;
+    handle->opened++;
+    return handle;
+}
+
+void close_zevcfg(zevcfg_handle *handle) {
+    Cache &c = cache();
+    std::lock_guard lock(c.mutex);
+    if (handle == nullptr || handle->opened == 0) return;
+    handle->opened--;
+    if (c.working.opened + c.running.opened == 0) close_cache(c);
+}
+
+int get_cfg_item_by_str(zevcfg_handle *handle, const char *group, const char *key, char *out) {
+    if (handle == nullptr) return STORE_NO_SUCH_ITEM;
+    Cache &c = cache();
+    std::lock_guard lock(c.mutex);
+    const std::string *text = look_up(c, handle->layer, group, key);
+    if (text == nullptr) return STORE_NO_SUCH_ITEM;
+    copy_text(*text, out, STORE_TEXT_SIZE);
+    return 0;
+}
+
+int get_cfg_item(zevcfg_handle *handle, unsigned group_id, const char *key, char *out) {
+    const char *group = group_name(group_id);
+    return group == nullptr ? STORE_NO_SUCH_ITEM : get_cfg_item_by_str(handle, group, key, out);
+}
+
+cfg_item *append_cfg_item(cfg_item *head, unsigned group_id, const char *key, const char *value) {
+    auto *item = new cfg_item{nullptr, nullptr, group_id, key, value != nullptr ? value : ""};
+    if (head == nullptr) {
+        item->last = item;
+        return item;
+    }
+    head->last->next = item;
+    head->last = item;
+    return head;
+}
+
+void free_item_list(cfg_item *head) {
+    while (head != nullptr) {
+        cfg_item *next = head->next;
+        delete head;
+        head = next;
+    }
+}
+
+std::vector<QueuedItem> queued_items(const cfg_item *head) {
+    std::vector<QueuedItem> items;
+    for (const cfg_item *item = head; item != nullptr; item = item->next)
+        items.push_back({item->group_id, item->key, item->value});
+    return items;
+}
+
+static bool lists_word(std::string_view list, std::string_view word) {
+    while (!list.empty()) {
+        size_t end = std::min(list.find_first_of(" \t"), list.size());
+        if (list.substr(0, end) == word) return true;
+        list.remove_prefix(std::min(end + 1, list.size()));
+    }
+    return false;
+}
+
+// Writes the items and the marker of saved changes; both are there or neither.
+static bool save_items(Cache &c, const std::vector<StoreItem> &items) {
+    Transaction transaction(c.db.get());
+    if (!transaction.started()) return false;
+    const std::string *reboot_groups = look_up(c, LAYER_ENVIRONMENT, "", REBOOT_GROUPS);
+    SyncMarker before = read_sync_marker();
+    bool reboot = needs_reboot(before);
+    for (const StoreItem &item : items) {
+        if (reboot || reboot_groups == nullptr || !lists_word(*reboot_groups, item.group)) continue;
+        const std::string *old = look_up(c, LAYER_WORKING, item.group, item.key);
+        reboot = old == nullptr || *old != item.value;
+    }
+    if (!put_items(c.db.get(), LAYER_WORKING, items)) return false;
+    if (write_sync_marker({true, reboot ? "1\n" : "0\n"}) && transaction.commit()) return true;
+    write_sync_marker(before);
+    return false;
+}
+
+int set_cfg_items_snmp(zevcfg_handle *handle, const cfg_item *head) {
+    if (handle == nullptr || handle->layer != LAYER_WORKING) return -1;
+    std::vector<StoreItem> items;
+    for (const cfg_item *item = head; item != nullptr; item = item->next) {
+        const char *group = group_name(item->group_id);
+        if (group == nullptr) return -1;
+        items.push_back({group, item->key, item->value});
+    }
+    Cache &c = cache();
+    std::lock_guard lock(c.mutex);
+    if (!open_cache(c)) return -1;
+    if (items.empty()) return 0;
+    if (!save_items(c, items)) return -1;
+    // SQLite tells of other connections' commits only.
+    for (StoreItem &item : items)
+        c.layers[LAYER_WORKING].items[cache_key(c, item.group, item.key)] = std::move(item.value);
+    return 0;
+}
+
+int get_rc_env(const char *name, char *out, size_t size) {
+    std::string text;
+    int result = find_item(LAYER_ENVIRONMENT, "", name, &text);
+    if (result == 0) copy_text(text, out, size);
+    return result;
+}

@@ -1,0 +1,275 @@
+// The command line of the configuration store.
+#include "platform/zevcfg.h"
+
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+
+#include "platform/builtin/device_setup.h"
+#include "platform/builtin/store.h"
+
+enum ExitStatus : int { DONE = 0, FAILED = 1, WRONG_USAGE = 2, NO_SUCH_ITEM = 4 };
+
+static int fail(const char *why, int status = FAILED) {
+    fprintf(stderr, "zevcfg: %s\n", why);
+    return status;
+}
+
+static constexpr char NO_STORE[] = "no configuration store (zevcfg init makes one)";
+
+// What the command line names.
+struct Request {
+    bool demo = false;
+    bool current = false;
+    std::string group, key, value, file;
+    std::vector<std::string> command;
+
+    Layer configuration() const { return current ? LAYER_RUNNING : LAYER_WORKING; }
+};
+
+// ---- items ----
+
+static int get(Layer layer, const Request &request) {
+    std::string text;
+    bool found = layer == LAYER_SYSTEM ? system_item(request.key, &text)
+                                       : find_item(layer, request.group, request.key, &text) == 0;
+    if (!found && !open_store()) return fail(NO_STORE);
+    if (!found) return fail("no such item", NO_SUCH_ITEM);
+    std::cout << text << '\n';
+    return DONE;
+}
+
+static int set(Layer layer, const Request &request) {
+    Database db = open_store();
+    if (!db) return fail(NO_STORE);
+    Transaction transaction(db.get());
+    bool written = transaction.started() &&
+                   put_items(db.get(), layer, {{request.group, request.key, request.value}}) &&
+                   transaction.commit();
+    return written ? DONE : fail("cannot write the item");
+}
+
+static int unset(Layer layer, const Request &request) {
+    Database db = open_store();
+    if (!db) return fail(NO_STORE);
+    Transaction transaction(db.get());
+    if (!transaction.started()) return fail("cannot remove the item");
+    if (!remove_item(db.get(), layer, request.group, request.key)) return fail("no such item", NO_SUCH_ITEM);
+    return transaction.commit() ? DONE : fail("cannot remove the item");
+}
+
+// ---- export and import: GROUP<TAB>KEY<TAB>VALUE ----
+
+static std::string escaped(std::string_view text) {
+    std::string result;
+    for (char c : text) {
+        if (c == '\t')
+            result += "\\t";
+        else if (c == '\n')
+            result += "\\n";
+        else if (c == '\\')
+            result += "\\\\";
+        else
+            result += c;
+    }
+    return result;
+}
+
+static bool unescape(std::string_view text, std::string *out) {
+    out->clear();
+    for (size_t i = 0; i < text.size(); i++) {
+        char c = text[i];
+        if (c == '\\') {
+            i++;
+            char code = i < text.size() ? text[i] : '\0';
+            if (code != 't' && code != 'n' && code != '\\') return false;
+            c = code == 't' ? '\t' : code == 'n' ? '\n' : '\\';
+        }
+        out->push_back(c);
+    }
+    return text.find('\0') == std::string_view::npos;
+}
+
+static int export_items(const Request &request) {
+    Database db = open_store();
+    if (!db) return fail(NO_STORE);
+    std::vector<StoreItem> items;
+    if (!list_items(db.get(), request.configuration(), request.group, &items))
+        return fail("cannot read the store");
+    for (const StoreItem &item : items)
+        std::cout << escaped(item.group) << '\t' << escaped(item.key) << '\t' << escaped(item.value) << '\n';
+    return std::cout.flush() ? DONE : fail("cannot write the output");
+}
+
+static bool read_item(std::string_view line, StoreItem *item) {
+    size_t first = line.find('\t');
+    size_t second = first == std::string_view::npos ? first : line.find('\t', first + 1);
+    if (second == std::string_view::npos || line.find('\t', second + 1) != std::string_view::npos)
+        return false;
+    return unescape(line.substr(0, first), &item->group) &&
+           unescape(line.substr(first + 1, second - first - 1), &item->key) &&
+           unescape(line.substr(second + 1), &item->value) && !item->group.empty() && !item->key.empty();
+}
+
+static int import_items(const Request &request) {
+    std::ifstream file;
+    if (!request.file.empty()) file.open(request.file);
+    std::istream &input = request.file.empty() ? std::cin : file;
+    if (!input) return fail("cannot read the file");
+    std::vector<StoreItem> items;
+    for (std::string line; std::getline(input, line);) {
+        StoreItem item;
+        if (!read_item(line, &item))
+            return fail(
+                ("line " + std::to_string(items.size() + 1) + " is not GROUP<TAB>KEY<TAB>VALUE").c_str());
+        items.push_back(std::move(item));
+    }
+    if (input.bad()) return fail("cannot read the file");
+    Database db = open_store();
+    if (!db) return fail(NO_STORE);
+    Transaction transaction(db.get());
+    bool written =
+        transaction.started() && put_items(db.get(), request.configuration(), items) && transaction.commit();
+    return written ? DONE : fail("cannot write the items");
+}
+
+// ---- apply, reset, lock ----
+
+static int apply() {
+    zevcfg_handle *handle = init_zevcfg_f(&config_ram);
+    if (handle == nullptr) return fail(NO_STORE);
+    int result = apply_cfg(handle);
+    close_zevcfg(handle);
+    return result == 0 ? DONE : fail("the configuration was not applied");
+}
+
+static int run_locked(char **command) {
+    int lock = lock_zevcfg(0, 0);
+    if (lock < 0) return fail("the store is locked, or there is none");
+    pid_t pid = -1;
+    int error = posix_spawnp(&pid, command[0], nullptr, nullptr, command, environ);
+    if (error != 0) {
+        unlock_zevcfg(lock);
+        return fail((std::string(command[0]) + ": " + strerror(error)).c_str());
+    }
+    int status = 0;
+    while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+    }
+    unlock_zevcfg(lock);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+// ---- the command line ----
+
+static bool is(const char *argument, std::initializer_list<std::string_view> words) {
+    return std::find(words.begin(), words.end(), std::string_view(argument)) != words.end();
+}
+
+// What follows the options of these commands is taken as it stands: a value may begin with a dash.
+static std::vector<std::string> mark_values(int argc, char **argv) {
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    size_t first = 1;
+    if (argc > 2 && is(argv[1], {"sys", "env"})) first = 2;
+    if (arguments.size() < first || !is(argv[first], {"get", "set", "unset"})) return arguments;
+    while (first < arguments.size() && is(arguments[first].c_str(), {"--current", "--help", "-h"})) first++;
+    arguments.insert(arguments.begin() + static_cast<long>(first), "--");
+    return arguments;
+}
+
+static void add_commands_for_list(CLI::App *list, Request *request) {
+    list->require_subcommand(1);
+    for (const char *name : {"get", "set", "unset"}) {
+        CLI::App *command = list->add_subcommand(name);
+        command->add_option("NAME", request->key)->required();
+        if (strcmp(name, "set") == 0) command->add_option("VALUE", request->value)->required();
+    }
+}
+
+static void add_commands(CLI::App *app, Request *request) {
+    CLI::App *init = app->add_subcommand("init", "Make the store with the factory configuration, or keep it");
+    init->add_flag("--demo", request->demo, "Make a simulated device below ZEVSIC_ROOT too");
+    struct {
+        const char *name, *help;
+    } const item_commands[] = {{"get", "Print an item's value"},
+                               {"set", "Write an item"},
+                               {"unset", "Remove an item"},
+                               {"export",
+                                "Print lines GROUP<TAB>KEY<TAB>VALUE, sorted; tab, newline and backslash in"
+                                " them are written \\t, \\n and \\\\"},
+                               {"import", "Write the items of such lines, all or none"}};
+    for (const auto &[name, help] : item_commands) {
+        CLI::App *command = app->add_subcommand(name, help);
+        command->add_flag("--current", request->current, "The running configuration, not the working one");
+        if (strcmp(name, "import") == 0) {
+            command->add_option("FILE", request->file, "Standard input without it");
+            continue;
+        }
+        bool exporting = strcmp(name, "export") == 0;
+        command->add_option("GROUP", request->group)->required(!exporting);
+        if (!exporting) command->add_option("KEY", request->key)->required();
+        if (strcmp(name, "set") == 0) command->add_option("VALUE", request->value)->required();
+    }
+    add_commands_for_list(app->add_subcommand("sys", "System items"), request);
+    add_commands_for_list(app->add_subcommand("env", "Variables of the rc environment"), request);
+    app->add_subcommand("apply", "Make the working configuration the running one");
+    app->add_subcommand("reset", "Take the factory configuration as the working one");
+    app->add_subcommand("lock",
+                        "Run a command while holding the store lock; fails at once when another holds it")
+        ->add_option("COMMAND", request->command, "The command and its arguments")
+        ->required()
+        ->expected(1, -1);
+}
+
+static int run_item_command(const std::string &name, Layer layer, const Request &request) {
+    if (request.key.empty() || request.key.size() > 255) return fail("an item needs a name", WRONG_USAGE);
+    if (name == "get") return get(layer, request);
+    return name == "set" ? set(layer, request) : unset(layer, request);
+}
+
+static int run_request(const CLI::App &app, const Request &request) {
+    const CLI::App *command = app.get_subcommands().front();
+    const std::string &name = command->get_name();
+    if (name == "init") {
+        const char *failure = set_up_device(request.demo);
+        return failure == nullptr ? DONE : fail(failure);
+    }
+    if (name == "export") return export_items(request);
+    if (name == "import") return import_items(request);
+    if (name == "apply") return apply();
+    if (name == "reset") return reset_zevcfg() == 0 ? DONE : fail("the configuration was not reset");
+    if (name == "sys" || name == "env")
+        return run_item_command(command->get_subcommands().front()->get_name(),
+                                name == "sys" ? LAYER_SYSTEM : LAYER_ENVIRONMENT, request);
+    if (request.group.empty()) return fail("an item needs a group", WRONG_USAGE);
+    return run_item_command(name, request.configuration(), request);
+}
+
+int main(int argc, char **argv) {
+    bool locking = argc > 2 && is(argv[1], {"lock"}) && !is(argv[2], {"--help", "-h"});
+    if (locking) return run_locked(argv + (is(argv[2], {"--"}) && argc > 3 ? 3 : 2));
+
+    CLI::App app("The device's configuration store", "zevcfg");
+    app.set_version_flag("--version", ZEVSIC_VERSION);
+    app.require_subcommand(1);
+    app.footer(
+        "Exit status: 0 done, 1 refused or failed, 2 wrong usage, 4 no such item.\n"
+        "The device is the folder ZEVSIC_ROOT, or this machine when that is not set.");
+    Request request;
+    add_commands(&app, &request);
+    std::vector<std::string> arguments = mark_values(argc, argv);
+    std::reverse(arguments.begin(), arguments.end());
+    try {
+        app.parse(arguments);
+    } catch (const CLI::ParseError &error) {
+        if (error.get_exit_code() == 0) return app.exit(error);
+        return fail(error.what(), WRONG_USAGE);
+    }
+    return run_request(app, request);
+}

@@ -1,0 +1,338 @@
+// The client: names and values between people and the wire, the exchange of records with servers of every
+// manner, and the subcommands against a small server in this process.
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <functional>
+#include <thread>
+
+#include "client/commands.h"
+#include "client/names.h"
+#include "client/output.h"
+#include "client/protocol.h"
+#include "tests/device_root.h"
+
+namespace {
+
+const std::string ROOT = ROOT_OID;
+
+// Serves each connection with `serve`, which answers how many bytes of the reply are sent; −1 leaves the
+// connection open without a word.
+class Server {
+  public:
+    using Serve = std::function<int(const snmp_request &, snmp_reply *)>;
+
+    explicit Server(Serve serve) : serve_(std::move(serve)) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        memcpy(address.sun_path, path.data(), path.size());
+        listener_ = socket(AF_UNIX, SOCK_STREAM, 0);
+        if (bind(listener_, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0 ||
+            listen(listener_, 16) != 0)
+            abort();
+        thread_ = std::thread([this] { loop(); });
+    }
+    ~Server() {
+        shutdown(listener_, SHUT_RDWR);
+        thread_.join();
+        close(listener_);
+    }
+    Server(const Server &) = delete;
+    Server &operator=(const Server &) = delete;
+
+  private:
+    DeviceRoot root_;
+
+  public:
+    const std::string path = root_.path("/tmp/zevsic_sock");
+
+  private:
+    void loop() {
+        std::vector<int> silent;
+        for (int fd = 0; (fd = accept(listener_, nullptr, nullptr)) >= 0;) {
+            snmp_request request{};
+            snmp_reply reply{};
+            EXPECT_EQ(recv(fd, &request, sizeof request, MSG_WAITALL), static_cast<ssize_t>(RECORD_SIZE));
+            const int bytes = serve_(request, &reply);
+            // In two pieces: a reply need not arrive at once.
+            for (int from = 0; from < bytes; from += 5000)
+                send(fd, reinterpret_cast<char *>(&reply) + from, std::min(5000, bytes - from), MSG_NOSIGNAL);
+            if (bytes < 0)
+                silent.push_back(fd);
+            else
+                close(fd);
+        }
+        for (const int fd : silent) close(fd);
+    }
+
+    Serve serve_;
+    int listener_ = -1;
+    std::thread thread_;
+};
+
+TEST(ClientNames, EveryObjectIsFoundByItsNameInAnyCaseAndByItsOid) {
+    for (const Object &object : OBJECTS) {
+        if (object.is_branch()) continue;
+        std::string lower = object.name;
+        std::transform(lower.begin(), lower.end(), lower.begin(), ::tolower);
+        for (const std::string &text : {std::string(object.name), lower, std::string(object.oid)})
+            EXPECT_EQ(parse_target(text).object, &object) << text;
+        EXPECT_EQ(format_name(locate(ROOT + "." + object.oid + ".1.2")), object.name + std::string(".1.2"));
+    }
+}
+
+TEST(ClientNames, TextsOfObjects) {
+    const struct {
+        const char *text, *oid, *instance, *error;  // a null OID: refused, with the error in the message
+    } cases[] = {
+        {"APSysName.0", "1.1", "0", ""},
+        {"apSysName", "1.1", "", ""},
+        {"1.1.0", "1.1", "0", ""},
+        {"1.10.0", "1.10", "0", ""},  // not an instance of 1.1
+        {"1.3.6.1.4.1.48019.6.1.62.0", "1.62", "0", ""},
+        {".1.3.6.1.4.1.48019.6.1.62.0", "1.62", "0", ""},
+        {".1.3.6.1.2.1.1.1.0", nullptr, "", "outside"},
+        {"apsysn", nullptr, "", "similar: APSysName, APSysNTPServer1"},
+        {"nonsense", nullptr, "", "unknown object nonsense"},
+        {"APSysName.", nullptr, "", "not an instance"},
+        {"APSysName.x", nullptr, "", "not an instance"},
+        {"1..1", nullptr, "", ""},
+        {"1.1.", nullptr, "", ""},
+        {"", nullptr, "", "not an object"},
+    };
+    for (const auto &c : cases) {
+        const Target target = parse_target(c.text);
+        EXPECT_EQ(target.error.empty(), c.oid != nullptr) << c.text;
+        EXPECT_NE(target.error.find(c.error), std::string::npos) << c.text << ": " << target.error;
+        if (!c.oid || !target.object) {
+            EXPECT_EQ(target.object, nullptr) << c.text;
+            continue;
+        }
+        EXPECT_STREQ(target.object->oid, c.oid);
+        EXPECT_EQ(target.instance, c.instance);
+    }
+    EXPECT_EQ(parse_target(ROOT).oid, ROOT);
+    EXPECT_EQ(parse_target("3.1").oid, ROOT + ".3.1");
+    EXPECT_EQ(parse_instance("apSysName").oid, ROOT + ".1.1.0");
+    EXPECT_EQ(format_name(locate(ROOT + "5.1")), ROOT + "5.1");
+    for (const Object &object : OBJECTS) {
+        if (object.is_branch() || object.rows() == SCALAR) continue;
+        EXPECT_NE(parse_instance(object.name).error.find("needs an instance"), std::string::npos);
+    }
+}
+
+TEST(ClientNames, SetTextsAndWords) {
+    const Object number{.oid = "9.1", .name = "Level", .type = INTEGER, .range = {{{-1, -1}, {2, 7}}}};
+    const Object state{
+        .oid = "9.2", .name = "State", .type = INTEGER, .range = {{{0, 1}}}, .words = &APPLY_WORDS};
+    const Object text{.oid = "9.3", .name = "Text", .type = STRING, .range = {{{0, 64}}}};
+    const Object address{.oid = "9.4", .name = "Address", .type = IPADDRESS};
+    const std::string longest(TEXT_SIZE - 1 - strlen("string \"\""), 'x');
+    const struct {
+        const Object &object;
+        std::string value, expected;
+    } cases[] = {
+        {number, "6", "integer 6"},
+        {state, "Applying", "integer 1"},
+        {state, "1", "integer 1"},
+        {state, "other", "integer other"},  // the daemon refuses it
+        {text, "", "string \"\""},
+        {text, " a \"b\"", "string \" a \"b\"\""},
+        {text, longest, "string \"" + longest + "\""},
+        {text, longest + "x", ""},
+        {text, "a\nb", ""},
+        {text, std::string("a\0b", 3), ""},
+        {address, "10.0.0.1", "ipaddress 10.0.0.1"},
+    };
+    for (const auto &c : cases) {
+        std::string error;
+        EXPECT_EQ(set_text(c.object, wire_value(c.object, c.value), &error), c.expected);
+        EXPECT_EQ(error.empty(), !c.expected.empty()) << c.value << ": " << error;
+    }
+    EXPECT_EQ(accepted_values(number), "-1 or 2..7");
+    EXPECT_EQ(accepted_values(state), "0 (idle), 1 (applying)");
+    EXPECT_EQ(accepted_values(text), "0..64 characters");
+    EXPECT_EQ(accepted_values(address), "");
+}
+
+TEST(ClientNames, ValuesForPeople) {
+    const Target state = parse_target("APSysApplyConfig.0");
+    const Target name = parse_target("APSysName.0");
+    EXPECT_EQ(value_line(state, INTEGER, "-1"), "APSysApplyConfig.0 = integer: -1 (rebootNeeded)");
+    EXPECT_EQ(value_line(state, INTEGER, "7"), "APSysApplyConfig.0 = integer: 7");
+    EXPECT_EQ(value_line(name, STRING, "\x1b[2J\n\t\\\x9b"), "APSysName.0 = string: \\x1b[2J\\n\\t\\\\\\x9b");
+    EXPECT_EQ(value_json(name, STRING, "a\"\xff\n"), R"({"name":"APSysName","instance":"0","oid":")" + ROOT +
+                                                         R"(.1.1.0","type":"string","value":"a\")" +
+                                                         "\xef\xbf\xbd" + R"(\n"})");
+    EXPECT_NE(value_json(state, INTEGER, "1").find(R"("value":1,"word":"applying"})"), std::string::npos);
+}
+
+TEST(ClientExchange, PeersOfEveryManner) {
+    const std::string oid = ROOT + ".1.1.0";
+    snmp_request seen{};
+    std::atomic<int> bytes{RECORD_SIZE};
+    Server server([&](const snmp_request &request, snmp_reply *reply) {
+        seen = request;
+        memset(reply, 'x', sizeof *reply);  // texts without an end
+        return bytes.load();
+    });
+    Answer answer = exchange(server.path, KIND_SET, oid, "integer 6", 5000);
+    EXPECT_EQ(answer.error, "");
+    EXPECT_EQ(strlen(answer.reply.value), TEXT_SIZE - 1);
+    EXPECT_EQ(seen.type, KIND_SET);
+    EXPECT_EQ(seen.oid, oid);
+    EXPECT_STREQ(seen.set, "integer 6");
+
+    bytes = 8000;
+    EXPECT_EQ(exchange(server.path, KIND_GET, oid, "", 5000).error, "connection closed early");
+    bytes = 0;
+    EXPECT_EQ(exchange(server.path, KIND_GET, oid, "", 5000).error, "connection closed early");
+    bytes = -1;
+    EXPECT_EQ(exchange(server.path, KIND_GET, oid, "", 50).error, "no answer within 0.05 s");
+    EXPECT_NE(exchange(server.path, KIND_SET, oid, std::string(TEXT_SIZE, 'x'), 50).error, "");
+    EXPECT_EQ(exchange(server.path + "2", KIND_GET, oid, "", 50).error,
+              "cannot connect to " + server.path + "2: No such file or directory");
+    EXPECT_NE(exchange(std::string(200, 'x'), KIND_GET, oid, "", 50).error, "");
+}
+
+// A backlog that is full must not hold the caller up for longer than its limit.
+TEST(ClientExchange, NobodyAccepts) {
+    const DeviceRoot root;
+    const std::string path = default_socket();
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    memcpy(address.sun_path, path.data(), path.size());
+    const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
+    ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+    ASSERT_EQ(listen(listener, 0), 0);
+    std::string error;
+    for (int i = 0; i < 3; i++) error = exchange(path, KIND_GET, ROOT, "", 50).error;
+    EXPECT_EQ(error, "cannot connect to " + path + ": no answer within 0.05 s");
+    close(listener);
+}
+
+// A tree of a few values, GETNEXT in their order, and SETs that are answered as told.
+struct Tree {
+    std::vector<std::pair<std::string, std::string>> values = {
+        {"1.1.0", "ap"}, {"1.2.0", "lab"}, {"1.62.0", "0"}, {"2.1.1.9.1", "x"}};
+    uint8_t set_status = STATUS_ACCEPTED;
+    std::string last_set;
+    std::function<void()> before = [] {};  // runs before each request
+
+    int serve(const snmp_request &request, snmp_reply *reply) {
+        before();
+        const std::string asked = request.oid;
+        auto found = std::find_if(values.begin(), values.end(),
+                                  [&](const auto &value) { return ROOT + "." + value.first == asked; });
+        if (request.type == KIND_SET) {
+            last_set = asked + " " + request.set;
+            reply->reply_status = set_status;
+            return RECORD_SIZE;
+        }
+        if (request.type == KIND_GETNEXT && found != values.end())
+            ++found;
+        else if (request.type == KIND_GETNEXT)
+            found = std::find_if(values.begin(), values.end(), [&](const auto &value) {
+                return (ROOT + "." + value.first + ".").starts_with(asked + ".");
+            });
+        if (found == values.end()) return RECORD_SIZE;
+        put_text(reply->oid, ROOT + "." + found->first);
+        put_text(reply->value, found->second);
+        reply->reply_status = STRING;
+        return RECORD_SIZE;
+    }
+};
+
+struct Commands : testing::Test {
+    Tree tree;
+    Server server{
+        [this](const snmp_request &request, snmp_reply *reply) { return tree.serve(request, reply); }};
+    Client client{.socket = server.path};
+    std::string out, err;
+
+    int run(const std::function<int()> &command) {
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+        const int status = command();
+        out = testing::internal::GetCapturedStdout();
+        err = testing::internal::GetCapturedStderr();
+        return status;
+    }
+};
+
+TEST_F(Commands, WalkStaysInItsSubtreeAndEnds) {
+    EXPECT_EQ(run([&] { return walk(client, ""); }), EXIT_DONE);
+    EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 4);
+    EXPECT_EQ(run([&] { return walk(client, "1"); }), EXIT_DONE);
+    EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 3);
+    EXPECT_EQ(run([&] { return walk(client, "APSysName.0"); }), EXIT_DONE);
+    EXPECT_EQ(out, "APSysName.0 = string: ap\n");
+    client.json = true;
+    EXPECT_EQ(run([&] { return walk(client, "7"); }), EXIT_DONE);
+    EXPECT_EQ(out, "[]\n");
+    client.json = false;
+
+    tree.values.push_back(tree.values[0]);  // leads back to the start for ever
+    EXPECT_EQ(run([&] { return walk(client, ""); }), EXIT_REFUSED);
+    EXPECT_NE(err.find("not complete"), std::string::npos);
+    tree.values.pop_back();
+
+    int requests = 0;  // the row that the walk stands on goes away
+    tree.before = [&] {
+        if (++requests == 5) tree.values.pop_back();
+        if (requests == 6) tree.values.clear();
+    };
+    EXPECT_EQ(run([&] { return walk(client, ""); }), EXIT_REFUSED);
+}
+
+TEST_F(Commands, GetAndSetSayWhatTheDaemonAnswered) {
+    EXPECT_EQ(run([&] { return get(client, {"APSysName", "1.9.0", "APSysDescription"}); }), EXIT_REFUSED);
+    EXPECT_EQ(out, "APSysName.0 = string: ap\nAPSysDescription.0 = string: lab\n");
+    EXPECT_EQ(err, "zevctl: APSysSetDateMonth.0: no such object or instance\n");
+    EXPECT_EQ(run([&] { return set(client, "APSysL2STPEnabled", "enabled"); }), EXIT_DONE);
+    EXPECT_EQ(tree.last_set, ROOT + ".1.23.0 integer 2");
+    EXPECT_EQ(out, "APSysL2STPEnabled.0 = integer: 2 (enabled)\n");
+    const std::pair<uint8_t, const char *> refusals[] = {
+        {STATUS_NOTHING, "no such object or instance"},
+        {STATUS_READ_ONLY, "not writable"},
+        {STATUS_WRONG_TYPE, "wrong type"},
+        {STATUS_WRONG_VALUE, "value refused (accepted: 1 (disabled), 2 (enabled))"}};
+    for (const auto &[status, words] : refusals) {
+        tree.set_status = status;
+        EXPECT_EQ(run([&] { return set(client, "APSysL2STPEnabled", "3"); }), EXIT_REFUSED);
+        EXPECT_EQ(err, std::string("zevctl: APSysL2STPEnabled.0: ") + words + "\n");
+    }
+    client.socket += "2";
+    EXPECT_EQ(run([&] { return get(client, {"APSysName"}); }), EXIT_NO_DAEMON);
+}
+
+TEST_F(Commands, ApplyWaitsForTheWholeTree) {
+    const auto whole = tree.values;
+    int requests = 0;
+    tree.before = [&] {
+        if (++requests == 2) tree.values = {{"1.62.0", "1"}};
+        if (requests == 4) tree.values = {{"1.62.0", "0"}};  // idle again, but the rest is not back yet
+        if (requests == 6) tree.values = whole;
+    };
+    EXPECT_EQ(run([&] { return apply(client, true); }), EXIT_DONE);
+    EXPECT_EQ(requests, 7);
+    EXPECT_EQ(tree.last_set, ROOT + ".1.62.0 integer 1");
+
+    tree.before = [&] { tree.values = {{"1.62.0", "1"}}; };
+    EXPECT_EQ(run([&] { return apply(client, true, 150); }), EXIT_REFUSED);
+    EXPECT_NE(err.find("not ended yet"), std::string::npos);
+
+    tree.set_status = STATUS_WRONG_VALUE;
+    EXPECT_EQ(run([&] { return apply(client, false); }), EXIT_REFUSED);
+    EXPECT_NE(err.find("already running"), std::string::npos);
+    tree.before = [&] { tree.values = {{"1.62.0", "-1"}}; };
+    EXPECT_EQ(run([&] { return apply(client, false); }), EXIT_REFUSED);
+    EXPECT_NE(err.find("reboot"), std::string::npos);
+}
+
+}  // namespace

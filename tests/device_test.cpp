@@ -1,0 +1,215 @@
+// The device root, quoting, running tools, and the radios' facts.
+#include "platform/device.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <random>
+
+#include "platform/k480ext.h"
+#include "tests/device_root.h"
+
+using std::string;
+
+class Device : public testing::Test {
+  protected:
+    DeviceRoot root;
+};
+
+// ---- quoting ----
+
+TEST(Quoting, OrdinaryWordsStayAsTheyAre) {
+    EXPECT_EQ(shell_word("ath0ap0"), "ath0ap0");
+    EXPECT_EQ(shell_word("a._-/:@%+,Z9"), "a._-/:@%+,Z9");
+    EXPECT_EQ(shell_word(""), "''");
+    EXPECT_EQ(shell_word("~"), "'~'");
+    EXPECT_EQ(inside_single_quotes("a'b"), "a'\\''b");
+    EXPECT_EQ(url_text("a b&c/~%"), "a%20b%26c/~%25");
+    EXPECT_EQ(url_text("\xc3'"), "%C3%27");
+}
+
+TEST(Quoting, TheShellPassesAnyTextOnUnchanged) {
+    std::mt19937 random(20480);
+    const string nasty = "'\"\\$`!#&;|<>(){}[]*?~ \t\n=%-";
+    for (int round = 0; round < 20; round++) {
+        string words = "printf '%s\\0'";
+        string expected;
+        for (int i = 0; i < 40; i++) {
+            string text;
+            for (unsigned length = random() % 12; text.size() < length;)
+                text += random() % 2 == 0 ? nasty[random() % nasty.size()]
+                                          : static_cast<char>(1 + random() % 255);
+            words += " " + shell_word(text) + " 'x" + inside_single_quotes(text) + "y'";
+            expected += text + '\0' + "x" + text + "y" + '\0';
+        }
+        ASSERT_EQ(read_command(words).text, expected) << "round " << round;
+    }
+}
+
+TEST(Quoting, ATextWithANulNeverLeavesAQuoteOpen) {
+    string text("a'\0; echo out", 14);
+    EXPECT_EQ(read_command("printf %s " + shell_word(text)).text, "a'");
+    EXPECT_EQ(run_command(string("true\0", 5)), -1);
+}
+
+// ---- running tools ----
+
+TEST_F(Device, CommandsGiveTheirStatusAndLeaveNoChild) {
+    EXPECT_EQ(run_command("exit 7"), 7);
+    EXPECT_EQ(run_command("kill -KILL $$"), 128 + SIGKILL);
+    EXPECT_EQ(read_command("echo a; exit 3").text, "a\n");
+    EXPECT_EQ(read_command("head -c 5000000 /dev/zero").text.size(), COMMAND_OUTPUT_LIMIT);
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+}
+
+TEST_F(Device, CommandsInheritNeitherSignalsNorDescriptors) {
+    signal(SIGUSR2, SIG_IGN);
+    signal(SIGPIPE, SIG_IGN);
+    sigset_t blocked;
+    sigset_t before;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGUSR2);
+    sigprocmask(SIG_BLOCK, &blocked, &before);
+    ASSERT_EQ(dup2(STDERR_FILENO, 57), 57);
+    EXPECT_EQ(run_command("kill -USR2 $$"), 128 + SIGUSR2);
+    EXPECT_EQ(run_command("[ -e /proc/$$/fd/57 ]"), 1);
+    EXPECT_EQ(run_command("kill -PIPE $$"), 128 + SIGPIPE);
+    close(57);
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+    signal(SIGUSR2, SIG_DFL);
+    signal(SIGPIPE, SIG_DFL);
+}
+
+// Takes the 10 s of the limit.
+TEST_F(Device, ASilentToolIsEndedWithItsChildren) {
+    auto start = std::chrono::steady_clock::now();
+    CommandOutput output = read_command("sleep 60 & echo $! >\"$ZEVSIC_ROOT/tmp/child\"; wait");
+    auto seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    EXPECT_TRUE(output.started);
+    EXPECT_EQ(output.text, "");
+    EXPECT_NEAR(seconds, 10, 3);
+    // Its orphan is dead, reaped or not.
+    string state =
+        read_command("sleep 0.1; cat /proc/$(cat \"$ZEVSIC_ROOT/tmp/child\")/stat 2>/dev/null").text;
+    EXPECT_TRUE(state.empty() || state.find(") Z") != string::npos) << state;
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+}
+
+TEST_F(Device, DateAndRebootAreTheRootsOwnOrNotRun) {
+    for (const char *command : {"date 010100002030.00", " reboot", "/sbin/reboot", "date;true"}) {
+        EXPECT_EQ(run_command(command), -1) << command;
+        EXPECT_FALSE(read_command(command).started) << command;
+    }
+    root.write_tool("/sbin/date", "echo \"own $*\"");
+    EXPECT_EQ(read_command("date 0101 x").text, "own 0101 x\n");  // though PATH does not begin with the root
+    EXPECT_EQ(run_command("reboot"), -1);
+    EXPECT_EQ(run_command("true date"), 0);
+}
+
+TEST_F(Device, ToolsAreFoundInTheRootFirst) {
+    string before = getenv("PATH");
+    root.write_tool("/sbin/ifconfig", "echo own");
+    prepare_tool_path();
+    prepare_tool_path();
+    EXPECT_EQ(getenv("PATH"), root.path("/sbin:") + root.path("/bin:") + root.path("/usr/bin:") + before);
+    EXPECT_EQ(read_command("ifconfig").text, "own\n");
+    setenv("PATH", before.c_str(), 1);
+}
+
+// ---- files ----
+
+TEST_F(Device, FilesBelowTmpAreNeitherFollowedNorWaitedFor) {
+    root.write("/etc/secret", "secret");
+    string text;
+    ASSERT_EQ(symlink(root.path("/etc/secret").c_str(), root.path("/tmp/link").c_str()), 0);
+    ASSERT_EQ(mkfifo(root.path("/tmp/pipe").c_str(), 0600), 0);
+    EXPECT_FALSE(read_device_file("/tmp/link", 100, &text));
+    EXPECT_FALSE(read_device_file("/tmp/pipe", 100, &text));
+    EXPECT_FALSE(create_lock_file("/tmp/link"));
+    EXPECT_EQ(open_device_file("/tmp/link", O_RDONLY), -1);
+    EXPECT_TRUE(read_device_file("/etc/secret", 3, &text));
+    EXPECT_EQ(text, "sec");
+}
+
+TEST_F(Device, ALockFileIsMadeOnceAndHoldsTheTime) {
+    long before = time(nullptr);
+    EXPECT_TRUE(create_lock_file("/tmp/lock"));
+    EXPECT_FALSE(create_lock_file("/tmp/lock"));
+    string text;
+    ASSERT_TRUE(read_device_file("/tmp/lock", 100, &text));
+    long made = atol(text.c_str());
+    EXPECT_EQ(text, std::to_string(made) + "\n");
+    EXPECT_TRUE(made >= before && made <= time(nullptr)) << made;
+    remove_device_file("/tmp/lock");
+    EXPECT_FALSE(device_file_exists("/tmp/lock"));
+}
+
+// ---- the radios ----
+
+TEST_F(Device, WithoutItsFileADeviceHasNoRadios) {
+    char name[IFNAME_SIZE] = "untouched";
+    unsigned capability = 1;
+    EXPECT_EQ(get_ifname_by_idx(IFNAME_VAP, 0, 0, name), 0);
+    EXPECT_EQ(find_enabled_vap(1, name), 0);
+    EXPECT_STREQ(name, "untouched");
+    EXPECT_EQ(get_rf_capable_mode(1, &capability), 0);
+    EXPECT_EQ(capability, 0U);
+    EXPECT_EQ(get_sta_list("ath0ap0"), nullptr);
+}
+
+TEST_F(Device, FactsAreReadAgainWhenTheyChangeAndBadLinesAreSkipped) {
+    root.write(
+        "/etc/k480ext.conf",
+        "# radios\n"
+        "radio2.offload = 1\nradio1.capability = 0x20\nradio1.txpower_levels=8\nradio2.chain_mask = 7\r\n"
+        "vap1.16.ifname = ath0ap15\nradio1.enabled_vap = ath0ap15\n"
+        "station = ath0ap15 00:1a:2b:3c:4d:5e 40 4294967301 5678\n"
+        "nonsense\nradio3.offload = 1\nradio1.offload = many\nvap1.17.ifname = x\nvap1.1.name = x\nvap1.1 = "
+        "x\n"
+        "station = ath0ap15 00:1a:2b:3c:4d 40 1 2\nstation = ath0ap15 00:1a:2b:3c:4d:5e 40\n"
+        "vap1.2.ifname = " +
+            string(64, 'x') + "\nradio1.chain_mask =\n");
+    testing::internal::CaptureStderr();
+    char name[IFNAME_SIZE] = "";
+    unsigned capability = 0;
+    EXPECT_EQ(rf_is_offload(0), 0);
+    EXPECT_EQ(rf_is_offload(1), 1);
+    EXPECT_EQ(rf_is_offload(2), 0);
+    EXPECT_EQ(get_rf_capable_mode(1, &capability), 0);
+    EXPECT_NE(get_rf_capable_mode(3, &capability), 0);
+    EXPECT_EQ(capability, CAPABILITY_11AC);
+    EXPECT_EQ(get_max_txpwr_level(1), 8);
+    EXPECT_EQ(get_txchainmask(1), 7);
+    EXPECT_EQ(get_ifname_by_idx(IFNAME_VAP, 0, 1, name), 0);
+    EXPECT_NE(get_ifname_by_idx(IFNAME_VAP, 0, 15, name), 0);
+    EXPECT_STREQ(name, "ath0ap15");
+    EXPECT_EQ(find_enabled_vap(1, name), 1);
+    sta_entry *list = get_sta_list("ath0ap15");
+    ASSERT_NE(list, nullptr);
+    EXPECT_STREQ(list->mac, "00:1a:2b:3c:4d:5e");
+    EXPECT_EQ(list->rssi, 40);
+    EXPECT_EQ(list->tx_bytes, 4294967301U);
+    EXPECT_EQ(list->rx_bytes, 5678U);
+    EXPECT_EQ(list->next, nullptr);
+    free_sta_list(list);
+    string reports = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(std::count(reports.begin(), reports.end(), '\n'), 10) << reports;
+
+    root.write("/etc/k480ext.conf", "radio2.offload = 0\nvap1.1.ifname = ath0ap0\nvap1.2.ifname = ath0ap1\n");
+    EXPECT_EQ(rf_is_offload(1), 0);
+    EXPECT_EQ(get_sta_list("ath0ap15"), nullptr);
+    // Without a line of its own the enabled VAP is the store's first with an interface.
+    EXPECT_EQ(find_enabled_vap(1, name), 0);
+    ASSERT_EQ(run_command(ZEVSIC_BIN_DIR "/zevcfg init && " ZEVSIC_BIN_DIR
+                                         "/zevcfg set rf1_vap1 state disable && " ZEVSIC_BIN_DIR
+                                         "/zevcfg set rf1_vap2 state enable"),
+              0);
+    EXPECT_EQ(find_enabled_vap(1, name), 1);
+    EXPECT_STREQ(name, "ath0ap1");
+}
