@@ -57,14 +57,13 @@ Target locate(std::string_view oid) {
     target.oid = oid;
     if (!oid.starts_with(ROOT) || oid.size() <= ROOT_PREFIX_LENGTH) return target;
     const std::string_view relative = oid.substr(ROOT_PREFIX_LENGTH);
-    size_t longest = 0;
     for (const Object &object : OBJECTS) {
         const std::string_view own = object.oid;
-        if (object.is_branch() || own.size() < longest || !is_within(relative, own)) continue;
-        longest = own.size();
+        if (object.is_branch() || !is_within(relative, own)) continue;
         target.object = &object;
+        if (relative.size() > own.size()) target.instance = relative.substr(own.size() + 1);
+        break;
     }
-    if (target.object && relative.size() > longest) target.instance = relative.substr(longest + 1);
     return target;
 }
 

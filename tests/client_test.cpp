@@ -118,6 +118,7 @@ TEST(ClientNames, TextsOfObjects) {
     }
     EXPECT_EQ(parse_target(ROOT).oid, ROOT);
     EXPECT_EQ(parse_target("3.1").oid, ROOT + ".3.1");
+    EXPECT_EQ(parse_target("1.62000.0").object, nullptr);  // not 1.62
     EXPECT_EQ(parse_instance("apSysName").oid, ROOT + ".1.1.0");
     EXPECT_EQ(format_name(locate(ROOT + "5.1")), ROOT + "5.1");
     for (const Object &object : OBJECTS) {

@@ -53,7 +53,8 @@ static bool multiply(const std::string &names, std::string_view rest, std::strin
     std::vector<std::string> words = choices(rest.substr(open + 1, close - open - 1));
     for (const std::string &word : words) {
         chosen->push_back(word);
-        std::string before = names + std::string(rest.substr(0, open)) + word;
+        std::string before = names;
+        before.append(rest.substr(0, open)).append(word);
         if (!multiply(before, rest.substr(close + 1), value, chosen, out)) return false;
         chosen->pop_back();
     }

@@ -31,9 +31,9 @@ using GroupTable = std::unordered_map<unsigned, std::string>;
 template <size_t N>
 static void add_family(GroupTable *table, const unsigned (&ids)[N], const char *kind, const char *end) {
     for (size_t i = 0; i < N; i++) {
-        std::string radio = std::to_string(i / (N / 2) + 1);
-        std::string number = std::to_string(i % (N / 2) + 1);
-        (*table)[ids[i]] = "rf" + radio + kind + number + end;
+        std::string text = "rf" + std::to_string(i / (N / 2) + 1);
+        text.append(kind).append(std::to_string(i % (N / 2) + 1)).append(end);
+        (*table)[ids[i]] = text;
     }
 }
 

@@ -228,7 +228,7 @@ static void add_commands(CLI::App *app, Request *request) {
 }
 
 static int run_item_command(const std::string &name, Layer layer, const Request &request) {
-    if (request.key.empty() || request.key.size() > 255) return fail("an item needs a name", WRONG_USAGE);
+    if (request.key.empty()) return fail("an item needs a name", WRONG_USAGE);
     if (name == "get") return get(layer, request);
     return name == "set" ? set(layer, request) : unset(layer, request);
 }
@@ -251,7 +251,7 @@ static int run_request(const CLI::App &app, const Request &request) {
     return run_item_command(name, request.configuration(), request);
 }
 
-int main(int argc, char **argv) {
+static int run_command_line(int argc, char **argv) {
     bool locking = argc > 2 && is(argv[1], {"lock"}) && !is(argv[2], {"--help", "-h"});
     if (locking) return run_locked(argv + (is(argv[2], {"--"}) && argc > 3 ? 3 : 2));
 
@@ -272,4 +272,12 @@ int main(int argc, char **argv) {
         return fail(error.what(), WRONG_USAGE);
     }
     return run_request(app, request);
+}
+
+int main(int argc, char **argv) {
+    try {
+        return run_command_line(argc, argv);
+    } catch (const std::exception &error) {
+        return fail(error.what());
+    }
 }

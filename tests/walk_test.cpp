@@ -1,0 +1,143 @@
+// The walk: every registered object on the built-in store with the demo's device. A new object is tested by
+// being registered.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "function/agent.h"
+#include "function/registry.h"
+#include "handler/toolkit.h"
+#include "platform/device.h"
+#include "tests/device_root.h"
+#include "zevsic/dispatch.h"
+
+struct Cell {
+    std::string oid;  // relative
+    int status;
+    std::string value;
+};
+
+static Cell request(RequestKind kind, const std::string &oid, const std::string &set = "") {
+    auto record = std::make_unique<snmp_request>();
+    auto reply = std::make_unique<snmp_reply>();
+    record->type = kind;
+    put_text(record->oid, std::string(ROOT_OID) + "." + oid);
+    put_text(record->set, set);
+    snmp_exec(reply.get(), record.get());
+    const std::string answered = reply->oid;
+    return {answered.empty() ? "" : answered.substr(ROOT_PREFIX_LENGTH), reply->reply_status, reply->value};
+}
+
+static const Object *object_of(const std::string &oid) {
+    for (const Object &object : OBJECTS)
+        if (!object.is_branch() && oid.starts_with(std::string(object.oid) + ".")) return &object;
+    return nullptr;
+}
+
+static std::string in_type(const Object &object, const std::string &value) {
+    const std::string word = type_to_str(object.type);
+    return object.type == STRING ? word + " \"" + value + "\"" : word + " " + value;
+}
+
+class WalkTest : public testing::Test {
+  protected:
+    WalkTest() {
+        debugLevel = 0;
+        EXPECT_EQ(system(ZEVSIC_BIN_DIR "/zevcfg init --demo"), 0);
+        prepare_tool_path();
+        init_norvalis();
+        std::string oid;
+        for (Cell cell = request(KIND_GETNEXT, ""); !cell.oid.empty() && cell.oid != oid;
+             cell = request(KIND_GETNEXT, oid)) {
+            oid = cell.oid;
+            cells.push_back(cell);
+            if (const Object *object = object_of(oid)) first.emplace(object, cell);
+        }
+    }
+    ~WalkTest() override {
+        free_agent();
+        close_zevcfg(sic_zevcfg);
+        close_zevcfg(current_sic_zevcfg);
+        sic_zevcfg = ram_sic_zevcfg = current_sic_zevcfg = nullptr;
+        free_item_list(pending_items);
+        pending_items = nullptr;
+    }
+
+    DeviceRoot root;
+    std::vector<Cell> cells;               // in the order walked
+    std::map<const Object *, Cell> first;  // first instance of each object
+};
+
+TEST_F(WalkTest, VisitsTheObjectsInRegistrationOrder) {
+    ASSERT_GT(cells.size(), 30U);
+    const Object *last = OBJECTS;
+    for (const Cell &cell : cells) {
+        const Object *object = object_of(cell.oid);
+        ASSERT_TRUE(object) << cell.oid;
+        EXPECT_GE(object, last) << cell.oid;
+        last = object;
+        EXPECT_EQ(cell.status, object->type) << object->name;
+    }
+    for (const Object &object : OBJECTS)
+        if (!object.is_branch()) {
+            EXPECT_TRUE(first.contains(&object)) << object.name << " has no instance on the demo's device";
+        }
+}
+
+TEST_F(WalkTest, AGetAnswersWhatTheWalkSaw) {
+    for (const Cell &cell : cells) {
+        const Cell answer = request(KIND_GET, cell.oid);
+        EXPECT_EQ(answer.oid, cell.oid);
+        EXPECT_EQ(answer.value, cell.value) << cell.oid;
+    }
+}
+
+TEST_F(WalkTest, ReadOnlyObjectsRefuseAndOthersWantTheirType) {
+    for (const auto &[object, cell] : first) {
+        const char *other = object->type == INTEGER ? "string \"1\"" : "integer 1";
+        EXPECT_EQ(request(KIND_SET, cell.oid, other).status, STATUS_WRONG_TYPE) << object->name;
+        if (object->access == READ_ONLY) {
+            EXPECT_EQ(request(KIND_SET, cell.oid, in_type(*object, cell.value)).status, STATUS_READ_ONLY)
+                << object->name;
+        }
+    }
+    EXPECT_EQ(pending_items, nullptr);
+}
+
+TEST_F(WalkTest, ValuesOutOfBoundsAreRefused) {
+    for (const auto &[object, cell] : first) {
+        if (object->access != READ_WRITE || !object->has_range()) continue;
+        std::vector<std::string> values;
+        for (const Range &range : object->range) {
+            if (range.low > range.high) continue;
+            if (object->type == INTEGER) {
+                if (!object->in_range(range.low - 1L)) values.push_back(std::to_string(range.low - 1L));
+                if (!object->in_range(range.high + 1L)) values.push_back(std::to_string(range.high + 1L));
+            } else if (range.high + 1 < static_cast<int>(TEXT_SIZE) - 20 &&
+                       !object->in_range(range.high + 1)) {
+                values.emplace_back(range.high + 1, '1');
+            }
+        }
+        for (const std::string &value : values)
+            EXPECT_EQ(request(KIND_SET, cell.oid, in_type(*object, value)).status, STATUS_WRONG_VALUE)
+                << object->name << " = " << value.substr(0, 40);
+    }
+    EXPECT_EQ(pending_items, nullptr) << "a refused SET queues nothing";
+}
+
+TEST_F(WalkTest, WhatWasReadCanBeWrittenOrIsRefusedForAReason) {
+    int accepted = 0;
+    for (const auto &[object, cell] : first) {
+        if (object->access != READ_WRITE) continue;
+        const int status = request(KIND_SET, cell.oid, in_type(*object, cell.value)).status;
+        EXPECT_TRUE(status == STATUS_ACCEPTED || status == STATUS_WRONG_VALUE)
+            << object->name << " " << status;
+        if (status == STATUS_ACCEPTED) accepted++;
+        EXPECT_EQ(request(KIND_GET, cell.oid).value, cell.value) << object->name;
+    }
+    EXPECT_GT(accepted, 20);
+}
