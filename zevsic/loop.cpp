@@ -45,7 +45,7 @@ static void waiting_peer_ready(int client, short events, void *) {
         case Received::NOTHING_YET:
             return;
         case Received::FAILED:
-            drop(peer);
+            forget(peer);
             return;
         case Received::RECORD:
             break;
@@ -64,9 +64,8 @@ static void wait_for(int client) {
 
 static void connection_accept(int listener, short, void *) {
     TRACE_LOCATION("zevsic", __func__);
-    const int client = accept_client(listener);
-    if (client < 0) return;
-    switch (read_request(client, &request)) {
+    int client;
+    switch (recv_cli(listener, &request, &client)) {
         case Received::RECORD:
             serve_request(client, &request);
             break;
@@ -74,7 +73,6 @@ static void connection_accept(int listener, short, void *) {
             wait_for(client);
             break;
         case Received::FAILED:
-            close(client);
             break;
     }
 }

@@ -47,24 +47,28 @@ int init_nonblock_socket() {
     return listener;
 }
 
-int accept_client(int listener) {
-    const int client = accept4(listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
-    if (client < 0) printf("accept clisock error, code = %d\n", client);
-    return client;
-}
-
 Received read_request(int client, snmp_request *request) {
     char *record = reinterpret_cast<char *>(request);
     const ssize_t length = read(client, record, RECORD_SIZE);
     if (length < 0) {
         if (errno == EAGAIN || errno == EINTR) return Received::NOTHING_YET;
         printf(" read fail\n");
+        close(client);
         return Received::FAILED;
     }
     memset(record + length, 0, RECORD_SIZE - length);
     request->oid[TEXT_SIZE - 1] = '\0';
     request->set[TEXT_SIZE - 1] = '\0';
     return Received::RECORD;
+}
+
+Received recv_cli(int listener, snmp_request *request, int *client) {
+    *client = accept4(listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    if (*client < 0) {
+        printf("accept clisock error, code = %d\n", *client);
+        return Received::FAILED;
+    }
+    return read_request(*client, request);
 }
 
 void serve_request(int client, snmp_request *request) {

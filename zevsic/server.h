@@ -7,12 +7,15 @@
 // descriptor. Ends the process with status 0 and a line on standard error when it cannot.
 int init_nonblock_socket();
 
-// Accepts a connection: a non-blocking descriptor, or −1 (reported).
-int accept_client(int listener);
-
-enum class Received { RECORD, NOTHING_YET, FAILED };
-// Reads a request with one call. What it brings is the record: missing bytes are zero. FAILED is reported.
+enum class Received {
+    RECORD,
+    NOTHING_YET,  // connected, but the peer has sent nothing so far
+    FAILED,       // reported; there is no connection any more
+};
+// Reads a request with one call. What it brings is the record: missing bytes are zero.
 Received read_request(int client, snmp_request *request);
+// Accepts a connection (non-blocking) and reads its request if it is there already.
+Received recv_cli(int listener, snmp_request *request, int *client);
 
 // Executes the request, writes the reply with one call and closes the connection.
 void serve_request(int client, snmp_request *request);
