@@ -23,3 +23,15 @@ inline constexpr Words LOG_LEVEL_WORDS = {{{0, "emergency"},
                                            {7, "debug"}}};
 inline constexpr Words APPLY_WORDS = {{{-1, "rebootNeeded"}, {0, "idle"}, {1, "applying"}}};
 inline constexpr Words PERFORM_WORDS = {{{0, "none"}, {1, "perform"}}};
+
+inline constexpr Words BAND_WORDS = {{{0, "disabled"},
+                                      {1, "11a"},
+                                      {2, "11b"},
+                                      {3, "11g"},
+                                      {4, "auto"},
+                                      {5, "11na"},
+                                      {6, "11ng"},
+                                      {7, "11ac"}}};
+inline constexpr Words CHANNEL_WIDTH_WORDS = {{{1, "20MHz"}, {2, "40MHz"}, {3, "40MHzStatic"}, {4, "80MHz"}}};
+inline constexpr Words WIDTH_EXTENSION_WORDS = {{{1, "lower"}, {2, "upper"}}};
+inline constexpr Words AIRTIME_FAIRNESS_WORDS = {{{0, "disabled"}, {1, "enabled"}, {2, "prefer"}}};

