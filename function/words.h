@@ -35,3 +35,9 @@ inline constexpr Words BAND_WORDS = {{{0, "disabled"},
 inline constexpr Words CHANNEL_WIDTH_WORDS = {{{1, "20MHz"}, {2, "40MHz"}, {3, "40MHzStatic"}, {4, "80MHz"}}};
 inline constexpr Words WIDTH_EXTENSION_WORDS = {{{1, "lower"}, {2, "upper"}}};
 inline constexpr Words AIRTIME_FAIRNESS_WORDS = {{{0, "disabled"}, {1, "enabled"}, {2, "prefer"}}};
+
+inline constexpr Words WDS_SECURITY_WORDS = {{{0, "none"}, {1, "WEP"}, {2, "WPA-PSK"}}};
+inline constexpr Words WDS_WEP_LENGTH_WORDS = {{{1, "64bit"}, {2, "128bit"}, {3, "152bit"}}};
+inline constexpr Words WDS_KEY_FORMAT_WORDS = {{{1, "ascii"}, {2, "hex"}}};
+inline constexpr Words WDS_CIPHER_SUITE_WORDS = {{{1, "TKIP"}, {2, "AES-CCMP"}}};
+inline constexpr Words WDS_PSK_TYPE_WORDS = {{{1, "psk"}, {2, "passphrase"}}};
