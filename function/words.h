@@ -41,3 +41,4 @@ inline constexpr Words WDS_WEP_LENGTH_WORDS = {{{1, "64bit"}, {2, "128bit"}, {3,
 inline constexpr Words WDS_KEY_FORMAT_WORDS = {{{1, "ascii"}, {2, "hex"}}};
 inline constexpr Words WDS_CIPHER_SUITE_WORDS = {{{1, "TKIP"}, {2, "AES-CCMP"}}};
 inline constexpr Words WDS_PSK_TYPE_WORDS = {{{1, "psk"}, {2, "passphrase"}}};
+inline constexpr Words STATION_BAND_WORDS = {{{1, "2.4GHz"}, {2, "5GHz"}}};

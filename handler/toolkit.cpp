@@ -38,6 +38,8 @@ static void publish_into(snmp_reply *reply, const HandlerCall &call, const Row &
                          const std::string &value) {
     if (row.count == 1)
         update_data(reply, call.node, value.c_str(), row[0]);
+    else if (row.count == 6)
+        update_data_by_mac(reply, call.node, value.c_str(), row.arcs);
     else
         update_data_by_mulindex(reply, call.node, value.c_str(), row.arcs, row.count);
 }

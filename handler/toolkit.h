@@ -42,7 +42,8 @@ snmp_reply *set_accepted(const HandlerCall &call);
 snmp_reply *set_refused(const HandlerCall &call);
 snmp_reply *set_read_only(const HandlerCall &call);
 
-// The arcs of a row: {0} for a scalar, {radio}, {radio, vap}, {radio, vap, entry} …
+// The arcs of a row: {0} for a scalar, {radio}, {radio, vap}, {radio, vap, entry} …, the six bytes of a MAC
+// address.
 struct Row {
     int arcs[6] = {};
     int count = 0;

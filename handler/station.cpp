@@ -1,0 +1,161 @@
+// The stations associated with any VAP of the device: table 5.1.1. A row is a station's MAC address; a
+// station seen on several VAPs has the values of the last one.
+#include <cstdlib>
+#include <cstring>
+
+#include "function/agent.h"
+#include "handler/live_table.h"
+#include "platform/device.h"
+#include "platform/k480ext.h"
+
+// A VAP with an interface; radio and VAP count from 1.
+struct StationVap {
+    int radio;
+    int vap;
+    const char *ifname;
+};
+
+// Radio-major. Ends early at a VAP whose interface has no name, and when `visit` returns false.
+template <typename Visit>
+static void for_each_vap(Visit visit) {
+    for (int radio = 1; radio <= RADIOS; radio++) {
+        for (int vap = 1; vap <= VAPS; vap++) {
+            if (zevap->vap[radio - 1][vap - 1].ifindex <= 0) continue;
+            char ifname[IFNAME_SIZE];
+            if (!get_ifname_by_idx(IFNAME_VAP, radio - 1, vap - 1, ifname)) {
+                TRACE("Can't get interface name for RF=%d,VAP=%d\n", radio, vap);
+                return;
+            }
+            if (!visit(StationVap{radio, vap, ifname})) return;
+        }
+    }
+}
+
+static void publish_station(const HandlerCall &call, const Row &row, const std::string &value) {
+    if (trace_on()) {
+        const std::string index = format("%d.%d.%d.%d.%d.%d", row[0], row[1], row[2], row[3], row[4], row[5]);
+        TRACE("request oid=%s roid=%s cmp=%d\n", call.instance, index.c_str(),
+              strcmp(call.instance, index.c_str()));
+        if (index == call.instance) TRACE_LOCATION("handler", call.object.name);
+    }
+    publish(call, row, value);
+}
+
+// ---- columns from the station lists ----
+
+// False at a station whose address is none: the column ends there.
+template <typename Value>
+static bool publish_stations(const HandlerCall &call, const sta_entry *station, Value value) {
+    Row row{};
+    for (; station; station = station->next) {
+        if (!read_address(station->mac, &row)) return false;
+        publish_station(call, row, value(*station));
+    }
+    return true;
+}
+
+// What differs among the columns: the value of a station.
+static snmp_reply *station_column(const HandlerCall &call, std::string (*value)(const sta_entry &station)) {
+    if (!begin_rebuild(call)) return call.reply;
+    for_each_vap([&](const StationVap &vap) {
+        sta_entry *list = get_sta_list(vap.ifname);
+        const bool complete = publish_stations(call, list, value);
+        free_sta_list(list);
+        return complete;
+    });
+    return call.reply;
+}
+
+// The same when all stations of a VAP share a value.
+static snmp_reply *vap_column(const HandlerCall &call, std::string (*value)(const StationVap &vap)) {
+    if (!begin_rebuild(call)) return call.reply;
+    for_each_vap([&](const StationVap &vap) {
+        sta_entry *list = get_sta_list(vap.ifname);
+        const std::string shared = value(vap);
+        const bool complete =
+            publish_stations(call, list, [&](const sta_entry &) -> const std::string & { return shared; });
+        free_sta_list(list);
+        return complete;
+    });
+    return call.reply;
+}
+
+static std::string vap_item(const StationVap &vap, const char *key) {
+    const Reading reading = read_item(format("rf%d_vap%d", vap.radio, vap.vap).c_str(), key);
+    TRACE("ans= %s from ZEVCFG ret=%d.\n", reading.text.c_str(), reading.result);
+    return reading.text;
+}
+
+static long signal_dbm(const sta_entry &station) {
+    return station.rssi - 95L;
+}
+
+// Counters show their low 32 bits.
+static std::string low_word(uint64_t counter) {
+    return std::to_string(static_cast<uint32_t>(counter));
+}
+
+OBJECT(APStaMACAddress) {
+    return station_column(call, [](const sta_entry &station) { return std::string(station.mac); });
+}
+
+OBJECT(APStaSSIDName) {
+    return vap_column(call, [](const StationVap &vap) { return vap_item(vap, "ssid"); });
+}
+
+OBJECT(APStaVlanId) {
+    return vap_column(call, [](const StationVap &vap) {
+        const std::string text = vap_item(vap, "vid");
+        const long id = strtol(text.c_str(), nullptr, 10);
+        return id >= 1 && id <= 4094 ? text : "4096";
+    });
+}
+
+OBJECT(APStaTxBytes) {
+    return station_column(call, [](const sta_entry &station) { return low_word(station.tx_bytes); });
+}
+
+OBJECT(APStaRxBytes) {
+    return station_column(call, [](const sta_entry &station) { return low_word(station.rx_bytes); });
+}
+
+OBJECT(APReceivedStaSignalStrength) {
+    return station_column(call, [](const sta_entry &station) { return std::to_string(signal_dbm(station)); });
+}
+
+OBJECT(APStaSNR) {
+    return station_column(call, [](const sta_entry &station) {
+        const float percents = static_cast<float>(signal_dbm(station)) / -95.0F * 100.0F;
+        return std::to_string(static_cast<long>(percents));
+    });
+}
+
+OBJECT(APStaBandCheck) {
+    return vap_column(call, [](const StationVap &vap) {
+        return std::string(zevap->rf_channel[vap.radio - 1] < 15 ? "1" : "2");
+    });
+}
+
+// ---- columns from the radio tool ----
+
+static constexpr size_t TOOL_FIELDS = 13;  // of a station's line; shorter ones are none
+static constexpr size_t SHOWN_LENGTH = 31;
+
+static snmp_reply *tool_column(const HandlerCall &call, size_t field) {
+    if (!begin_rebuild(call)) return call.reply;
+    for_each_vap([&](const StationVap &vap) {
+        const CommandOutput output = read_command("wlanconfig " + shell_word(vap.ifname) + " list sta");
+        for (const ToolLine &line : parse_tool_lines(output.text))
+            if (line.field_count >= TOOL_FIELDS)
+                publish_station(call, line.row, line.field(field).substr(0, SHOWN_LENGTH));
+        return true;
+    });
+    return call.reply;
+}
+
+OBJECT(APStaConnectionTime) {
+    return tool_column(call, 12);
+}
+OBJECT(APStaTransmitRate) {
+    return tool_column(call, 3);
+}
