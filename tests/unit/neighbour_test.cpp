@@ -1,0 +1,64 @@
+// The access points that the radios hear.
+#include "platform/device.h"
+#include "tests/unit/agent_fixture.h"
+
+static const std::string ROW = ".10.11.12.13.14.15";
+static const std::string ADDRESS = "0a:0b:0c:0d:0e:0f";
+
+class NeighbourTest : public AgentTest {
+  protected:
+    NeighbourTest() {
+        fake.enabled_vaps = {{1, "ath0ap0"}, {2, "ath1ap4"}};
+        root.write_tool("/sbin/iwlist", "[ \"$2\" = ap ] && cat \"$ZEVSIC_ROOT/$1.txt\"");
+        root.write("/ath0ap0.txt", "");
+        root.write("/ath1ap4.txt", "");
+        zevap->sample_time = 0;
+    }
+    void hears(const std::string &ifname, const std::string &lines) const {
+        root.write("/" + ifname + ".txt", "HEADER\n" + lines);
+    }
+    // The four columns of a row; empty texts when it is not there.
+    static std::vector<std::string> columns(const std::string &row = ROW) {
+        std::vector<std::string> values;
+        for (const char *column : {"6.1.1.1", "6.1.1.2", "6.1.1.3", "6.1.1.4"}) {
+            const Answer answer = get(column + row);
+            EXPECT_TRUE(answer.status == STRING || answer == (Answer{0, "", ""})) << answer;
+            values.push_back(answer.value);
+        }
+        return values;
+    }
+};
+
+TEST_F(NeighbourTest, LinesOfTheTool) {
+    const std::string long_name(32, 's');
+    const std::string none;
+    const struct {
+        std::string line;
+        std::vector<std::string> shown;
+    } cases[] = {
+        {" 1 2 3 level=-67 5 6 7 8 Channel=11 cafe\n", {"cafe", "0A:0B:0C:0D:0E:0F", "-67", "11"}},
+        {" 1 2 3 level=-67 5 6 7 8 Channel=11\n", {"N/A", "0A:0B:0C:0D:0E:0F", "-67", "11"}},
+        {" 1 2 3 quality=40 5 6 7 8 channel=11 two words", {"two", "0A:0B:0C:0D:0E:0F", "N/A", "N/A"}},
+        {" 1 2 3 level= 5 6 7 8 Channel= " + long_name, {long_name, "0A:0B:0C:0D:0E:0F", "N/A", "N/A"}},
+        {" 1 2 3 level=-67 5 6 7 8\n", {none, none, none, none}},
+        {"\n", {none, none, none, none}},
+    };
+    for (const auto &c : cases) {
+        hears("ath0ap0", ADDRESS + c.line);
+        EXPECT_EQ(columns(), c.shown) << c.line;
+    }
+    hears("ath0ap0", "Cell 01 " + ADDRESS + " 1 2 3 4 5 6 7 8 9 10\n");
+    EXPECT_EQ(columns()[0], "");
+    hears("ath0ap0", std::string(10000, '\xfe') + "\n" + ADDRESS + " 1 2 3 4 5 6 7 8 9 last");
+    EXPECT_EQ(columns()[0], "last");
+}
+
+TEST_F(NeighbourTest, RadioTwoHasTheLastWord) {
+    hears("ath0ap0", ADDRESS + " 1 2 3 level=-67 5 6 7 8 Channel=11 one\n");
+    hears("ath1ap4", ADDRESS + " 1 2 3 level=-40 5 6 7 8 Channel=36 two\n");
+    EXPECT_EQ(columns(), (std::vector<std::string>{"two", "0A:0B:0C:0D:0E:0F", "-40", "36"}));
+    fake.enabled_vaps.erase(2);
+    EXPECT_EQ(columns()[0], "one");
+    fake.enabled_vaps.clear();
+    EXPECT_EQ(columns()[0], "");
+}
