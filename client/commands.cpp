@@ -4,7 +4,6 @@
 
 #include <chrono>
 #include <cstdio>
-#include <functional>
 #include <thread>
 #include <unordered_set>
 
@@ -89,9 +88,7 @@ int set(const Client &client, const std::string &object, const std::string &valu
     return status == EXIT_DONE ? print_value(client, target, target.object->type, wire) : status;
 }
 
-// Calls `visit` for every value at or below an OID.
-static int walk_values(const Client &client, const std::string &from,
-                       const std::function<void(const Target &, const snmp_reply &)> &visit) {
+int walk_values(const Client &client, const std::string &from, const ValueVisit &visit) {
     // An instance is its own subtree and nothing follows it there.
     Answer answer = exchange(client.socket, KIND_GET, from, "", client.timeout_ms);
     if (answer.error.empty() && answer.reply.reply_status != STATUS_NOTHING) {

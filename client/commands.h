@@ -2,8 +2,12 @@
 // error, and returns the exit status.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
+
+#include "client/names.h"
+#include "client/protocol.h"
 
 struct Client {
     std::string socket;
@@ -19,6 +23,10 @@ int set(const Client &client, const std::string &object, const std::string &valu
 
 // All values of a subtree in the daemon's order; `from` empty is the whole tree.
 int walk(const Client &client, const std::string &from);
+
+// Calls `visit` for every value at or below an OID, in the daemon's order.
+using ValueVisit = std::function<void(const Target &, const snmp_reply &)>;
+int walk_values(const Client &client, const std::string &from, const ValueVisit &visit);
 
 // The subtrees as rows and columns.
 int table(const Client &client, const std::vector<std::string> &objects);

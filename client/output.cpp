@@ -35,6 +35,20 @@ std::string value_json(const Target &target, int type, const std::string &value)
     return dump(json);
 }
 
+std::vector<std::string> aligned(const std::vector<std::vector<std::string>> &lines) {
+    std::vector<size_t> widths(lines.empty() ? 0 : lines[0].size());
+    for (const auto &line : lines)
+        for (size_t i = 0; i < line.size(); i++) widths[i] = std::max(widths[i], line[i].size());
+    std::vector<std::string> texts;
+    for (const auto &line : lines) {
+        std::string text;
+        for (size_t i = 0; i < line.size(); i++)
+            text += line[i] + std::string(i + 1 < line.size() ? widths[i] + 2 - line[i].size() : 0, ' ');
+        texts.push_back(text);
+    }
+    return texts;
+}
+
 void Table::put(const Target &target, const std::string &value) {
     const auto column = std::find(columns.begin(), columns.end(), target.object) - columns.begin();
     const auto row = std::find(instances.begin(), instances.end(), target.instance) - instances.begin();
@@ -72,13 +86,5 @@ void Table::print(bool json) const {
         for (size_t column = 0; column < cells[row].size(); column++)
             lines.back().push_back(format_value(columns[column], cells[row][column]));
     }
-    std::vector<size_t> widths(columns.size() + 1);
-    for (const auto &line : lines)
-        for (size_t i = 0; i < line.size(); i++) widths[i] = std::max(widths[i], line[i].size());
-    for (const auto &line : lines) {
-        std::string text;
-        for (size_t i = 0; i < line.size(); i++)
-            text += line[i] + std::string(i + 1 < line.size() ? widths[i] + 2 - line[i].size() : 0, ' ');
-        printf("%s\n", text.c_str());
-    }
+    for (const std::string &line : aligned(lines)) printf("%s\n", line.c_str());
 }

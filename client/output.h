@@ -10,6 +10,9 @@
 std::string value_line(const Target &target, int type, const std::string &value);
 std::string value_json(const Target &target, int type, const std::string &value);
 
+// Lines of texts as columns of equal width. The first line is the heading.
+std::vector<std::string> aligned(const std::vector<std::vector<std::string>> &lines);
+
 // Rows that share an instance under one heading per object.
 struct Table {
     std::vector<const Object *> columns;

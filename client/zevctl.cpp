@@ -5,6 +5,7 @@
 
 #include "client/commands.h"
 #include "client/protocol.h"
+#include "client/watch.h"
 #include "function/registry.h"
 
 static int names() {
@@ -61,6 +62,22 @@ static int run(std::vector<std::string> arguments) {
         app.add_subcommand("table", "Print columns, or all columns below a branch, as a table");
     table_command->add_option("OBJ", objects)->required();
     table_command->final_callback([&] { status = table(client, objects); });
+
+    WatchOptions watching;
+    auto *watch_command = app.add_subcommand(
+        "watch",
+        "Print a table round after round, and what changed; the daemon reads it anew every sample time");
+    watch_command->add_option("TABLE", from)->required()->check(CLI::IsMember({"station"}));
+    watch_command->add_option("--interval", watching.interval_s, "Time from round to round")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.1, 86400.0))
+        ->capture_default_str();
+    watch_command->add_option("--sort", watching.sort, "Column: numbers largest first, texts alphabetically")
+        ->type_name("COLUMN");
+    watch_command->add_option("--count", watching.count, "Rounds; without it until Ctrl-C")
+        ->type_name("N")
+        ->check(CLI::PositiveNumber);
+    watch_command->final_callback([&] { status = watch_stations(client, watching); });
 
     app.add_subcommand("dump", "Have the daemon write its tree to its trace output")->final_callback([&] {
         status = dump(client);
