@@ -9,6 +9,7 @@
 #include <mutex>
 #include <set>
 
+#include "platform/builtin/stations_nl80211.h"
 #include "platform/builtin/store.h"
 #include "platform/device.h"
 
@@ -207,7 +208,7 @@ int find_enabled_vap(int radio, char *ifname) {
     return 1;
 }
 
-sta_entry *get_sta_list(const char *ifname) {
+static sta_entry *listed_stations(const char *ifname) {
     std::lock_guard lock(source().mutex);
     sta_entry *head = nullptr;
     sta_entry **end = &head;
@@ -220,6 +221,14 @@ sta_entry *get_sta_list(const char *ifname) {
         end = &entry->next;
     }
     return head;
+}
+
+sta_entry *get_sta_list(const char *ifname) {
+    sta_entry *list = listed_stations(ifname);
+#ifdef ZEVSIC_NL80211
+    if (list == nullptr) list = get_sta_list_nl80211(ifname);
+#endif
+    return list;
 }
 
 void free_sta_list(sta_entry *list) {
