@@ -4,10 +4,13 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <string>
 
 #include "function/agent.h"
 #include "function/rows.h"
+#include "handler/objects.h"
+#include "platform/device.h"
 #include "zevsic/dispatch.h"
 #include "zevsic/trace.h"
 
@@ -63,6 +66,41 @@ static void publish_rows(benchmark::State &state) {
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 BENCHMARK(publish_rows)->Arg(64)->Arg(640)->Arg(6400)->Unit(benchmark::kMicrosecond);
+
+// Stations of radio 1, VAP 1 in the device's facts; their addresses come in no order. Answers the row of the
+// last one.
+static std::string list_stations(int64_t stations) {
+    std::ofstream facts(device_path("/etc/k480ext.conf"));
+    facts << "vap1.1.ifname = ath0ap0\n";
+    char mac[18];
+    char row[32];
+    for (int64_t i = 0; i < stations; i++) {
+        const uint32_t mixed = static_cast<uint32_t>(i) * 2654435761U;
+        const unsigned b[] = {mixed >> 24, mixed >> 16 & 255, mixed >> 8 & 255, mixed & 255};
+        snprintf(mac, sizeof mac, "02:00:%02x:%02x:%02x:%02x", b[0], b[1], b[2], b[3]);
+        snprintf(row, sizeof row, "2.0.%u.%u.%u.%u", b[0], b[1], b[2], b[3]);
+        facts << "station = ath0ap0 " << mac << " 40 1234 5678\n";
+    }
+    return row;
+}
+
+// A refresh of a column of the station table, from the list of the built-in platform to the rows.
+static void station_column(benchmark::State &state) {
+    std::string device_facts;
+    read_device_file("/etc/k480ext.conf", 1U << 20, &device_facts);
+    const std::string last = list_stations(state.range(0));
+    build_agent();
+    mib_node *column = head;
+    for (const int arc : {5, 1, 1, 6}) column = find_child(column, arc);
+    while (state.KeepRunning()) {
+        APReceivedStaSignalStrength(&reply, column, KIND_GET, last.c_str(), nullptr, 2);
+        if (reply.reply_status != STRING) state.SkipWithError("the last station has no row");
+        clear_reply(&reply);
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+    std::ofstream(device_path("/etc/k480ext.conf")) << device_facts;
+}
+BENCHMARK(station_column)->Arg(100)->Arg(1000)->Arg(10000)->Unit(benchmark::kMicrosecond);
 
 static void rebuild(benchmark::State &state) {
     while (state.KeepRunning()) build_agent();
