@@ -48,6 +48,8 @@ class WalkTest : public testing::Test {
     WalkTest() {
         debugLevel = 0;
         EXPECT_EQ(system(ZEVSIC_BIN_DIR "/zevcfg init --demo"), 0);
+        // Live objects answer from the tree for the length of a test.
+        EXPECT_EQ(system(ZEVSIC_BIN_DIR "/zevcfg set --current snmp sample_time 200"), 0);
         prepare_tool_path();
         init_norvalis();
         std::string oid;
