@@ -42,3 +42,7 @@ inline constexpr Words WDS_KEY_FORMAT_WORDS = {{{1, "ascii"}, {2, "hex"}}};
 inline constexpr Words WDS_CIPHER_SUITE_WORDS = {{{1, "TKIP"}, {2, "AES-CCMP"}}};
 inline constexpr Words WDS_PSK_TYPE_WORDS = {{{1, "psk"}, {2, "passphrase"}}};
 inline constexpr Words STATION_BAND_WORDS = {{{1, "2.4GHz"}, {2, "5GHz"}}};
+inline constexpr Words ETHER_TYPE_WORDS = {
+    {{0, "any"}, {1, "IPv4"}, {2, "IEEE 802.3"}, {3, "VLAN"}, {4, "ARP"}, {5, "RARP"}}};
+// 3 is read only: an action that the agent does not know.
+inline constexpr Words RULE_ACTION_WORDS = {{{1, "drop"}, {2, "accept"}, {3, "other"}}};
