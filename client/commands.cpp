@@ -10,7 +10,7 @@
 #include "client/output.h"
 #include "client/protocol.h"
 
-static int complain(int status, const std::string &text) {
+int complain(int status, const std::string &text) {
     fprintf(stderr, "zevctl: %s\n", text.c_str());
     return status;
 }
@@ -88,7 +88,9 @@ int set(const Client &client, const std::string &object, const std::string &valu
     return status == EXIT_DONE ? print_value(client, target, target.object->type, wire) : status;
 }
 
-int walk_values(const Client &client, const std::string &from, const ValueVisit &visit) {
+int walk_values(const Client &client, const std::string &from,
+                const std::function<void(const Target &, const snmp_reply &)> &visit, std::string *error) {
+    *error = "the tables changed during the walk, which is not complete";
     // An instance is its own subtree and nothing follows it there.
     Answer answer = exchange(client.socket, KIND_GET, from, "", client.timeout_ms);
     if (answer.error.empty() && answer.reply.reply_status != STATUS_NOTHING) {
@@ -106,48 +108,35 @@ int walk_values(const Client &client, const std::string &from, const ValueVisit 
             if (last == from) return EXIT_DONE;
             answer = exchange(client.socket, KIND_GET, last, "", client.timeout_ms);
             if (!answer.error.empty()) break;
-            if (answer.reply.reply_status != STATUS_NOTHING) return EXIT_DONE;
-            return complain(EXIT_REFUSED, "the tables changed during the walk, which is not complete");
+            return answer.reply.reply_status != STATUS_NOTHING ? EXIT_DONE : EXIT_REFUSED;
         }
         if (!next.starts_with(from + ".")) return EXIT_DONE;
         // Rows of live tables are made anew now and then, so a walk may be led back; it must end all the
         // same.
-        if (!seen.insert(next).second)
-            return complain(EXIT_REFUSED, "the tables changed during the walk, which is not complete");
+        if (!seen.insert(next).second) return EXIT_REFUSED;
         visit(locate(next), answer.reply);
         last = next;
     }
-    return complain(EXIT_NO_DAEMON, answer.error);
+    *error = answer.error;
+    return EXIT_NO_DAEMON;
 }
 
 int walk(const Client &client, const std::string &from) {
     const Target target = parse_target(from.empty() ? ROOT_OID : from);
     if (!target.error.empty()) return complain(EXIT_REFUSED, target.error);
     const char *separator = "[\n";
-    const int status = walk_values(client, target.oid, [&](const Target &at, const snmp_reply &reply) {
+    std::string error;
+    const auto print = [&](const Target &at, const snmp_reply &reply) {
         if (client.json) {
             printf("%s%s", separator, value_json(at, reply.reply_status, reply.value).c_str());
             separator = ",\n";
         } else {
             print_value(client, at, reply.reply_status, reply.value);
         }
-    });
+    };
+    const int status = walk_values(client, target.oid, print, &error);
     if (client.json) puts(*separator == '[' ? "[]" : "\n]");
-    return status;
-}
-
-int table(const Client &client, const std::vector<std::string> &objects) {
-    Table rows;
-    for (const std::string &object : objects) {
-        const Target target = parse_target(object);
-        if (!target.error.empty()) return complain(EXIT_REFUSED, target.error);
-        const int status = walk_values(client, target.oid, [&](const Target &at, const snmp_reply &reply) {
-            rows.put(at, reply.value);
-        });
-        if (status != EXIT_DONE) return status;
-    }
-    rows.print(client.json);
-    return EXIT_DONE;
+    return status == EXIT_DONE ? status : complain(status, error);
 }
 
 int dump(const Client &client) {

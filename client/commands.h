@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "client/names.h"
-#include "client/protocol.h"
+#include "function/wire.h"
 
 struct Client {
     std::string socket;
@@ -24,15 +24,16 @@ int set(const Client &client, const std::string &object, const std::string &valu
 // All values of a subtree in the daemon's order; `from` empty is the whole tree.
 int walk(const Client &client, const std::string &from);
 
-// Calls `visit` for every value at or below an OID, in the daemon's order.
-using ValueVisit = std::function<void(const Target &, const snmp_reply &)>;
-int walk_values(const Client &client, const std::string &from, const ValueVisit &visit);
-
-// The subtrees as rows and columns.
-int table(const Client &client, const std::vector<std::string> &objects);
-
 int dump(const Client &client);
 int save(const Client &client);
 
 // Starts an apply; `wait` also waits for its end, at most `limit_ms`.
 int apply(const Client &client, bool wait, int limit_ms = 60000);
+
+// For subcommands elsewhere: prints a failure and returns its status.
+int complain(int status, const std::string &text);
+
+// Calls `visit` for every value at or below an OID. `error` says why the walk is not complete: the daemon
+// does not answer, or the tables changed meanwhile (EXIT_REFUSED).
+int walk_values(const Client &client, const std::string &from,
+                const std::function<void(const Target &, const snmp_reply &)> &visit, std::string *error);

@@ -35,56 +35,84 @@ std::string value_json(const Target &target, int type, const std::string &value)
     return dump(json);
 }
 
-std::vector<std::string> aligned(const std::vector<std::vector<std::string>> &lines) {
-    std::vector<size_t> widths(lines.empty() ? 0 : lines[0].size());
-    for (const auto &line : lines)
-        for (size_t i = 0; i < line.size(); i++) widths[i] = std::max(widths[i], line[i].size());
-    std::vector<std::string> texts;
-    for (const auto &line : lines) {
-        std::string text;
-        for (size_t i = 0; i < line.size(); i++)
-            text += line[i] + std::string(i + 1 < line.size() ? widths[i] + 2 - line[i].size() : 0, ' ');
-        texts.push_back(text);
-    }
-    return texts;
+template <typename Test>
+static bool all_in_column(const Grid &grid, size_t column, Test test) {
+    return std::all_of(grid.rows.begin(), grid.rows.end(),
+                       [&](const auto &row) { return test(row[column]); });
 }
 
-void Table::put(const Target &target, const std::string &value) {
-    const auto column = std::find(columns.begin(), columns.end(), target.object) - columns.begin();
-    const auto row = std::find(instances.begin(), instances.end(), target.instance) - instances.begin();
-    if (column == std::ssize(columns)) columns.push_back(target.object);
-    if (row == std::ssize(instances)) {
-        instances.push_back(target.instance);
-        cells.emplace_back();
+// How a column shows in the aligned layout.
+struct Place {
+    size_t column, width;
+    bool to_the_right;
+};
+
+static std::vector<Place> places(const Grid &grid) {
+    const auto is_empty = [](const std::string &text) { return text.empty(); };
+    const auto is_number = [](const std::string &text) {
+        return text.empty() || typed_value(INTEGER, text).is_number();
+    };
+    std::vector<Place> shown;
+    for (size_t i = 0; i < grid.columns.size(); i++) {
+        if (!grid.rows.empty() && all_in_column(grid, i, is_empty)) continue;
+        Place place{i, grid.columns[i].heading.size(),
+                    grid.columns[i].is_number && all_in_column(grid, i, is_number)};
+        for (const auto &row : grid.rows) place.width = std::max(place.width, printable(row[i]).size());
+        shown.push_back(place);
     }
-    auto &cell = cells[static_cast<size_t>(row)];
-    if (std::ssize(cell) <= column) cell.resize(static_cast<size_t>(column) + 1);
-    cell[static_cast<size_t>(column)] = value;
+    return shown;
 }
 
-static void print_json(const Table &table) {
+static void print_aligned(const Grid &grid) {
+    const std::vector<Place> shown = places(grid);
+    const auto print_line = [&](const auto &text_of) {
+        std::string line;
+        for (const Place &place : shown) {
+            const std::string text = text_of(place.column);
+            const std::string fill(place.width - text.size(), ' ');
+            line += (place.to_the_right ? fill + text : text + fill) + "  ";
+        }
+        line.erase(line.find_last_not_of(' ') + 1);
+        printf("%s\n", line.c_str());
+    };
+    print_line([&](size_t i) { return grid.columns[i].heading; });
+    for (const auto &row : grid.rows) print_line([&](size_t i) { return printable(row[i]); });
+}
+
+static std::string csv_field(const std::string &value) {
+    std::string text = printable(value);
+    if (text.find_first_of(",\"") == std::string::npos) return text;
+    std::string quoted = "\"";
+    for (const char c : text) quoted += c == '"' ? "\"\"" : std::string(1, c);
+    return quoted + "\"";
+}
+
+static void print_csv(const Grid &grid) {
+    for (size_t i = 0; i < grid.columns.size(); i++)
+        printf("%s%s", i ? "," : "", csv_field(grid.columns[i].heading).c_str());
+    printf("\n");
+    for (const auto &row : grid.rows) {
+        for (size_t i = 0; i < row.size(); i++) printf("%s%s", i ? "," : "", csv_field(row[i]).c_str());
+        printf("\n");
+    }
+}
+
+static void print_json(const Grid &grid) {
     Json rows = Json::array();
-    for (size_t row = 0; row < table.instances.size(); row++) {
-        Json json = {{"instance", table.instances[row]}};
-        for (size_t column = 0; column < table.cells[row].size(); column++)
-            if (const Object *object = table.columns[column])
-                json[object->name] = typed_value(object->type, table.cells[row][column]);
+    for (const auto &row : grid.rows) {
+        Json json = Json::object();
+        for (size_t i = 0; i < row.size(); i++)
+            json[grid.columns[i].heading] = typed_value(grid.columns[i].is_number ? INTEGER : STRING, row[i]);
         rows.push_back(json);
     }
     printf("%s\n", dump(rows).c_str());
 }
 
-void Table::print(bool json) const {
-    if (json) {
-        print_json(*this);
-        return;
-    }
-    std::vector<std::vector<std::string>> lines(1, {"INSTANCE"});
-    for (const Object *object : columns) lines[0].emplace_back(object ? object->name : "?");
-    for (size_t row = 0; row < instances.size(); row++) {
-        lines.push_back({printable(instances[row])});
-        for (size_t column = 0; column < cells[row].size(); column++)
-            lines.back().push_back(format_value(columns[column], cells[row][column]));
-    }
-    for (const std::string &line : aligned(lines)) printf("%s\n", line.c_str());
+void print_grid(const Grid &grid, Layout layout) {
+    if (layout == JSON_ROWS)
+        print_json(grid);
+    else if (layout == CSV)
+        print_csv(grid);
+    else
+        print_aligned(grid);
 }

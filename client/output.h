@@ -10,15 +10,19 @@
 std::string value_line(const Target &target, int type, const std::string &value);
 std::string value_json(const Target &target, int type, const std::string &value);
 
-// Lines of texts as columns of equal width. The first line is the heading.
-std::vector<std::string> aligned(const std::vector<std::vector<std::string>> &lines);
-
-// Rows that share an instance under one heading per object.
-struct Table {
-    std::vector<const Object *> columns;
-    std::vector<std::string> instances;
-    std::vector<std::vector<std::string>> cells;  // [row][column]; a row ends with its last value
-
-    void put(const Target &target, const std::string &value);
-    void print(bool json) const;
+// Texts in rows and columns.
+struct Grid {
+    struct Column {
+        std::string heading;
+        bool is_number = false;  // a text that is a whole number is meant as one
+    };
+    std::vector<Column> columns;
+    std::vector<std::vector<std::string>> rows;  // each with a text for every column
 };
+
+enum Layout {
+    ALIGNED,  // a line per row, for a terminal; columns without a text are left out
+    CSV,
+    JSON_ROWS,  // an array of objects
+};
+void print_grid(const Grid &grid, Layout layout);

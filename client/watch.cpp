@@ -50,6 +50,21 @@ const Object *find_station_column(const std::string &text) {
 
 // ---- one round as lines ----
 
+// Lines of texts as columns of equal width; unlike a printed table's, they stay in place when they are empty.
+static std::vector<std::string> aligned(const std::vector<Cells> &lines) {
+    std::vector<size_t> widths(lines[0].size());
+    for (const Cells &line : lines)
+        for (size_t i = 0; i < line.size(); i++) widths[i] = std::max(widths[i], line[i].size());
+    std::vector<std::string> texts;
+    for (const Cells &line : lines) {
+        std::string text;
+        for (size_t i = 0; i < line.size(); i++)
+            text += line[i] + std::string(i + 1 < line.size() ? widths[i] + 2 - line[i].size() : 0, ' ');
+        texts.push_back(text);
+    }
+    return texts;
+}
+
 // What a counter of 32 bits moved by. One that fell has either wrapped or begun anew.
 static uint64_t moved(const std::string &before, const std::string &now) {
     const uint64_t from = strtoull(before.c_str(), nullptr, 10);
@@ -162,13 +177,16 @@ std::vector<std::string> round_lines(const Stations *before, const Stations &now
 static int read_stations(const Client &client, Stations *stations) {
     const auto &columns = station_columns();
     const std::string entry = std::string(ROOT_OID) + "." + STATION_ENTRY;
-    return walk_values(client, entry, [&](const Target &at, const snmp_reply &reply) {
+    std::string error;
+    const auto take = [&](const Target &at, const snmp_reply &reply) {
         const auto column = std::find(columns.begin(), columns.end(), at.object);
         if (column == columns.end()) return;
         Cells &cells = (*stations)[at.instance];
         cells.resize(columns.size());
         cells[static_cast<size_t>(column - columns.begin())] = reply.value;
-    });
+    };
+    const int status = walk_values(client, entry, take, &error);
+    return status == EXIT_DONE ? status : complain(status, error);
 }
 
 static std::string time_of_day() {

@@ -5,6 +5,7 @@
 
 #include "client/commands.h"
 #include "client/protocol.h"
+#include "client/table.h"
 #include "client/watch.h"
 #include "function/registry.h"
 
@@ -12,6 +13,18 @@ static int names() {
     for (const Object &object : OBJECTS)
         if (!object.is_branch()) puts(object.name);
     return EXIT_DONE;
+}
+
+// What `zevctl table` takes as a name.
+static int table_names() {
+    for (const View &view : views()) puts(view.name);
+    return names();
+}
+
+static std::string view_names() {
+    std::string text;
+    for (const View &view : views()) text += (text.empty() ? "" : ", ") + std::string(view.name);
+    return text;
 }
 
 static int run(std::vector<std::string> arguments) {
@@ -58,10 +71,15 @@ static int run(std::vector<std::string> arguments) {
     walk_command->add_option("FROM", from, "Object, branch or instance");
     walk_command->final_callback([&] { status = walk(client, from); });
 
-    auto *table_command =
-        app.add_subcommand("table", "Print columns, or all columns below a branch, as a table");
-    table_command->add_option("OBJ", objects)->required();
-    table_command->final_callback([&] { status = table(client, objects); });
+    TableOptions table_options;
+    auto *table_command = app.add_subcommand("table", "Print a table as people read it");
+    table_command
+        ->add_option("NAME", objects,
+                     "One of " + view_names() + "; or objects and branches, to be columns side by side")
+        ->required();
+    table_command->add_flag("--csv", table_options.csv, "Print comma-separated values");
+    table_command->add_flag("--secrets", table_options.secrets, "With keys and shared secrets");
+    table_command->final_callback([&] { status = table(client, objects, table_options); });
 
     WatchOptions watching;
     auto *watch_command = app.add_subcommand(
@@ -91,6 +109,10 @@ static int run(std::vector<std::string> arguments) {
 
     app.add_subcommand("names", "Print the names of all objects")->group("")->final_callback([&] {
         status = names();
+    });
+
+    app.add_subcommand("table-names", "Print what table takes as a name")->group("")->final_callback([&] {
+        status = table_names();
     });
 
     app.parse_complete_callback([&] { client.timeout_ms = static_cast<int>(seconds * 1000); });

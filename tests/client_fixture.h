@@ -1,0 +1,123 @@
+// A small server in the test's own process, and the client's subcommands run against it.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "client/commands.h"
+#include "function/wire.h"
+#include "tests/device_root.h"
+
+inline const std::string ROOT = ROOT_OID;
+
+// Serves each connection with `serve`, which answers how many bytes of the reply are sent; −1 leaves the
+// connection open without a word.
+class Server {
+  public:
+    using Serve = std::function<int(const snmp_request &, snmp_reply *)>;
+
+    explicit Server(Serve serve) : serve_(std::move(serve)) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        memcpy(address.sun_path, path.data(), path.size());
+        listener_ = socket(AF_UNIX, SOCK_STREAM, 0);
+        if (bind(listener_, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0 ||
+            listen(listener_, 16) != 0)
+            abort();
+        thread_ = std::thread([this] { loop(); });
+    }
+    ~Server() {
+        shutdown(listener_, SHUT_RDWR);
+        thread_.join();
+        close(listener_);
+    }
+    Server(const Server &) = delete;
+    Server &operator=(const Server &) = delete;
+
+  private:
+    DeviceRoot root_;
+
+  public:
+    const std::string path = root_.path("/tmp/zevsic_sock");
+
+  private:
+    void loop() {
+        std::vector<int> silent;
+        for (int fd = 0; (fd = accept(listener_, nullptr, nullptr)) >= 0;) {
+            snmp_request request{};
+            snmp_reply reply{};
+            EXPECT_EQ(recv(fd, &request, sizeof request, MSG_WAITALL), static_cast<ssize_t>(RECORD_SIZE));
+            const int bytes = serve_(request, &reply);
+            // In two pieces: a reply need not arrive at once.
+            for (int from = 0; from < bytes; from += 5000)
+                send(fd, reinterpret_cast<char *>(&reply) + from, std::min(5000, bytes - from), MSG_NOSIGNAL);
+            if (bytes < 0)
+                silent.push_back(fd);
+            else
+                close(fd);
+        }
+        for (const int fd : silent) close(fd);
+    }
+
+    Serve serve_;
+    int listener_ = -1;
+    std::thread thread_;
+};
+
+// A tree of a few values, GETNEXT in their order, and SETs that are answered as told.
+struct Tree {
+    std::vector<std::pair<std::string, std::string>> values = {
+        {"1.1.0", "ap"}, {"1.2.0", "lab"}, {"1.62.0", "0"}, {"2.1.1.9.1", "x"}};
+    uint8_t set_status = STATUS_ACCEPTED;
+    std::string last_set;
+    std::function<void()> before = [] {};  // runs before each request
+
+    int serve(const snmp_request &request, snmp_reply *reply) {
+        before();
+        const std::string asked = request.oid;
+        auto found = std::find_if(values.begin(), values.end(),
+                                  [&](const auto &value) { return ROOT + "." + value.first == asked; });
+        if (request.type == KIND_SET) {
+            last_set = asked + " " + request.set;
+            reply->reply_status = set_status;
+            return RECORD_SIZE;
+        }
+        if (request.type == KIND_GETNEXT && found != values.end())
+            ++found;
+        else if (request.type == KIND_GETNEXT)
+            found = std::find_if(values.begin(), values.end(), [&](const auto &value) {
+                return (ROOT + "." + value.first + ".").starts_with(asked + ".");
+            });
+        if (found == values.end()) return RECORD_SIZE;
+        put_text(reply->oid, ROOT + "." + found->first);
+        put_text(reply->value, found->second);
+        reply->reply_status = STRING;
+        return RECORD_SIZE;
+    }
+};
+
+struct Commands : testing::Test {
+    Tree tree;
+    Server server{
+        [this](const snmp_request &request, snmp_reply *reply) { return tree.serve(request, reply); }};
+    Client client{.socket = server.path};
+    std::string out, err;
+
+    int run(const std::function<int()> &command) {
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+        const int status = command();
+        out = testing::internal::GetCapturedStdout();
+        err = testing::internal::GetCapturedStderr();
+        return status;
+    }
+};
