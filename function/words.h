@@ -46,3 +46,4 @@ inline constexpr Words ETHER_TYPE_WORDS = {
     {{0, "any"}, {1, "IPv4"}, {2, "IEEE 802.3"}, {3, "VLAN"}, {4, "ARP"}, {5, "RARP"}}};
 // 3 is read only: an action that the agent does not know.
 inline constexpr Words RULE_ACTION_WORDS = {{{1, "drop"}, {2, "accept"}, {3, "other"}}};
+inline constexpr Words IPV6_MODE_WORDS = {{{1, "static"}, {2, "dhcp"}}};

@@ -134,6 +134,7 @@ int apply_cfg(zevcfg_handle *) {
     return fake.apply_result;
 }
 int reset_zevcfg() {
+    fake.resets++;
     return 0;
 }
 int check_apply_need_reboot() {

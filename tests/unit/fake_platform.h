@@ -30,6 +30,7 @@ struct FakePlatform {
     bool saving_fails = false;
     int apply_result = 0;
     bool need_reboot = false;
+    int resets = 0;  // to the factory configuration
     int items_read = 0;
     std::vector<std::string> steering_calls;  // "band_steering radio vap ssid state" of each consistency call
     int open_handles = 0;
