@@ -47,3 +47,4 @@ inline constexpr Words ETHER_TYPE_WORDS = {
 // 3 is read only: an action that the agent does not know.
 inline constexpr Words RULE_ACTION_WORDS = {{{1, "drop"}, {2, "accept"}, {3, "other"}}};
 inline constexpr Words IPV6_MODE_WORDS = {{{1, "static"}, {2, "dhcp"}}};
+inline constexpr Words SWITCH_MODE_WORDS = {{{0, "none"}, {1, "portBased"}, {2, "dot1q"}}};

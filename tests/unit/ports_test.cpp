@@ -1,0 +1,90 @@
+// Switch mode, LAN ports and management addresses.
+#include "tests/unit/agent_fixture.h"
+
+using Items = std::vector<std::string>;
+static const Items REFUSED = {"refused 34"};
+
+class PortsTest : public AgentTest {
+  protected:
+    PortsTest() {
+        fake.item("network_L2", "vlan_type", "802.1Q");
+        fake.item("network_L2", "lan_num", "4");
+        for (const int port : {0, 1, 2, 3}) {
+            port_item(port, "controllable", port % 2 ? "enable" : "disable");
+            port_item(port, "vid", "4096");
+            port_item(port, "tun", "disable");
+        }
+    }
+    static void port_item(int port, const std::string &name, const char *value) {
+        fake.item("network_L2", "lan:" + std::to_string(port) + "." + name, value);
+    }
+    // OIDs and values behind an object, in the order of a walk.
+    static Items walked(const std::string &object) {
+        Items items;
+        for (Answer at = next(object); at.oid.starts_with(object + "."); at = next(at.oid))
+            items.push_back(at.oid + "=" + at.value);
+        return items;
+    }
+};
+
+TEST_F(PortsTest, OnlyPortsThatMayBeManagedHaveRows) {
+    port_item(1, "vid", "4094");
+    port_item(3, "tun", "enable");
+    EXPECT_EQ(walked("1.66.1.1"), (Items{"1.66.1.1.1=1", "1.66.1.1.3=3"}));
+    EXPECT_EQ(walked("1.66.1.2"), (Items{"1.66.1.2.1=2", "1.66.1.2.3=1"}));
+    EXPECT_EQ(walked("1.66.1.3"), (Items{"1.66.1.3.1=4094", "1.66.1.3.3=4096"}));
+    EXPECT_EQ(walked("1.66.1.4"), (Items{"1.66.1.4.1=1", "1.66.1.4.3=2"}));
+    EXPECT_EQ(get("1.66.1.3.0"), (Answer{0, "", ""}));
+
+    port_item(0, "controllable", "enable");
+    fake.item("network_L2", "lan_num", "3");
+    build();
+    EXPECT_EQ(walked("1.66.1.1"), (Items{"1.66.1.1.0=0", "1.66.1.1.1=1"})) << "the first port is row 0";
+    fake.item("network_L2", "lan_num", "2000000000");
+    build();
+    EXPECT_EQ(get("1.66.1.1.3").value, "3");
+}
+
+TEST_F(PortsTest, WhatASetQueues) {
+    struct {
+        const char *oid, *value;
+        Items items;
+    } cases[] = {
+        {"1.65.0", "1", {"network_L2 vlan_type=PORT-BASED"}},
+        {"1.65.0", "2", {"network_L2 vlan_type=802.1Q"}},
+        {"1.65.0", "0", REFUSED},
+        {"1.66.1.1.1", "1", {"refused 31"}},
+        {"1.66.1.3.1", "0", {"network_L2 lan:1.vid=4096"}},
+        {"1.66.1.3.1", "4095", REFUSED},
+        {"1.66.1.3.0", "5", REFUSED},
+        {"1.66.1.3.4", "5", REFUSED},
+        {"1.66.1.4.3", "2", {"network_L2 lan:3.tun=enable"}},
+        {"1.66.1.4.2", "2", REFUSED},
+        {"1.67.1.2.3", "any text", {"remote_manage entry:2.ip=any text"}},
+        {"1.67.1.2.10", "", {"remote_manage entry:9.ip="}},
+        {"1.67.1.2.0", "10.0.0.1", REFUSED},
+        {"1.67.1.2.11", "10.0.0.1", REFUSED},
+    };
+    for (const auto &c : cases) EXPECT_EQ(queued_by(c.oid, c.value), c.items) << c.oid << " = " << c.value;
+    EXPECT_EQ(get("1.65.0").value, "2");
+    fake.working.erase({"network_L2", "lan:2.controllable"});
+    EXPECT_EQ(queued_by("1.66.1.4.2", "2"), Items{"network_L2 lan:2.tun=enable"})
+        << "not said to be unmanaged";
+}
+
+TEST_F(PortsTest, ADeviceWithoutAConfigurableSwitch) {
+    fake.working.erase({"network_L2", "vlan_type"});
+    build();
+    EXPECT_EQ(get("1.65.0"), (Answer{INTEGER, "1.65.0", "0"}));
+    EXPECT_EQ(queued_by("1.65.0", "2"), REFUSED);
+}
+
+TEST_F(PortsTest, TenManagementAddresses) {
+    fake.item("remote_manage", "entry:9.ip", "10.0.0.10");
+    const Items rows = walked("1.67.1.2");
+    ASSERT_EQ(rows.size(), 10U);
+    EXPECT_EQ(rows.front(), "1.67.1.2.1=");
+    EXPECT_EQ(rows.back(), "1.67.1.2.10=10.0.0.10");
+    EXPECT_EQ(walked("1.67.1.1").back(), "1.67.1.1.10=10");
+    EXPECT_EQ(get("1.67.1.2.11"), (Answer{0, "", ""}));
+}
