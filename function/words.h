@@ -47,4 +47,14 @@ inline constexpr Words ETHER_TYPE_WORDS = {
 // 3 is read only: an action that the agent does not know.
 inline constexpr Words RULE_ACTION_WORDS = {{{1, "drop"}, {2, "accept"}, {3, "other"}}};
 inline constexpr Words IPV6_MODE_WORDS = {{{1, "static"}, {2, "dhcp"}}};
+inline constexpr Words TRANSFER_DIRECTION_WORDS = {{{0, "none"}, {1, "fromServer"}, {2, "toServer"}}};
+inline constexpr Words TRANSFER_COMMAND_WORDS = {
+    {{0, "clear"}, {1, "upgrade"}, {2, "backup"}, {3, "restore"}}};
+inline constexpr Words TRANSFER_STATUS_WORDS = {{{0, "idle"},
+                                                 {1, "updating"},
+                                                 {2, "backingUp"},
+                                                 {3, "restarting"},
+                                                 {4, "upgradeFailed"},
+                                                 {5, "backupFailed"},
+                                                 {6, "restoreFailed"}}};
 inline constexpr Words SWITCH_MODE_WORDS = {{{0, "none"}, {1, "portBased"}, {2, "dot1q"}}};

@@ -1,0 +1,102 @@
+#include "handler/transfer_process.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <vector>
+
+#include "platform/device.h"
+
+// Everything the process needs, ready before the fork: other threads of the daemon may hold any lock at that
+// moment, so from then on only calls that are safe in a signal handler are made.
+struct Prepared {
+    const char *first;
+    char *second;      // null: none
+    char *second_end;  // where the size goes, with room for it; null: it is complete
+    const char *downloaded;
+    const char *lock_file;
+};
+static constexpr size_t SIZE_ROOM = 24;  // digits of any file size, quote and terminator
+
+static void detach() {
+    setsid();
+    umask(077);
+    for (int number = 1; number < NSIG; number++) signal(number, SIG_DFL);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    if (close_range(0, ~0U, 0) != 0) {
+        for (int fd = 0; fd < 1024; fd++) close(fd);
+    }
+    int fd = open("/dev/null", O_RDWR);  // the machine's own: not a file of the device
+    while (fd >= 0 && fd < STDERR_FILENO) fd = dup(fd);
+}
+
+static void wait_for(pid_t pid) {
+    while (pid > 0 && waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
+    }
+}
+
+static void run_to_the_end(const char *command) {
+    const pid_t pid = fork();
+    if (pid == 0) {
+        execl("/bin/sh", "sh", "-c", command, static_cast<char *>(nullptr));
+        _exit(127);
+    }
+    wait_for(pid);
+}
+
+// Writes the size of a file and the closing quote; 0 when there is no file.
+static void add_size(char *end, const char *path) {
+    struct stat facts;
+    unsigned long long size = stat(path, &facts) == 0 ? static_cast<unsigned long long>(facts.st_size) : 0;
+    char digits[SIZE_ROOM];
+    int count = 0;
+    do {
+        digits[count++] = static_cast<char>('0' + size % 10);
+        size /= 10;
+    } while (size > 0);
+    while (count > 0) *end++ = digits[--count];
+    *end++ = '\'';
+    *end = '\0';
+}
+
+static void transfer(const Prepared &prepared) {
+    run_to_the_end(prepared.first);
+    if (prepared.second_end) add_size(prepared.second_end, prepared.downloaded);
+    if (prepared.second) run_to_the_end(prepared.second);
+    unlink(prepared.lock_file);
+}
+
+void start_transfer_process(const TransferCommands &commands, const std::string &downloaded,
+                            const std::string &lock_file) {
+    const std::string file_path = device_path(downloaded);
+    const std::string lock_path = device_path(lock_file);
+    std::vector<char> second(commands.second.begin(), commands.second.end());
+    second.resize(second.size() + SIZE_ROOM, '\0');
+    const Prepared prepared{
+        .first = commands.first.c_str(),
+        .second = commands.second.empty() ? nullptr : second.data(),
+        .second_end = commands.second_takes_size ? second.data() + commands.second.size() : nullptr,
+        .downloaded = file_path.c_str(),
+        .lock_file = lock_path.c_str(),
+    };
+    const pid_t child = fork();
+    if (child != 0) {
+        wait_for(child);
+        return;
+    }
+    // The child of the child is left to init, so that nobody has to wait for it.
+    const pid_t grandchild = fork();
+    if (grandchild == 0) {
+        detach();
+        transfer(prepared);
+    } else if (grandchild < 0) {
+        unlink(prepared.lock_file);
+    }
+    _exit(0);
+}

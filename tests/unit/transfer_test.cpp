@@ -1,0 +1,326 @@
+// Transfers over TFTP and FTP: the commands to the byte, hostile texts in them, and the objects with tools
+// that record how they were called. Real servers are met in transfer_servers_test.cpp.
+#include <crypt.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <random>
+
+#include "handler/transfer_commands.h"
+#include "platform/device.h"
+#include "tests/unit/agent_fixture.h"
+
+using Texts = std::vector<std::string>;
+
+static const std::string WGET = "wget -c -O ";
+static const std::string COOKIE =
+    " --header 'Cookie: username=admin;password=07abc./XYZ12' 'http://127.0.0.1/";
+
+TEST(TransferCommands, OrdinaryTextsStandAsTheyAre) {
+    const TransferSettings settings{.server = "10.0.0.9",
+                                    .file = "ap-1_backup.cfg",
+                                    .user = "operator",
+                                    .password = "S3cret:+@%,",
+                                    .web_password = "07abc./XYZ12"};
+    struct {
+        Operation operation;
+        Protocol protocol;
+        std::string first, second;
+    } cases[] = {
+        {Operation::UPGRADE, Protocol::TFTP,
+         WGET + "/tmp/up_tftp_status.txt" + COOKIE +
+             "tftp_firmware_upgrade.egi?ipaddr=10.0.0.9&port=69&filename=ap-1_backup.cfg'",
+         ""},
+        {Operation::BACKUP, Protocol::TFTP, WGET + "/tmp/tftp_backup.cfg" + COOKIE + "backupCfg.egi'",
+         "tftp -p -r ap-1_backup.cfg -l /tmp/tftp_backup.cfg 10.0.0.9 >/dev/null 2>&1 && rm "
+         "/tmp/tftp_backup.cfg"},
+        {Operation::RESTORE, Protocol::TFTP,
+         "tftp -g -r ap-1_backup.cfg -l /tmp/tftp_backup.cfg 10.0.0.9 >/dev/null 2>&1",
+         WGET + "/tmp/up_tftp_status.txt" + COOKIE +
+             "upload.asp?type=config&filename=/tmp/tftp_backup.cfg&filesize="},
+        {Operation::UPGRADE, Protocol::FTP,
+         WGET + "/tmp/up_ftp_status.txt" + COOKIE +
+             "tftp_firmware_upgrade.egi?ipaddr=10.0.0.9&port=21&filename=ap-1_backup.cfg&username=operator"
+             "&password=S3cret:+@%25,&ftp=1'",
+         ""},
+        {Operation::BACKUP, Protocol::FTP, WGET + "/tmp/ftp_backup.cfg" + COOKIE + "backupCfg.egi'",
+         "ftpput -u operator -p S3cret:+@%, 10.0.0.9 ap-1_backup.cfg /tmp/ftp_backup.cfg >/dev/null 2>&1 && "
+         "rm /tmp/ftp_backup.cfg"},
+        {Operation::RESTORE, Protocol::FTP,
+         "ftpget -u operator -p S3cret:+@%, 10.0.0.9 /tmp/ftp_backup.cfg ap-1_backup.cfg >/dev/null 2>&1",
+         WGET + "/tmp/up_ftp_status.txt" + COOKIE +
+             "upload.asp?type=config&filename=/tmp/ftp_backup.cfg&filesize="},
+    };
+    for (const auto &c : cases) {
+        const TransferCommands commands = transfer_commands(c.operation, c.protocol, settings);
+        EXPECT_EQ(commands.first, c.first);
+        EXPECT_EQ(commands.second, c.second);
+        EXPECT_EQ(commands.second_takes_size, c.operation == Operation::RESTORE);
+    }
+}
+
+// ---- hostile texts against a real shell ----
+
+// Writes its name and its arguments, each with a NUL behind it.
+static const char *const RECORD = "{ printf '%s\\0' \"${0##*/}\" \"$@\"; } >> \"$ZEVSIC_ROOT/calls\"";
+
+static Texts split(const std::string &text, char separator) {
+    Texts pieces;
+    for (size_t from = 0, to = 0; from < text.size(); from = to + 1) {
+        to = std::min(text.find(separator, from), text.size());
+        pieces.push_back(text.substr(from, to - from));
+    }
+    return pieces;
+}
+
+static std::string percent_decoded(const std::string &text) {
+    std::string out;
+    for (size_t i = 0; i < text.size(); i++) {
+        if (text[i] == '%') {
+            out += static_cast<char>(std::stoi(text.substr(i + 1, 2), nullptr, 16));
+            i += 2;
+        } else {
+            out += text[i];
+        }
+    }
+    return out;
+}
+
+// Shell metacharacters, commands that would leave a file behind, and any byte but NUL.
+static std::string hostile_text(std::mt19937 &random) {
+    static const Texts pieces = split(
+        "'Z\"Z ZZ\nZ;Z$(touch smuggled)Z`touch smuggled`Z\\Z&Z%Z-Z#Z; touch smuggled #Z${x}Z*Z~Z=Z-rfZ"
+        "' touch smuggled 'Z| touch smuggledZ> smuggledZ\tZaZ9Z&& touch smuggled",
+        'Z');
+    std::string text;
+    for (auto count = random() % 7; count > 0; count--) {
+        if (random() % 4 == 0)
+            text += static_cast<char>(1 + random() % 255);
+        else
+            text += pieces[random() % pieces.size()];
+    }
+    return text;
+}
+
+TEST(TransferCommands, HostileTextsReachTheirToolAndNothingElse) {
+    DeviceRoot root;
+    for (const char *tool : {"wget", "tftp", "ftpput", "ftpget"})
+        root.write_tool(std::string("/bin/") + tool, RECORD);
+    const std::string old_path = getenv("PATH");
+    const std::string old_folder = std::filesystem::current_path();
+    prepare_tool_path();
+    std::filesystem::create_directory(root.path("/folder"));
+    std::filesystem::current_path(root.path("/folder"));
+    const std::string backup_files[] = {root.path("/tmp/tftp_backup.cfg"), root.path("/tmp/ftp_backup.cfg")};
+
+    const auto calls_of = [&](const std::string &command) {
+        root.write("/calls", "");
+        EXPECT_EQ(run_command(command), 0) << command;
+        return split(root.read("/calls"), '\0');
+    };
+    const auto with_operands = [](Texts words, const Texts &operands) {
+        for (const std::string &operand : operands)
+            if (operand.starts_with('-')) {
+                words.emplace_back("--");
+                break;
+            }
+        words.insert(words.end(), operands.begin(), operands.end());
+        return words;
+    };
+    std::mt19937 random(20240229);
+    for (int round = 0; round < 60; round++) {
+        const TransferSettings s{.server = hostile_text(random),
+                                 .file = hostile_text(random),
+                                 .user = hostile_text(random),
+                                 .password = hostile_text(random),
+                                 .web_password = hostile_text(random)};
+        root.write("/tmp/tftp_backup.cfg", "");
+        root.write("/tmp/ftp_backup.cfg", "");
+        EXPECT_EQ(calls_of(transfer_commands(Operation::BACKUP, Protocol::TFTP, s).second),
+                  with_operands({"tftp", "-p", "-r", s.file, "-l", backup_files[0]}, {s.server}));
+        EXPECT_EQ(
+            calls_of(transfer_commands(Operation::BACKUP, Protocol::FTP, s).second),
+            with_operands({"ftpput", "-u", s.user, "-p", s.password}, {s.server, s.file, backup_files[1]}));
+        EXPECT_EQ(calls_of(transfer_commands(Operation::RESTORE, Protocol::TFTP, s).first),
+                  with_operands({"tftp", "-g", "-r", s.file, "-l", backup_files[0]}, {s.server}));
+        EXPECT_EQ(
+            calls_of(transfer_commands(Operation::RESTORE, Protocol::FTP, s).first),
+            with_operands({"ftpget", "-u", s.user, "-p", s.password}, {s.server, backup_files[1], s.file}));
+        const Texts call = calls_of(transfer_commands(Operation::UPGRADE, Protocol::FTP, s).first);
+        ASSERT_EQ(call.size(), 7U);
+        EXPECT_EQ(call[5], "Cookie: username=admin;password=" + s.web_password);
+        Texts parameters = split(call[6], '&');
+        ASSERT_EQ(parameters.size(), 6U) << call[6];
+        for (std::string &parameter : parameters) parameter = percent_decoded(parameter);
+        EXPECT_EQ(parameters,
+                  (Texts{"http://127.0.0.1/tftp_firmware_upgrade.egi?ipaddr=" + s.server, "port=21",
+                         "filename=" + s.file, "username=" + s.user, "password=" + s.password, "ftp=1"}));
+        ASSERT_TRUE(std::filesystem::is_empty(root.path("/folder"))) << "something smuggled in has run";
+    }
+    std::filesystem::current_path(old_folder);
+    setenv("PATH", old_path.c_str(), 1);
+}
+
+// ---- the objects ----
+
+// Has a tool wait until the test has looked.
+static const std::string HOLD = "while [ ! -e \"$ZEVSIC_ROOT/go\" ]; do sleep 0.01; done\n";
+
+class TransferTest : public AgentTest {
+  protected:
+    TransferTest() : old_path_(getenv("PATH")) {
+        fake.item("admin", "password", "secret");
+        fake.item("snmp", "sample_time", "0");
+        build();
+        for (const char *tool : {"wget", "tftp", "ftpput", "ftpget"}) write_tool(tool, "");
+        prepare_tool_path();
+    }
+    ~TransferTest() override { setenv("PATH", old_path_.c_str(), 1); }
+
+    // A tool that records its call, then does what `script` says.
+    void write_tool(const std::string &name, const std::string &script) const {
+        root.write_tool("/bin/" + name, std::string(RECORD) + "\n" + script);
+    }
+    static void choose_tftp(int direction) {
+        EXPECT_EQ(set("1.63.1.0", "ipaddress 10.0.0.9"), STATUS_ACCEPTED);
+        EXPECT_EQ(set("1.63.2.0", "string \"a.cfg\""), STATUS_ACCEPTED);
+        EXPECT_EQ(set("1.63.3.0", "integer " + std::to_string(direction)), STATUS_ACCEPTED);
+    }
+    static int start_tftp(int command) { return set("1.63.4.0", "integer " + std::to_string(command)); }
+    static std::string status() { return get("1.63.5.0").value; }
+    bool ends() const {
+        const auto locked = [&] {
+            return root.has("/tmp/lock_snmp_web") || root.has("/tmp/lock_snmp_conf_backup");
+        };
+        for (int i = 0; i < 1000 && locked(); i++) usleep(10000);
+        return !locked();
+    }
+
+    const std::string old_path_;
+};
+
+TEST_F(TransferTest, SettingsAndTheirDefaults) {
+    const std::string long_file(33, 'f');
+    struct {
+        const char *oid, *initial;
+        std::string set_text;
+        int status;
+        const char *shown;
+    } cases[] = {
+        {"1.63.1.0", "0.0.0.0", "ipaddress 10.0.0.9", 30, "10.0.0.9"},
+        {"1.63.1.0", "10.0.0.9", "ipaddress " + std::string(64, '1'), 34, "10.0.0.9"},
+        {"1.63.2.0", "remote_file_name", "string \"" + long_file + "\"", 34, "remote_file_name"},
+        {"1.63.3.0", "0", "integer 3", 34, "0"},
+        {"1.63.3.0", "0", "integer 4294967297", 34, "0"},
+        {"1.63.3.0", "0", "integer 2nd", 30, "2"},
+        {"1.63.3.0", "2", "integer none", 30, "0"},
+        {"1.63.4.0", "0", "integer 1x", 34, "0"},
+        {"1.63.5.0", "0", "integer 1", 31, "0"},
+        {"1.64.2.0", "none", "string \"me\"", 30, "me"},
+        {"1.64.3.0", "none", "string \"pass word\"", 30, "pass word"},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(get(c.oid).value, c.initial) << c.oid;
+        EXPECT_EQ(set(c.oid, c.set_text), c.status) << c.oid << " " << c.set_text;
+        EXPECT_EQ(get(c.oid).value, c.shown) << c.oid << " after " << c.set_text;
+    }
+    EXPECT_EQ(get("1.63.4.1"), (Answer{0, "", ""}));
+    EXPECT_EQ(queued(), Texts{});
+    build();
+    EXPECT_EQ(get("1.64.3.0").value, "none") << "a rebuild forgets";
+}
+
+TEST_F(TransferTest, Refusals) {
+    zevap->sample_time = 100;
+    EXPECT_EQ(get("1.63.4.0").value, "0");
+    EXPECT_EQ(start_tftp(1), STATUS_WRONG_VALUE) << "nothing is set";
+    EXPECT_EQ(get("1.63.4.0").value, "1") << "the last written code, refused or not";
+    choose_tftp(2);
+    EXPECT_EQ(start_tftp(1), STATUS_WRONG_VALUE) << "the wrong direction";
+    root.write("/tmp/lock_snmp_conf_backup", "1\n");
+    EXPECT_EQ(start_tftp(2), STATUS_WRONG_VALUE) << "one is running";
+    std::filesystem::remove(root.path("/tmp/lock_snmp_conf_backup"));
+    std::filesystem::create_directory(root.path("/tmp/tftp_backup.cfg"));
+    EXPECT_EQ(start_tftp(2), STATUS_WRONG_VALUE) << "what is in the way cannot be removed";
+    EXPECT_FALSE(root.has("/tmp/lock_snmp_conf_backup"));
+
+    set("1.64.1.0", "ipaddress 10.0.0.9");
+    set("1.64.4.0", "string \"f\"");
+    set("1.64.5.0", "integer 2");
+    set("1.64.2.0", "string \"me\"");
+    EXPECT_EQ(set("1.64.6.0", "integer 2"), STATUS_WRONG_VALUE) << "no password";
+    EXPECT_FALSE(root.has("/calls"));
+}
+
+TEST_F(TransferTest, BackupStates) {
+    choose_tftp(2);
+    // The page comes into a file that is new, private and empty; a link put there is not followed.
+    root.write("/tmp/victim", "unharmed");
+    std::filesystem::create_symlink(root.path("/tmp/victim"), root.path("/tmp/tftp_backup.cfg"));
+    write_tool("wget", HOLD + "stat -c %a,%s,%F \"$3\" > \"$ZEVSIC_ROOT/facts\"; echo config > \"$3\"");
+    write_tool("tftp", "exit 1");
+    zevap->sample_time = 100;
+    EXPECT_EQ(status(), "0");
+    const std::string trace = traced([] { EXPECT_EQ(start_tftp(2), STATUS_ACCEPTED); });
+    EXPECT_EQ(status(), "2") << "at once: what was shown for the transfer before is forgotten";
+    EXPECT_EQ(get("1.64.7.0").value, "2") << "both protocols share the lock";
+    zevap->sample_time = 0;
+    root.write("/go", "");
+    ASSERT_TRUE(ends());
+    EXPECT_EQ(status(), "5") << "the upload failed";
+    EXPECT_EQ(get("1.64.7.0").value, "0");
+    EXPECT_EQ(root.read("/facts"), "600,0,regular empty file\n");
+    EXPECT_EQ(root.read("/tmp/victim"), "unharmed");
+    const std::string hash = split(root.read("/calls"), '\0')[5].substr(32);
+    EXPECT_EQ(hash, crypt("secret", hash.substr(0, 2).c_str()))
+        << "behind \"Cookie: username=admin;password=\"";
+    EXPECT_EQ(hash.substr(0, 2).find_first_not_of("0123456789"), std::string::npos);
+    EXPECT_NE(trace.find("action:2,server ip:10.0.0.9,remotefile:a.cfg\n"), std::string::npos);
+    EXPECT_NE(trace.find("cmd:wget -c -O " + root.path("/tmp/tftp_backup.cfg")), std::string::npos);
+    EXPECT_NE(trace.find("',next_cmd:tftp -p -r a.cfg"), std::string::npos);
+
+    EXPECT_EQ(start_tftp(0), STATUS_ACCEPTED);
+    EXPECT_EQ(status(), "0");
+    EXPECT_FALSE(root.has("/tmp/tftp_backup.cfg"));
+}
+
+TEST_F(TransferTest, RestoreStates) {
+    choose_tftp(1);
+    root.write("/tmp/up_tftp_status.txt", "an old answer: rebooting.asp\n");
+    EXPECT_EQ(status(), "3");
+    write_tool("tftp", "printf 12345 > \"$5\"");
+    EXPECT_EQ(start_tftp(3), STATUS_ACCEPTED);
+    ASSERT_TRUE(ends());
+    EXPECT_EQ(status(), "6");
+    EXPECT_TRUE(root.read("/calls").ends_with(std::string("&filesize=5\0", 12)));
+    write_tool("tftp", "rm \"$5\"; exit 1");
+    EXPECT_EQ(start_tftp(3), STATUS_ACCEPTED);
+    ASSERT_TRUE(ends());
+    EXPECT_TRUE(root.read("/calls").ends_with(std::string("&filesize=0\0", 12))) << "nothing was downloaded";
+}
+
+TEST_F(TransferTest, TheProcessIsOnItsOwn) {
+    choose_tftp(2);
+    // Descriptors (the last is the listing's own), signals and session as tools get them, then an end by
+    // force.
+    write_tool("wget",
+               "ls /proc/self/fd > \"$ZEVSIC_ROOT/fds\"\n"
+               "grep -E '^Sig(Blk|Ign)' /proc/self/status | cut -f2 | sort -u > \"$ZEVSIC_ROOT/signals\"\n"
+               "cut -d' ' -f6 /proc/self/stat > \"$ZEVSIC_ROOT/session\"\n"
+               "kill -9 $$");
+    write_tool("tftp", "kill -9 $$");
+    void (*const old)(int) = signal(SIGPIPE, SIG_IGN);
+    const int inherited = dup(0);  // not close-on-exec
+    EXPECT_EQ(start_tftp(2), STATUS_ACCEPTED);
+    close(inherited);
+    signal(SIGPIPE, old);
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "no child is left to wait for";
+    EXPECT_EQ(errno, ECHILD);
+    ASSERT_TRUE(ends()) << "the lock goes whatever became of the commands";
+    EXPECT_EQ(split(root.read("/calls"), '\0').size(), 7U + 7U) << "the second command ran all the same";
+    EXPECT_EQ(root.read("/fds"), "0\n1\n2\n3\n");
+    EXPECT_EQ(root.read("/signals"), "0000000000000000\n");
+    EXPECT_NE(std::stoi(root.read("/session")), getsid(0));
+}
