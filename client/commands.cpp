@@ -64,8 +64,7 @@ static std::string refusal(const Object &object, int status) {
     }
 }
 
-// Sends a SET. On success `wire` holds the value as it was sent.
-static int send_set(const Client &client, const Target &target, const std::string &value, std::string *wire) {
+int send_set(const Client &client, const Target &target, const std::string &value, std::string *wire) {
     std::string error;
     if (!target.object)
         return complain(EXIT_REFUSED, target.oid + ": not a known object, so its type is not known");

@@ -37,3 +37,6 @@ int complain(int status, const std::string &text);
 // does not answer, or the tables changed meanwhile (EXIT_REFUSED).
 int walk_values(const Client &client, const std::string &from,
                 const std::function<void(const Target &, const snmp_reply &)> &visit, std::string *error);
+
+// Sends a SET. On success `wire` holds the value as it was sent.
+int send_set(const Client &client, const Target &target, const std::string &value, std::string *wire);

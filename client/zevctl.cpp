@@ -6,6 +6,7 @@
 #include "client/commands.h"
 #include "client/protocol.h"
 #include "client/table.h"
+#include "client/transfer.h"
 #include "client/watch.h"
 #include "function/registry.h"
 
@@ -25,6 +26,29 @@ static std::string view_names() {
     std::string text;
     for (const View &view : views()) text += (text.empty() ? "" : ", ") + std::string(view.name);
     return text;
+}
+
+// A subcommand that moves a file; `order` and `status` outlive the parsing.
+static void add_transfer(CLI::App *app, const Client &client, const char *name, TransferKind kind,
+                         const char *description, TransferOrder *order, int *status) {
+    auto *command = app->add_subcommand(name, description);
+    auto *protocol = command->add_option_group("Protocol");
+    protocol->add_flag("--tftp")->description("Over TFTP");
+    auto *ftp = protocol->add_flag("--ftp", order->ftp, "Over FTP, with a user");
+    protocol->require_option(1);
+    command->add_option("SERVER", order->server, "Address of the file server")->required();
+    command->add_option("FILE", order->file, "Name of the file there")->required();
+    auto *user = command->add_option("--user", order->user, "User at the FTP server")->needs(ftp);
+    command
+        ->add_option("--password-file", order->password_file,
+                     "File with the password in its first line; without it the terminal is asked")
+        ->needs(user);
+    command->add_flag("--wait", order->wait, "Wait for the end and show the states, at most 10 min");
+    command->final_callback([&client, kind, order, status] {
+        if (order->ftp && order->user.empty()) throw CLI::RequiredError("--user");
+        order->kind = kind;
+        *status = transfer(client, *order);
+    });
 }
 
 static int run(std::vector<std::string> arguments) {
@@ -106,6 +130,12 @@ static int run(std::vector<std::string> arguments) {
     auto *apply_command = app.add_subcommand("apply", "Save the pending changes and make them effective");
     apply_command->add_flag("--wait", wait, "Wait for the end of the apply, at most 60 s");
     apply_command->final_callback([&] { status = apply(client, wait); });
+
+    TransferOrder order{};
+    add_transfer(&app, client, "backup", BACKUP, "Copy the configuration to a file server", &order, &status);
+    add_transfer(&app, client, "restore", RESTORE, "Load the configuration from a file server", &order,
+                 &status);
+    add_transfer(&app, client, "upgrade", UPGRADE, "Load a firmware from a file server", &order, &status);
 
     app.add_subcommand("names", "Print the names of all objects")->group("")->final_callback([&] {
         status = names();
