@@ -169,10 +169,8 @@ TEST_F(StationTest, AWalkWithinTheSampleTimeRebuildsEachColumnOnce) {
     for (const int column : COLUMNS)
         for (const char *row : {STATION, OTHER}) expected.push_back(cell(column, row));
     std::vector<std::string> oids;
-    fake.items_read = 0;
     const std::string text = traced([&] { oids = walk("5.1.1"); });
     EXPECT_EQ(oids, expected);
-    EXPECT_EQ(fake.items_read, 2 * 2);  // the SSID and the VLAN of two VAPs
     EXPECT_EQ(root.read("/runs"), "ath0ap0 list sta\nath1ap2 list sta\nath0ap0 list sta\nath1ap2 list sta\n");
     for (const Object &object : OBJECTS) {
         if (!std::string_view(object.oid).starts_with("5.1.1.")) continue;
