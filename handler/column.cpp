@@ -90,21 +90,31 @@ snmp_reply *column_get(const HandlerCall &call, const Table &table, const Field 
 }
 
 bool accept_row(const HandlerCall &call, const Table &table, const Field &field, Row *row) {
-    const bool is_row = parse_row(call, table, row);
+    const auto is_value = [&] { return is_acceptable(call, field); };
+    const auto is_row = [&] { return parse_row(call, table, row); };
     const auto trace_set = [&] {
         if (trace_on()) TRACE("%s", expand(table.set_trace, table, *row, call.value).c_str());
+        return true;
     };
-    if (table.order == Table::TRACE_VALUE_ROW) trace_set();
-    if (table.order == Table::ROW_VALUE_TRACE && !is_row) {
-        set_refused(call);
-        return false;
+    bool accepted = false;
+    switch (table.order) {
+        case Table::TRACE_VALUE_ROW: {
+            const bool addressed = is_row();  // the trace may name the arcs
+            accepted = trace_set() && is_value() && addressed;
+            break;
+        }
+        case Table::VALUE_ROW_TRACE:
+            accepted = is_value() && is_row() && trace_set();
+            break;
+        case Table::ROW_VALUE_TRACE:
+            accepted = is_row() && is_value() && trace_set();
+            break;
+        case Table::ROW_TRACE_VALUE:
+            accepted = is_row() && trace_set() && is_value();
+            break;
     }
-    if (!is_acceptable(call, field) || !is_row) {
-        set_refused(call);
-        return false;
-    }
-    if (table.order != Table::TRACE_VALUE_ROW) trace_set();
-    return true;
+    if (!accepted) set_refused(call);
+    return accepted;
 }
 
 snmp_reply *column_set(const HandlerCall &call, const Table &table, const Field &field) {

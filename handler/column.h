@@ -19,6 +19,7 @@ struct Table {
         TRACE_VALUE_ROW,  // a SET traces, then checks the value, then the row
         VALUE_ROW_TRACE,
         ROW_VALUE_TRACE,
+        ROW_TRACE_VALUE,
     } order;
 };
 
