@@ -58,3 +58,8 @@ inline constexpr Words TRANSFER_STATUS_WORDS = {{{0, "idle"},
                                                  {5, "backupFailed"},
                                                  {6, "restoreFailed"}}};
 inline constexpr Words SWITCH_MODE_WORDS = {{{0, "none"}, {1, "portBased"}, {2, "dot1q"}}};
+
+// VAPs
+inline constexpr Words ACCESS_CATEGORY_WORDS = {
+    {{0, "voice"}, {1, "video"}, {2, "best effort"}, {3, "background"}}};
+inline constexpr Words TUNNEL_WORDS = {{{1, "none"}, {2, "all"}, {3, "split"}}};
