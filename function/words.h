@@ -63,3 +63,16 @@ inline constexpr Words SWITCH_MODE_WORDS = {{{0, "none"}, {1, "portBased"}, {2, 
 inline constexpr Words ACCESS_CATEGORY_WORDS = {
     {{0, "voice"}, {1, "video"}, {2, "best effort"}, {3, "background"}}};
 inline constexpr Words TUNNEL_WORDS = {{{1, "none"}, {2, "all"}, {3, "split"}}};
+inline constexpr Words AUTHENTICATION_WORDS = {
+    {{0, "open"}, {1, "WEP"}, {2, "802.1X"}, {3, "WPA-PSK"}, {4, "WPA-Enterprise"}, {5, "other"}}};
+inline constexpr Words WEP_AUTHENTICATION_WORDS = {{{1, "open"}, {2, "shared"}, {3, "auto"}}};
+inline constexpr Words WEP_LENGTH_WORDS = {{{1, "64bit"}, {2, "128bit"}, {3, "152bit"}, {4, "other"}}};
+inline constexpr Words WEP_FORMAT_WORDS = {{{1, "ascii"}, {2, "hex"}}};
+inline constexpr Words DYNAMIC_WEP_LENGTH_WORDS = {{{1, "64bit"}, {2, "128bit"}}};
+inline constexpr Words CIPHER_SUITE_WORDS = {{{0, "other"},
+                                              {1, "WPA TKIP"},
+                                              {2, "WPA AES-CCMP"},
+                                              {3, "WPA2 TKIP"},
+                                              {4, "WPA2 AES-CCMP"},
+                                              {5, "WPA/WPA2 mixed"}}};
+inline constexpr Words PSK_FORMAT_WORDS = {{{0, "psk"}, {1, "passphrase"}}};
