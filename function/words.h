@@ -76,3 +76,15 @@ inline constexpr Words CIPHER_SUITE_WORDS = {{{0, "other"},
                                               {4, "WPA2 AES-CCMP"},
                                               {5, "WPA/WPA2 mixed"}}};
 inline constexpr Words PSK_FORMAT_WORDS = {{{0, "psk"}, {1, "passphrase"}}};
+inline constexpr Words RATE_WORDS = {{{0, "6 Mbit/s"},
+                                      {1, "9 Mbit/s"},
+                                      {2, "1 Mbit/s"},
+                                      {3, "2 Mbit/s"},
+                                      {4, "5.5 Mbit/s"},
+                                      {5, "11 Mbit/s"},
+                                      {6, "12 Mbit/s"},
+                                      {7, "18 Mbit/s"},
+                                      {8, "24 Mbit/s"},
+                                      {9, "36 Mbit/s"},
+                                      {10, "48 Mbit/s"},
+                                      {11, "54 Mbit/s"}}};
