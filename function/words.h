@@ -88,3 +88,41 @@ inline constexpr Words RATE_WORDS = {{{0, "6 Mbit/s"},
                                       {9, "36 Mbit/s"},
                                       {10, "48 Mbit/s"},
                                       {11, "54 Mbit/s"}}};
+
+// Hotspot 2.0: the numbers of IEEE 802.11u
+inline constexpr Words ACCESS_NETWORK_WORDS = {{{0, "private"},
+                                                {1, "private with guests"},
+                                                {2, "chargeable public"},
+                                                {3, "free public"},
+                                                {4, "personal device"},
+                                                {5, "emergency only"},
+                                                {14, "test"},
+                                                {15, "wildcard"}}};
+inline constexpr Words VENUE_GROUP_WORDS = {{{0, "unspecified"},
+                                             {1, "assembly"},
+                                             {2, "business"},
+                                             {3, "educational"},
+                                             {4, "factory"},
+                                             {5, "institutional"},
+                                             {6, "mercantile"},
+                                             {7, "residential"},
+                                             {8, "storage"},
+                                             {9, "utility"},
+                                             {10, "vehicular"},
+                                             {11, "outdoor"}}};
+inline constexpr Words LANGUAGE_WORDS = {{{0, "eng"}}};
+inline constexpr Words NETWORK_AUTH_WORDS = {{{-1, "none"},
+                                              {0, "terms and conditions"},
+                                              {1, "online enrollment"},
+                                              {2, "http redirection"},
+                                              {3, "DNS redirection"}}};
+inline constexpr Words IPV4_TYPE_WORDS = {{{0, "unavailable"},
+                                           {1, "public"},
+                                           {2, "port-restricted"},
+                                           {3, "single NAT"},
+                                           {4, "double NAT"},
+                                           {5, "port-restricted, single NAT"},
+                                           {6, "port-restricted, double NAT"},
+                                           {7, "unknown"}}};
+inline constexpr Words IPV6_TYPE_WORDS = {{{0, "unavailable"}, {1, "available"}, {2, "unknown"}}};
+inline constexpr Words EAP_WORDS = {{{0, "none"}, {21, "EAP-TTLS"}, {25, "PEAP"}}};

@@ -1,0 +1,70 @@
+// Hotspot 2.0: settings and lists of a VAP.
+#include "handler/toolkit.h"
+#include "tests/unit/vap_fixture.h"
+
+static const std::string GROUP = "rf1_vap1_hs20";
+
+class VapHotspotTest : public VapTest {};
+
+TEST_F(VapHotspotTest, SettingsChangeOnlyItemsThatExist) {
+    expect_existing_only(
+        GROUP, {{"3.2.1.1.1.1", "hs20_status", {"2>enable"}, {"3"}},
+                {"3.2.1.3.1.1", "internet_access.network_type", {"5", "14", "15"}, {"6", "13", "16"}},
+                {"3.2.1.4.1.1", "venue_type.group", {"11"}, {"12"}},
+                {"3.2.1.6.1.2.1.1.5", "venue:4.language", {"0>eng"}, {"1"}},
+                {"3.2.1.6.1.3.1.1.1", "venue:0.name", {"Main Hall"}, {"", "Main/Hall"}},
+                {"3.2.1.7.1.1", "net_auth.type", {"-1", "3"}, {"4"}},
+                {"3.2.1.8.1.1", "net_auth.addr", {"http://", "https://x"}, {"", "ftp://x", "HTTP://x"}},
+                {"3.2.1.9.1.2.1.1.2", "oui:1.value", {"506F9A>506f9a"}, {"506F9", "506F9G", "0123456789"}},
+                {"3.2.1.12.1.2.1.1.3", "realm:2.value", {"a.org;b.de"}, {"", ";"}},
+                {"3.2.1.12.1.3.1.2.1.1.5.4", "EAP.rule:4.index:3.type", {"0", "21", "25"}, {"13", "none"}},
+                {"3.2.1.13.1.2.1.1.1", "domain:0.value", {"example.org"}, {"", "example.info"}},
+                {"3.2.1.14.1.2.1.1.1",
+                 "cellular:0.value",
+                 {"310f26", "310F26>310f26", "310260"},
+                 {"31a026", "31f026", "31026"}}});
+    for (const char *no_row : {"3.2.1.7.3.1", "3.2.1.12.1.3.1.2.1.1.5.5", "3.2.1.12.1.3.1.2.1.1.5"})
+        EXPECT_EQ(queued_text(no_row, "0"), REFUSED) << no_row;
+    for (const char *read_only : {"3.2.1.6.1.1.1.1.1", "3.2.1.12.1.3.1.1.1.1.1.1", "3.2.1.14.1.1.1.1.1"})
+        EXPECT_EQ(queued_text(read_only, "1"), "refused 31") << read_only;
+}
+
+TEST_F(VapHotspotTest, StoredTextsAndWhatTheyShow) {
+    expect_shown({{GROUP, "hs20_status", "3.2.1.1.1.1", {"enable>2", ">1"}},
+                  {GROUP, "net_auth.type", "3.2.1.7.1.1", {"", "-1"}},
+                  {GROUP, "venue:1.language", "3.2.1.6.1.2.1.1.2", {"eng>0", "deu>-1"}},
+                  {GROUP, "EAP.rule:1.index:2.type", "3.2.1.12.1.3.1.2.1.1.2.3", {"25"}}});
+}
+
+// All 640 rows, last arc fastest, each with its own item and each item read once.
+TEST_F(VapHotspotTest, TheLongestColumnIsWalkedInNestingOrder) {
+    std::vector<Answer> indexes, types;
+    for (int i = 0; i < 640; i++) {
+        const int radio = i / 320 + 1, vap = i / 20 % 16 + 1, realm = i / 4 % 5 + 1, method = i % 4 + 1;
+        const std::string row = format("%d.%d.%d.%d", radio, vap, realm, method);
+        fake.item(format("rf%d_vap%d_hs20", radio, vap),
+                  format("EAP.rule:%d.index:%d.type", realm - 1, method - 1), row);
+        indexes.push_back({INTEGER, "3.2.1.12.1.3.1.1." + row, std::to_string(method)});
+        types.push_back({INTEGER, "3.2.1.12.1.3.1.2." + row, row});
+    }
+    fake.items_read = 0;
+    std::string oid = "3.2.1.12.1.3.1.1";
+    for (const auto &column : {indexes, types}) {
+        for (const Answer &row : column) {
+            const Answer answer = next(oid);
+            ASSERT_EQ(answer, row);
+            oid = answer.oid;
+        }
+    }
+    EXPECT_EQ(fake.items_read, 640);
+}
+
+TEST_F(VapHotspotTest, Traces) {
+    fake.item("rf2_vap3_hs20", "EAP.rule:4.index:1.type", "25");
+    expect_trace("Get rf:2,vap:3 EAP.rule:4.index:1.type 25 from ZEVCFG ret=0. index = 2\n",
+                 [] { get("3.2.1.12.1.3.1.2.2.3.5.2"); });
+    expect_trace("SET str=21,i:1,j:2,k:4,m:1\n", [] { set("3.2.1.12.1.3.1.2.2.3.5.2", "integer 21"); });
+    expect_trace("SET str=;\n", [] { set("3.2.1.12.1.2.2.3.5", "string \";\""); });
+    expect_trace(" Get rf2_vap3 net_auth.type:  from ZEVCFG.\n", [] { get("3.2.1.7.2.3"); });
+    expect_trace("request oid=2.3.5.2 roid=2.3.5.2 cmp=0\n", [] { get("3.2.1.12.1.3.1.1.2.3.5.2"); });
+}
