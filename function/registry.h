@@ -76,9 +76,9 @@ struct Object {
 // An on/off object: 1 = disabled, 2 = enabled.
 #define SWITCH .range = {{{1, 2}}}, .words = &SWITCH_WORDS
 
-#define BRANCH(oid_) Object{.oid = oid_},
+#define BRANCH(oid_) Object{.oid = (oid_)},
 #define OBJECT(oid_, name_, type_, access_, ...) \
-    Object{.oid = oid_, .name = #name_, .type = type_, .access = access_ __VA_OPT__(, ) __VA_ARGS__},
+    Object{.oid = (oid_), .name = #name_, .type = (type_), .access = (access_)__VA_OPT__(, ) __VA_ARGS__},
 inline constexpr Object OBJECTS[] = {
 #include "function/groups/all.def"
 };

@@ -161,28 +161,17 @@ OBJECT(APSysWESStatus) {
     return feature_switch(call, WES, {"/sbin/zevwes", absent_wes}, true);
 }
 
-// An object that is always 0 and restarts the device when 1 is written.
-static snmp_reply *restart_object(const HandlerCall &call, Restart restart) {
-    if (!is_instance_0(call)) return call.reply;
-    if (call.kind == KIND_GET) {
-        stamp(call, CACHED);
-        publish(call, {0}, "0");
-        return call.reply;
-    }
-    TRACE("SET str=%s\n", call.value);
-    if (!within_bounds(call.object, call.value)) return set_refused(call);
-    if (atoi(call.value) == 1 && !start_reboot_worker(restart)) {
-        TRACE("Create pthread error!\n");
-        return set_refused(call);
-    }
-    return set_accepted(call);
+static bool restart(Restart how) {
+    if (start_reboot_worker(how)) return true;
+    TRACE("Create pthread error!\n");
+    return false;
 }
 
 OBJECT(APSysRestart) {
-    snmp_reply *reply = restart_object(call, Restart::AS_IT_IS);
+    snmp_reply *reply = action_scalar(call, [] { return restart(Restart::AS_IT_IS); });
     if (reply->reply_status == STATUS_ACCEPTED) publish_written(call, {0}, call.value);
     return reply;
 }
 OBJECT(APSysReset) {
-    return restart_object(call, Restart::WITH_FACTORY_SETTINGS);
+    return action_scalar(call, [] { return restart(Restart::WITH_FACTORY_SETTINGS); });
 }

@@ -151,14 +151,5 @@ OBJECT(APSysApplyConfig) {
 }
 
 OBJECT(APSysSaveConfig) {
-    if (!is_instance_0(call)) return call.reply;
-    if (call.kind == KIND_GET) {
-        stamp(call, CACHED);
-        publish(call, {0}, "0");
-        return call.reply;
-    }
-    TRACE("SET str=%s\n", call.value);
-    if (!within_bounds(call.object, call.value)) return set_refused(call);
-    if (atoi(call.value) == 1 && !save_pending_items()) return set_refused(call);
-    return set_accepted(call);
+    return action_scalar(call, save_pending_items);
 }

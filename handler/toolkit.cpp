@@ -171,3 +171,15 @@ snmp_reply *read_only_scalar(const HandlerCall &call, Refresh refresh, const std
     publish(call, {0}, value);
     return call.reply;
 }
+
+snmp_reply *action_scalar(const HandlerCall &call, bool (*act)()) {
+    if (!is_instance_0(call)) return call.reply;
+    if (call.kind == KIND_GET) {
+        stamp(call, CACHED);
+        publish(call, {0}, "0");
+        return call.reply;
+    }
+    TRACE("SET str=%s\n", call.value);
+    if (!within_bounds(call.object, call.value)) return set_refused(call);
+    return atoi(call.value) != 1 || act() ? set_accepted(call) : set_refused(call);
+}

@@ -139,3 +139,5 @@ snmp_reply *scalar(const HandlerCall &call, const Group &group, const Field &fie
 bool is_instance_0(const HandlerCall &call);
 // A read-only scalar of a value from elsewhere: publishes it for a GET, refuses a SET.
 snmp_reply *read_only_scalar(const HandlerCall &call, Refresh refresh, const std::string &value);
+// A scalar that always reads 0 and acts when 1 is written. `act` answers whether it could.
+snmp_reply *action_scalar(const HandlerCall &call, bool (*act)());
