@@ -45,6 +45,10 @@ struct Object {
     const char *unit = "";
 
     constexpr bool is_branch() const { return type == TYPE_NONE; }
+    // A byte counter outgrows 32 bits within minutes on a busy radio: managers get it as a Counter64.
+    constexpr bool is_byte_counter() const {
+        return type == INTEGER && access == READ_ONLY && std::string_view(unit) == "octets";
+    }
     constexpr bool has_range() const { return range[0].low <= range[0].high; }
     // True when the number is within one of the ranges, or there is no range.
     constexpr bool in_range(long number) const {
