@@ -2,41 +2,11 @@
 // being registered.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <map>
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "function/agent.h"
-#include "function/registry.h"
-#include "handler/toolkit.h"
-#include "platform/device.h"
-#include "tests/device_root.h"
-#include "zevsic/dispatch.h"
-
-struct Cell {
-    std::string oid;  // relative
-    int status;
-    std::string value;
-};
-
-static Cell request(RequestKind kind, const std::string &oid, const std::string &set = "") {
-    auto record = std::make_unique<snmp_request>();
-    auto reply = std::make_unique<snmp_reply>();
-    record->type = kind;
-    put_text(record->oid, std::string(ROOT_OID) + "." + oid);
-    put_text(record->set, set);
-    snmp_exec(reply.get(), record.get());
-    const std::string answered = reply->oid;
-    return {answered.empty() ? "" : answered.substr(ROOT_PREFIX_LENGTH), reply->reply_status, reply->value};
-}
-
-static const Object *object_of(const std::string &oid) {
-    for (const Object &object : OBJECTS)
-        if (!object.is_branch() && oid.starts_with(std::string(object.oid) + ".")) return &object;
-    return nullptr;
-}
+#include "tests/agent_walk.h"
 
 static std::string in_type(const Object &object, const std::string &value) {
     const std::string word = type_to_str(object.type);
@@ -46,31 +16,12 @@ static std::string in_type(const Object &object, const std::string &value) {
 class WalkTest : public testing::Test {
   protected:
     WalkTest() {
-        debugLevel = 0;
-        EXPECT_EQ(system(ZEVSIC_BIN_DIR "/zevcfg init --demo"), 0);
-        // Live objects answer from the tree for the length of a test.
-        EXPECT_EQ(system(ZEVSIC_BIN_DIR "/zevcfg set --current snmp sample_time 200"), 0);
-        prepare_tool_path();
-        init_norvalis();
-        std::string oid;
-        for (Cell cell = request(KIND_GETNEXT, ""); !cell.oid.empty() && cell.oid != oid;
-             cell = request(KIND_GETNEXT, oid)) {
-            oid = cell.oid;
-            cells.push_back(cell);
-            if (const Object *object = object_of(oid)) first.emplace(object, cell);
-        }
-    }
-    ~WalkTest() override {
-        free_agent();
-        close_zevcfg(sic_zevcfg);
-        close_zevcfg(current_sic_zevcfg);
-        sic_zevcfg = ram_sic_zevcfg = current_sic_zevcfg = nullptr;
-        free_item_list(pending_items);
-        pending_items = nullptr;
+        for (const Cell &cell : cells)
+            if (const Object *object = object_of(cell.oid)) first.emplace(object, cell);
     }
 
-    DeviceRoot root;
-    std::vector<Cell> cells;               // in the order walked
+    AgentOnDevice agent{"--demo"};
+    const std::vector<Cell> &cells = agent.cells;
     std::map<const Object *, Cell> first;  // first instance of each object
 };
 

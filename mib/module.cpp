@@ -1,0 +1,558 @@
+#include "mib/module.h"
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <set>
+#include <sstream>
+
+// The branches that the registry knows by number only.
+
+struct Branch {
+    const char *oid;
+    const char *name;
+};
+static constexpr Branch GROUPS[] = {
+    {"1", "aPDeviceList"}, {"1.63", "aPSysTFTP"},       {"1.64", "aPSysFTP"},
+    {"2", "aPRFInfo"},     {"3", "aPVAPInfo"},          {"4", "aPWDSInfo"},
+    {"5", "aPStaInfo"},    {"6", "neighborhoodAPInfo"}, {"7", "l2FirewallInfo"},
+};
+
+struct Table {
+    const char *oid;
+    const char *name;   // without "Table" and "Entry"
+    const char *index;  // the INDEX clause, or the row that this one augments
+    bool augments = false;
+};
+static constexpr Table TABLES[] = {
+    {"1.66", "aPSysPort", "aPSysPortIndex"},
+    {"1.67", "aPSysMgmtIP", "aPSysMgmtIPIndex"},
+    {"2.1", "aPRF", "aPRFIndex"},
+    {"3.1", "vAP", "aPRFIndex, vAPIndex"},
+    {"3.1.1.68", "vAPRoam11rTargetAp", "aPRFIndex, vAPIndex, vAPRoam11rTargetApNumber"},
+    {"3.2", "vAPHS20", "vAPEntry", true},
+    {"3.2.1.6", "vAPHS20Venue", "aPRFIndex, vAPIndex, vAPHS20VenueIndex"},
+    {"3.2.1.9", "vAPHS20OUI", "aPRFIndex, vAPIndex, vAPHS20OUIIndex"},
+    {"3.2.1.12", "vAPHS20NAIrealm", "aPRFIndex, vAPIndex, vAPHS20NAIrealmNumber"},
+    {"3.2.1.12.1.3", "vAPHS20EAPType", "aPRFIndex, vAPIndex, vAPHS20NAIrealmNumber, vAPHS20EAPTypeIndex"},
+    {"3.2.1.13", "vAPHS20DomainName", "aPRFIndex, vAPIndex, vAPHS20DomainNameNumber"},
+    {"3.2.1.14", "vAPHS20Cellular", "aPRFIndex, vAPIndex, vAPHS20CellularNumber"},
+    {"4.1", "aPWDS", "aPRFIndex, aPWDSIndex"},
+    {"5.1", "aPSta", "aPStaIndex"},
+    {"6.1", "neighborhoodAP", "neighborhoodAPIndex"},
+    {"7.1", "l2FirewallRule", "l2FirewallRuleIndex"},
+    {"7.2", "l2FirewallService", "l2FirewallServiceIndex"},
+    {"7.4", "l2FirewallTrustDHCP", "l2FirewallTrustDHCPIndex"},
+    {"7.10", "l2FirewallPrivilege", "l2FirewallPrivilegeIndex"},
+};
+
+// The index objects. Those with an entry are auxiliary: the daemon has no column for them, or one that holds
+// the number as a text. They stand at the last arc that the daemon could serve, which it never registers.
+struct Index {
+    const char *name;
+    Range range;
+    const char *entry = nullptr;
+};
+static constexpr int AUXILIARY_ARC = 255;
+static constexpr Index INDEXES[] = {
+    {"aPSysPortIndex", {0, 255}},
+    {"aPSysMgmtIPIndex", {1, 10}},
+    {"aPRFIndex", {1, 2}},
+    {"vAPIndex", {1, 16}},
+    {"vAPRoam11rTargetApNumber", {1, 5}, "3.1.1.68.1"},
+    {"vAPHS20VenueIndex", {1, 5}},
+    {"vAPHS20OUIIndex", {1, 5}},
+    {"vAPHS20NAIrealmNumber", {1, 5}, "3.2.1.12.1"},
+    {"vAPHS20EAPTypeIndex", {1, 4}},
+    {"vAPHS20DomainNameNumber", {1, 5}, "3.2.1.13.1"},
+    {"vAPHS20CellularNumber", {1, 5}, "3.2.1.14.1"},
+    {"aPWDSIndex", {1, 8}},
+    {"aPStaIndex", {}, "5.1.1"},  // no range: a MAC address
+    {"neighborhoodAPIndex", {}, "6.1.1"},
+    {"l2FirewallRuleIndex", {1, 255}},
+    {"l2FirewallServiceIndex", {1, 255}},
+    {"l2FirewallTrustDHCPIndex", {1, 255}},
+    {"l2FirewallPrivilegeIndex", {1, 255}},
+};
+
+static constexpr const char *HEAD = R"(ZEVSIC-MIB DEFINITIONS ::= BEGIN
+
+-- Made by mib/generate from the daemon's registry and mib/descriptions.txt: change those, not this file.
+
+IMPORTS
+    MODULE-IDENTITY, OBJECT-TYPE, Integer32, IpAddress, TimeTicks, Counter64, enterprises
+        FROM SNMPv2-SMI
+    TEXTUAL-CONVENTION, MacAddress
+        FROM SNMPv2-TC
+    MODULE-COMPLIANCE, OBJECT-GROUP
+        FROM SNMPv2-CONF;
+
+zevsicMIB MODULE-IDENTITY
+    LAST-UPDATED "202611240000Z"
+    ORGANIZATION "zevsic"
+    CONTACT-INFO "zevsic"
+    DESCRIPTION
+        "@"
+    REVISION "202611240000Z"
+    DESCRIPTION "The first version."
+    ::= { zevsic 6 }
+
+zevsic OBJECT IDENTIFIER ::= { enterprises 48019 }
+
+-- Not DisplayString, which ends at 255 characters: the device has longer texts. What a SET takes is ASCII; names of
+-- foreign networks and texts that others have stored may be UTF-8.
+ZevsicText ::= TEXTUAL-CONVENTION
+    DISPLAY-HINT "4095t"
+    STATUS current
+    DESCRIPTION "A text of the device, without control characters."
+    SYNTAX OCTET STRING (SIZE (0..4095))
+)";
+
+static constexpr const char *NESTED_NOTE =
+    R"(-- This table stands below a row of another, which SMIv2 has no form for: the arcs are the device's and cannot be
+-- moved. As a table of its own, with all indexes of the outer row in front of its own, its instances are what they
+-- would be elsewhere, and tools that read this module know them.
+)";
+
+static constexpr const char *AUXILIARY_NOTE =
+    "-- Not of the device: it has no column with this number. The arc is one that it will never serve.\n";
+
+// ---- descriptions ----
+
+static std::string_view trim(std::string_view text) {
+    const size_t begin = text.find_first_not_of(' ');
+    if (begin == std::string_view::npos) return "";
+    return text.substr(begin, text.find_last_not_of(' ') - begin + 1);
+}
+
+static bool to_int(std::string_view text, int *number) {
+    const auto [end, code] = std::from_chars(text.data(), text.data() + text.size(), *number);
+    return code == std::errc() && end == text.data() + text.size();
+}
+
+static bool parse_reads(std::string_view text, Description::Reads *reads) {
+    const size_t blank = text.find(' ');
+    if (blank != std::string_view::npos) reads->label = trim(text.substr(blank));
+    const std::string_view range = text.substr(0, blank);
+    const size_t dots = range.find("..");
+    if (dots == std::string_view::npos) {
+        if (!to_int(range, &reads->range.low)) return false;
+        reads->range.high = reads->range.low;
+        return true;
+    }
+    return to_int(range.substr(0, dots), &reads->range.low) &&
+           to_int(range.substr(dots + 2), &reads->range.high);
+}
+
+static void parse_default(std::string_view text, Description *description) {
+    static constexpr std::string_view SECOND = ", radio 2: ";
+    const size_t second = text.find(SECOND);
+    description->has_default = true;
+    description->defaults[0] = text.substr(0, second);
+    description->defaults[1] =
+        second == std::string_view::npos ? description->defaults[0] : text.substr(second + SECOND.size());
+    for (std::string &value : description->defaults)
+        if (value == "''") value.clear();
+}
+
+Descriptions read_descriptions(std::string_view text, Errors *errors) {
+    Descriptions all;
+    Description *current = nullptr;
+    bool new_paragraph = true;
+    std::istringstream lines{std::string(text)};
+    for (std::string line; std::getline(lines, line);) {
+        const std::string_view words = trim(line);
+        if (line.starts_with('#')) continue;
+        if (words.empty()) {
+            new_paragraph = true;
+            continue;
+        }
+        if (std::any_of(line.begin(), line.end(), [](char c) { return c == '"' || c < ' ' || c > '~'; }))
+            errors->push_back("not for a description: " + line);
+        if (line[0] != ' ') {
+            const auto [entry, is_new] = all.try_emplace(line);
+            if (!is_new) errors->push_back("described twice: " + line);
+            current = &entry->second;
+            new_paragraph = true;
+        } else if (!current) {
+            errors->push_back("no name above: " + line);
+        } else if (words.starts_with("@default ")) {
+            parse_default(words.substr(9), current);
+        } else if (words.starts_with("@label ")) {
+            current->label_prefix = words.substr(7);
+        } else if (words.starts_with("@")) {
+            Description::Reads reads;
+            if (!words.starts_with("@reads ") || !parse_reads(words.substr(7), &reads))
+                errors->push_back("not understood: " + line);
+            current->reads.push_back(reads);
+        } else if (new_paragraph) {
+            current->paragraphs.emplace_back(words);
+            new_paragraph = false;
+        } else {
+            current->paragraphs.back().append(" ").append(words);
+        }
+    }
+    return all;
+}
+
+// ---- names ----
+
+std::string smi_name(std::string_view name) {
+    std::string out;
+    bool capital = false;
+    for (const char c : name) {
+        if (c == '_') {
+            capital = true;
+            continue;
+        }
+        out += capital ? static_cast<char>(toupper(c)) : c;
+        capital = false;
+    }
+    out[0] = static_cast<char>(tolower(out[0]));
+    return out;
+}
+
+std::string smi_label(std::string_view word, std::string_view prefix) {
+    std::string out;
+    size_t first_word = 0;
+    bool capital = false;
+    for (size_t i = 0; i < word.size(); i++) {
+        const char c = word[i];
+        if (isalnum(static_cast<unsigned char>(c))) {
+            out += capital ? static_cast<char>(toupper(c)) : c;
+            capital = false;
+        } else if (c == '.' && i + 1 < word.size() && isdigit(static_cast<unsigned char>(word[i + 1]))) {
+            out += "dot";
+        } else {
+            if (first_word == 0) first_word = out.size();
+            capital = !out.empty();
+        }
+    }
+    if (first_word == 0) first_word = out.size();
+    if (!out.empty() && isdigit(static_cast<unsigned char>(out[0]))) return std::string(prefix) + out;
+    // WEP and IPv4 become wep and ipv4, WPA-PSK becomes wpaPSK.
+    for (size_t i = 0; i < first_word && isupper(static_cast<unsigned char>(out[i])); i++)
+        out[i] = static_cast<char>(tolower(out[i]));
+    return out;
+}
+
+static const Branch *group_of(std::string_view oid) {
+    for (const Branch &group : GROUPS)
+        if (oid == group.oid) return &group;
+    return nullptr;
+}
+
+static const Table *table_of(std::string_view oid) {
+    for (const Table &table : TABLES)
+        if (oid == table.oid) return &table;
+    return nullptr;
+}
+
+static std::string_view parent_of(std::string_view oid) {
+    const size_t dot = oid.rfind('.');
+    return dot == std::string_view::npos ? std::string_view() : oid.substr(0, dot);
+}
+
+static const Table *table_of_entry(std::string_view oid) {
+    return oid.ends_with(".1") ? table_of(parent_of(oid)) : nullptr;
+}
+
+static const Index *index_of(std::string_view name) {
+    for (const Index &index : INDEXES)
+        if (name == index.name) return &index;
+    return nullptr;
+}
+
+static std::string name_of(std::string_view oid, Errors *errors) {
+    if (oid.empty()) return "zevsicMIB";
+    if (const Branch *group = group_of(oid)) return group->name;
+    if (const Table *table = table_of(oid)) return std::string(table->name) + "Table";
+    if (const Table *table = table_of_entry(oid)) return std::string(table->name) + "Entry";
+    for (const Object &object : OBJECTS)
+        if (!object.is_branch() && oid == object.oid) return smi_name(object.name);
+    errors->push_back("no name for " + std::string(oid));
+    return "unnamed";
+}
+
+// "{ parent arc }"
+static std::string place(std::string_view oid, Errors *errors) {
+    const std::string_view parent = parent_of(oid);
+    const std::string_view arc = parent.empty() ? oid : oid.substr(parent.size() + 1);
+    return "::= { " + name_of(parent, errors) + " " + std::string(arc) + " }\n";
+}
+
+// ---- syntax ----
+
+static std::vector<Range> merged(std::vector<Range> ranges) {
+    std::sort(ranges.begin(), ranges.end(), [](const Range &a, const Range &b) { return a.low < b.low; });
+    std::vector<Range> out;
+    for (const Range &range : ranges) {
+        if (!out.empty() && range.low <= out.back().high + 1L)
+            out.back().high = std::max(out.back().high, range.high);
+        else
+            out.push_back(range);
+    }
+    return out;
+}
+
+static void add_label(ValueSet *syntax, const Object &object, int value, const std::string &label,
+                      Errors *errors) {
+    const bool legal = !label.empty() && islower(static_cast<unsigned char>(label[0]));
+    const bool taken = std::any_of(syntax->labels.begin(), syntax->labels.end(), [&](const auto &other) {
+        return other.first == value || other.second == label;
+    });
+    if (!legal || taken)
+        errors->push_back(std::string(object.name) + ": no label for " + std::to_string(value) + ": '" +
+                          label + "'");
+    syntax->labels.emplace_back(value, label);
+}
+
+ValueSet write_values(const Object &object, const Description &description, Errors *errors) {
+    ValueSet syntax;
+    if (object.type == INTEGER && object.words) {
+        for (const Word &word : *object.words)
+            if (word.text && object.in_range(word.value))
+                add_label(&syntax, object, word.value, smi_label(word.text, description.label_prefix),
+                          errors);
+    } else {
+        for (const Range &range : object.range)
+            if (range.low <= range.high) syntax.ranges.push_back(range);
+        // A longer text has no place in a record.
+        if (object.type == STRING)
+            for (Range &range : syntax.ranges) range.high = std::min(range.high, 4095);
+    }
+    syntax.ranges = merged(syntax.ranges);
+    return syntax;
+}
+
+ValueSet read_values(const Object &object, const Description &description, Errors *errors) {
+    ValueSet syntax;
+    if (object.type == INTEGER && object.words) {
+        for (const Word &word : *object.words)
+            if (word.text)
+                add_label(&syntax, object, word.value, smi_label(word.text, description.label_prefix),
+                          errors);
+        for (const Description::Reads &reads : description.reads)
+            add_label(&syntax, object, reads.range.low, reads.label, errors);
+        std::sort(syntax.labels.begin(), syntax.labels.end());
+        return syntax;
+    }
+    syntax = write_values(object, description, errors);
+    if (syntax.ranges.empty()) {
+        if (!description.reads.empty()) errors->push_back(std::string(object.name) + " has no bounds");
+        if (const Index *index = index_of(smi_name(object.name))) syntax.ranges.push_back(index->range);
+        return syntax;
+    }
+    for (const Description::Reads &reads : description.reads) syntax.ranges.push_back(reads.range);
+    // A text that is not set is empty, whatever a SET takes.
+    if (object.type == STRING) syntax.ranges.push_back({0, syntax.ranges.back().high});
+    syntax.ranges = merged(syntax.ranges);
+    return syntax;
+}
+
+static std::string type_of(const Object &object) {
+    switch (object.type) {
+        case INTEGER:
+            return object.is_byte_counter() ? "Counter64" : object.words ? "INTEGER" : "Integer32";
+        case STRING:
+            return "ZevsicText";
+        case TIMETICKS:
+            return "TimeTicks";
+        case IPADDRESS:
+            return "IpAddress";
+        default:
+            return "";
+    }
+}
+
+static std::string format(const Object &object, const ValueSet &syntax) {
+    std::string out = type_of(object);
+    std::string inner;
+    if (!syntax.labels.empty()) {
+        for (const auto &[value, label] : syntax.labels)
+            inner += (inner.empty() ? "" : ",") + ("\n        " + label + "(" + std::to_string(value) + ")");
+        return out + " {" + inner + "\n    }";
+    }
+    for (const Range &range : syntax.ranges) {
+        inner += (inner.empty() ? "" : " | ") + std::to_string(range.low);
+        if (range.low != range.high) inner += ".." + std::to_string(range.high);
+    }
+    if (inner.empty()) return out;
+    return out + (object.type == STRING ? " (SIZE (" + inner + "))" : " (" + inner + ")");
+}
+
+// ---- text ----
+
+static std::string wrap(const std::vector<std::string> &paragraphs) {
+    static constexpr size_t WIDTH = 72;
+    std::string out;
+    for (const std::string &paragraph : paragraphs) {
+        if (!out.empty()) out += "\n\n        ";
+        size_t column = 0;
+        std::istringstream words{paragraph};
+        for (std::string word; words >> word;) {
+            if (column > 0 && column + 1 + word.size() > WIDTH) {
+                out += "\n        ";
+                column = 0;
+            } else if (column > 0) {
+                out += ' ';
+                column++;
+            }
+            out += word;
+            column += word.size();
+        }
+    }
+    return out;
+}
+
+static std::string described(const std::vector<std::string> &paragraphs) {
+    return "    DESCRIPTION\n        \"" + wrap(paragraphs) + "\"\n";
+}
+
+static std::string format_default(const Object &object, const ValueSet &syntax, const std::string &value) {
+    if (value.empty()) return "the empty text";
+    for (const auto &[number, label] : syntax.labels)
+        if (std::to_string(number) == value) return std::string(label).append("(").append(value).append(")");
+    return object.type == STRING ? "'" + value + "'" : value;
+}
+
+// ---- the module ----
+
+static std::vector<std::string> object_text(const Object &object, const Description &description,
+                                            const ValueSet &syntax) {
+    std::vector<std::string> text = description.paragraphs;
+    if (!description.has_default) return text;
+    const auto &[first, second] = description.defaults;
+    std::string line = "Default: " + format_default(object, syntax, first);
+    if (first != second) line += " on radio 1, " + format_default(object, syntax, second) + " on radio 2";
+    text.push_back(line + ".");
+    return text;
+}
+
+static std::string object_definition(const Object &object, const Description &description, Errors *errors) {
+    const ValueSet syntax = read_values(object, description, errors);
+    std::string out =
+        "\n" + smi_name(object.name) + " OBJECT-TYPE\n    SYNTAX " + format(object, syntax) + "\n";
+    if (*object.unit) out += "    UNITS \"" + std::string(object.unit) + "\"\n";
+    out += "    MAX-ACCESS " + std::string(object.access == READ_ONLY ? "read-only" : "read-write") + "\n";
+    out += "    STATUS current\n" + described(object_text(object, description, syntax));
+    return out + "    " + place(object.oid, errors);
+}
+
+static std::string row_type(const Table &table) {
+    std::string name = std::string(table.name) + "Entry";
+    name[0] = static_cast<char>(toupper(name[0]));
+    return name;
+}
+
+static std::string table_definition(const Table &table, const Description &description, Errors *errors) {
+    std::string out = "\n";
+    if (table_of_entry(parent_of(table.oid))) out += NESTED_NOTE;
+    out += std::string(table.name) + "Table OBJECT-TYPE\n    SYNTAX SEQUENCE OF " + row_type(table) + "\n";
+    out += "    MAX-ACCESS not-accessible\n    STATUS current\n" + described(description.paragraphs);
+    return out + "    " + place(table.oid, errors);
+}
+
+static std::string entry_definition(const Table &table, std::string_view oid, Errors *errors) {
+    const std::string type = row_type(table);
+    std::string out = "\n" + std::string(table.name) + "Entry OBJECT-TYPE\n    SYNTAX " + type + "\n";
+    out += "    MAX-ACCESS not-accessible\n    STATUS current\n";
+    out += "    DESCRIPTION \"A row of " + std::string(table.name) + "Table.\"\n";
+    out += (table.augments ? "    AUGMENTS { " : "    INDEX { ") + std::string(table.index) + " }\n";
+    out += "    " + place(oid, errors) + "\n" + type + " ::= SEQUENCE {";
+    const char *separator = "";
+    for (const Object &object : OBJECTS) {
+        if (object.is_branch() || object.entry_oid() != oid) continue;
+        out += separator + ("\n    " + smi_name(object.name) + " " + type_of(object));
+        separator = ",";
+    }
+    for (const Index &index : INDEXES)
+        if (index.entry && oid == index.entry)
+            out += ",\n    " + std::string(index.name) +
+                   (index.range.low <= index.range.high ? " Integer32" : " MacAddress");
+    return out + "\n}\n";
+}
+
+static std::string auxiliary_definition(const Index &index, const Description &description, Errors *errors) {
+    std::string syntax = "MacAddress";
+    if (index.range.low <= index.range.high)
+        syntax =
+            "Integer32 (" + std::to_string(index.range.low) + ".." + std::to_string(index.range.high) + ")";
+    const std::string oid = std::string(index.entry) + "." + std::to_string(AUXILIARY_ARC);
+    for (const Object &object : OBJECTS)
+        if (oid == object.oid) errors->push_back(oid + " is not free for " + index.name);
+    return "\n" + std::string(AUXILIARY_NOTE) + index.name + " OBJECT-TYPE\n    SYNTAX " + syntax +
+           "\n    MAX-ACCESS not-accessible\n    STATUS current\n" + described(description.paragraphs) +
+           "    " + place(oid, errors);
+}
+
+static std::string conformance(const Descriptions &descriptions, Errors *errors) {
+    std::string out = "\n-- Conformance: arcs that the device never answers.\n\n";
+    out += "zevsicConformance OBJECT IDENTIFIER ::= { zevsicMIB 255 }\n";
+    std::string mandatory;
+    for (const Branch &group : GROUPS) {
+        if (std::string_view(group.oid).size() != 1) continue;  // a part of a group
+        const std::string prefix = std::string(group.oid) + ".";
+        std::string members;
+        for (const Object &object : OBJECTS)
+            if (!object.is_branch() && std::string_view(object.oid).starts_with(prefix))
+                members += (members.empty() ? "\n        " : ",\n        ") + smi_name(object.name);
+        const std::string name = std::string(group.name) + "Group";
+        out.append("\n").append(name).append(" OBJECT-GROUP\n    OBJECTS {").append(members);
+        out.append("\n    }\n    STATUS current\n    DESCRIPTION \"The objects of ").append(group.name);
+        out.append(".\"\n    ::= { zevsicConformance ").append(group.oid).append(" }\n");
+        mandatory += (mandatory.empty() ? "\n        " : ",\n        ") + name;
+    }
+    out +=
+        "\nzevsicCompliance MODULE-COMPLIANCE\n    STATUS current\n" +
+        described(
+            {"What the access point serves: all objects. The refinements are what a SET takes of an object "
+             "that can have other values when it is read."}) +
+        "    MODULE\n    MANDATORY-GROUPS {" + mandatory + "\n    }\n";
+    for (const Object &object : OBJECTS) {
+        const auto found = descriptions.find(object.name);
+        if (object.access != READ_WRITE || found == descriptions.end()) continue;
+        const std::string written = format(object, write_values(object, found->second, errors));
+        if (written == format(object, read_values(object, found->second, errors))) continue;
+        out += "\n    OBJECT " + smi_name(object.name) + "\n    WRITE-SYNTAX " + written +
+               "\n    DESCRIPTION \"What a SET takes.\"\n";
+    }
+    return out + "\n    ::= { zevsicConformance 255 }\n";
+}
+
+std::string make_module(const Descriptions &descriptions, Errors *errors) {
+    std::set<std::string, std::less<>> used;
+    const auto description_of = [&](const std::string &name) -> const Description & {
+        static const Description NONE;
+        const auto found = descriptions.find(name);
+        if (found == descriptions.end() || found->second.paragraphs.empty()) {
+            errors->push_back("not described: " + name);
+            return NONE;
+        }
+        used.insert(name);
+        return found->second;
+    };
+
+    std::string out = HEAD;
+    out.replace(out.find('@'), 1, wrap(description_of("ZEVSIC-MIB").paragraphs));
+    for (const Object &object : OBJECTS) {
+        if (!object.is_branch()) {
+            out += object_definition(object, description_of(object.name), errors);
+        } else if (const Branch *group = group_of(object.oid)) {
+            out += "\n" + std::string(group->name) + " OBJECT IDENTIFIER " + place(object.oid, errors);
+        } else if (const Table *table = table_of(object.oid)) {
+            out += table_definition(*table, description_of(std::string(table->name) + "Table"), errors);
+        } else if (const Table *rows = table_of_entry(object.oid)) {
+            out += entry_definition(*rows, object.oid, errors);
+            for (const Index &index : INDEXES)
+                if (index.entry && std::string_view(object.oid) == index.entry)
+                    out += auxiliary_definition(index, description_of(index.name), errors);
+        } else {
+            errors->push_back("no name for " + std::string(object.oid));
+        }
+    }
+    out += conformance(descriptions, errors);
+    for (const auto &[name, description] : descriptions)
+        if (!used.contains(name)) errors->push_back("describes nothing: " + name);
+    return out + "\nEND\n";
+}

@@ -1,0 +1,70 @@
+// The agent in the test's own process, on the built-in store of a device root, and what a walk of it answers.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "function/agent.h"
+#include "function/registry.h"
+#include "handler/toolkit.h"
+#include "platform/device.h"
+#include "tests/device_root.h"
+#include "zevsic/dispatch.h"
+
+struct Cell {
+    std::string oid;  // relative
+    int status;
+    std::string value;
+};
+
+inline Cell request(RequestKind kind, const std::string &oid, const std::string &set = "") {
+    auto record = std::make_unique<snmp_request>();
+    auto reply = std::make_unique<snmp_reply>();
+    record->type = kind;
+    put_text(record->oid, std::string(ROOT_OID) + "." + oid);
+    put_text(record->set, set);
+    snmp_exec(reply.get(), record.get());
+    const std::string answered = reply->oid;
+    return {answered.empty() ? "" : answered.substr(ROOT_PREFIX_LENGTH), reply->reply_status, reply->value};
+}
+
+inline const Object *object_of(const std::string &oid) {
+    for (const Object &object : OBJECTS)
+        if (!object.is_branch() && oid.starts_with(std::string(object.oid) + ".")) return &object;
+    return nullptr;
+}
+
+class AgentOnDevice {
+  public:
+    // `options` are those of `zevcfg init`: "" for the factory configuration, "--demo" for the demo's device.
+    explicit AgentOnDevice(const std::string &options) {
+        debugLevel = 0;
+        EXPECT_EQ(system((ZEVSIC_BIN_DIR "/zevcfg init " + options).c_str()), 0);
+        // Live objects answer from the tree for the length of a test.
+        EXPECT_EQ(system(ZEVSIC_BIN_DIR "/zevcfg set --current snmp sample_time 200"), 0);
+        prepare_tool_path();
+        init_norvalis();
+        std::string oid;
+        for (Cell cell = request(KIND_GETNEXT, ""); !cell.oid.empty() && cell.oid != oid;
+             cell = request(KIND_GETNEXT, oid)) {
+            oid = cell.oid;
+            cells.push_back(cell);
+        }
+    }
+    ~AgentOnDevice() {
+        free_agent();
+        close_zevcfg(sic_zevcfg);
+        close_zevcfg(current_sic_zevcfg);
+        sic_zevcfg = ram_sic_zevcfg = current_sic_zevcfg = nullptr;
+        free_item_list(pending_items);
+        pending_items = nullptr;
+    }
+    AgentOnDevice(const AgentOnDevice &) = delete;
+    AgentOnDevice &operator=(const AgentOnDevice &) = delete;
+
+    DeviceRoot root;
+    std::vector<Cell> cells;  // in the order walked
+};
