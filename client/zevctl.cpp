@@ -2,8 +2,10 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
+#include <iostream>
 
 #include "client/commands.h"
+#include "client/pass_persist.h"
 #include "client/protocol.h"
 #include "client/table.h"
 #include "client/transfer.h"
@@ -136,6 +138,9 @@ static int run(std::vector<std::string> arguments) {
     add_transfer(&app, client, "restore", RESTORE, "Load the configuration from a file server", &order,
                  &status);
     add_transfer(&app, client, "upgrade", UPGRADE, "Load a firmware from a file server", &order, &status);
+
+    app.add_subcommand("pass-persist", "Answer snmpd's pass_persist on standard input and output")
+        ->final_callback([&] { pass_persist(client.socket, std::cin, std::cout); });
 
     app.add_subcommand("names", "Print the names of all objects")->group("")->final_callback([&] {
         status = names();
