@@ -1,0 +1,8 @@
+// The headers of the agent library, in the order that they want.
+#pragma once
+
+#include <net-snmp/net-snmp-config.h>
+
+#include <net-snmp/net-snmp-includes.h>
+
+#include <net-snmp/agent/net-snmp-agent-includes.h>
