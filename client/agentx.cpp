@@ -45,6 +45,7 @@ static void start_library(const Options &options) {
     setenv("MIBS", "", 1);  // the library would read every module of the machine, and none is needed
     snmp_enable_calllog();
     snmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_LOGGING, log_of_library, nullptr);
+    set_persistent_directory(device_path("/var/lib/snmp").c_str());
     netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_READ_CONFIGS, 1);
     netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_PERSIST_STATE, 1);
     netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_ROLE, 1);
@@ -57,7 +58,7 @@ static void start_library(const Options &options) {
 
 static int serve(const Options &options) {
     if (!options.foreground) {
-        if (daemon(0, 0) != 0) {
+        if (daemon(1, 0) != 0) {
             log_line(LOG_ERR, std::string("cannot go to the background: ") + strerror(errno));
             return 1;
         }
