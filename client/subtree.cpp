@@ -71,9 +71,14 @@ static bool ask(Subtree *subtree, RequestKind kind, const std::string &oid, cons
     if (begin < subtree->silent_until || patience.count() <= 0) return false;
     const Answer answer = exchange(subtree->socket, kind, oid, set, static_cast<int>(patience.count()));
     *reply = answer.reply;
-    if (answer.error.empty()) return true;
-    if (Clock::now() - begin >= patience) subtree->silent_until = Clock::now() + SILENCE;
-    return false;
+    const bool answered = answer.error.empty();
+    if (answered != subtree->answering)
+        log_line(
+            answered ? LOG_NOTICE : LOG_WARNING,
+            "the daemon " + (answered ? std::string("answers again") : "does not answer: " + answer.error));
+    subtree->answering = answered;
+    if (!answered && Clock::now() - begin >= patience) subtree->silent_until = Clock::now() + SILENCE;
+    return answered;
 }
 
 static std::optional<Value> value_of(Subtree *subtree, size_t index, const std::string &text) {
@@ -133,7 +138,7 @@ static Chain follow_column(Subtree *subtree, size_t index) {
         !ask(subtree, KIND_GETNEXT, oid_text(column_oid), "", slow, &reply))
         return Chain::NO_ANSWER;
     std::set<Oid> seen;
-    for (std::string last; reply.reply_status != STATUS_NOTHING; last = reply.oid) {
+    while (reply.reply_status != STATUS_NOTHING) {
         const Oid oid = parse_oid(reply.oid);
         bool belongs = false;
         const size_t at = object_at(oid, &belongs);
@@ -204,9 +209,11 @@ static void forget_columns(Subtree *subtree) {
     subtree->early.oid.clear();
 }
 
-// The values that make the daemon act at once: the others wait in it for a save or an apply.
+// Objects that make the daemon act at once, which no second SET takes back. The values of the others wait in
+// it for a save or an apply.
 static bool is_action(const Object &object) {
-    return object.words == &APPLY_WORDS || object.words == &PERFORM_WORDS;
+    return object.words == &APPLY_WORDS || object.words == &PERFORM_WORDS ||
+           object.words == &TRANSFER_COMMAND_WORDS;
 }
 
 SetResult check_change(const Oid &oid, const Value &value) {
@@ -229,7 +236,8 @@ SetResult make_change(Subtree *subtree, const Oid &oid, const Value &value, Chan
     if (reply.reply_status != STATUS_NOTHING) change->before = reply.value;
     forget_columns(subtree);
     change->oid = oid;  // from here on it may have been done, answered or not
-    if (!ask(subtree, KIND_SET, name, set_text(object, to_text(value), &error), is_action(object), &reply))
+    change->acts = is_action(object) && value.number != 0;
+    if (!ask(subtree, KIND_SET, name, set_text(object, to_text(value), &error), change->acts, &reply))
         return SetResult::NO_ANSWER;
     const SetResult result = set_result(object, reply.reply_status);
     if (result != SetResult::DONE) change->oid.clear();
@@ -240,7 +248,7 @@ bool undo_change(Subtree *subtree, const Change &change) {
     if (change.oid.empty()) return true;
     bool belongs = false;
     const Object &object = object_of(object_at(change.oid, &belongs));
-    if (!change.before || is_action(object)) return false;
+    if (!change.before || change.acts) return false;
     std::string error;
     const std::string set = set_text(object, *change.before, &error);
     snmp_reply reply;

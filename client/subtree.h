@@ -42,6 +42,7 @@ struct Subtree {
     std::vector<Column> columns = std::vector<Column>(subtree_objects().size());
     EarlyRow early;
     Clock::time_point deadline;      // of the manager's request; the epoch: nothing was asked for it yet
+    bool answering = true;           // the daemon, last time
     Clock::time_point silent_until;  // the daemon did not answer in time: it is not asked again before
 };
 
@@ -63,6 +64,7 @@ Reading read_next(Subtree *subtree, const Oid &oid);  // NO_INSTANCE: nothing be
 struct Change {
     Oid oid;
     std::optional<std::string> before;  // the daemon's text; none: there was no such instance
+    bool acts = false;                  // at once, and for good
 };
 
 SetResult check_change(const Oid &oid, const Value &value);  // without the daemon

@@ -33,16 +33,10 @@ bool is_below(const Oid &oid, const Oid &branch) {
     return oid.size() >= branch.size() && std::equal(branch.begin(), branch.end(), oid.begin());
 }
 
-// A byte counter outgrows Integer32 within minutes on a busy radio.
-static bool is_byte_counter(const Object &object) {
-    const std::string_view unit = object.unit;
-    return object.access == READ_ONLY && (unit == "octets" || unit == "bytes");
-}
-
 Syntax syntax_of(const Object &object) {
     switch (object.type) {
         case INTEGER:
-            return is_byte_counter(object) ? Syntax::COUNTER64 : Syntax::INTEGER32;
+            return object.is_byte_counter() ? Syntax::COUNTER64 : Syntax::INTEGER32;
         case STRING:
             return Syntax::OCTET_STRING;
         case TIMETICKS:
