@@ -109,7 +109,11 @@ int main(int argc, char **argv) {
             ->check(CLI::Range(1, 60))
             ->capture_default_str();
         app.add_flag("-f", options.foreground, "Stay in the foreground and log to standard error");
-        CLI11_PARSE(app, argc, argv);
+        try {
+            app.parse(argc, argv);
+        } catch (const CLI::ParseError &error) {
+            return app.exit(error) == 0 ? 0 : 2;
+        }
         return serve(options);
     } catch (const std::exception &error) {
         log_line(LOG_ERR, error.what());
