@@ -101,7 +101,7 @@ static int error_status(SetResult result) {
 }
 
 static void answer_get(netsnmp_agent_request_info *info, netsnmp_request_info *request) {
-    const Reading reading = read_instance(served, oid_of(request->requestvb));
+    const SubtreeReading reading = read_instance(served, oid_of(request->requestvb));
     if (reading.outcome == Outcome::VALUE)
         put_value(request->requestvb, reading.value);
     else
@@ -113,7 +113,7 @@ static void answer_get(netsnmp_agent_request_info *info, netsnmp_request_info *r
 
 // A variable left as it is tells the master to go on behind the subtree.
 static void answer_next(netsnmp_agent_request_info *info, netsnmp_request_info *request) {
-    const Reading reading = read_next(served, oid_of(request->requestvb));
+    const SubtreeReading reading = read_next(served, oid_of(request->requestvb));
     if (reading.outcome == Outcome::NO_ANSWER) netsnmp_set_request_error(info, request, SNMP_ERR_GENERR);
     if (reading.outcome != Outcome::VALUE) return;
     const std::vector<oid> name(reading.oid.begin(), reading.oid.end());

@@ -41,7 +41,7 @@ static std::string value_lines(const Value &value) {
 
 // The protocol has no word for a daemon that does not answer: like everything else without a value it is
 // none.
-static std::string answer(const Reading &reading) {
+static std::string answer(const SubtreeReading &reading) {
     if (reading.outcome != Outcome::VALUE) return "NONE\n";
     const std::string text = "." + oid_text(reading.oid) + "\n" + value_lines(reading.value) + "\n";
     return text.size() <= ANSWER_SIZE ? text : "NONE\n";

@@ -89,7 +89,7 @@ static std::optional<Value> value_of(Subtree *subtree, size_t index, const std::
     return value;
 }
 
-Reading read_instance(Subtree *subtree, const Oid &oid) {
+SubtreeReading read_instance(Subtree *subtree, const Oid &oid) {
     bool belongs = false;
     const size_t index = object_at(oid, &belongs);
     if (!belongs) return {Outcome::NO_OBJECT, oid, {}};
@@ -190,7 +190,7 @@ static const Column *column_at(Subtree *subtree, size_t index, bool inside) {
     return &column;
 }
 
-Reading read_next(Subtree *subtree, const Oid &oid) {
+SubtreeReading read_next(Subtree *subtree, const Oid &oid) {
     const auto &objects = subtree_objects();
     bool belongs = false;
     for (size_t i = object_at(oid, &belongs); i < objects.size(); i++) {

@@ -48,7 +48,7 @@ struct Subtree {
 
 enum class Outcome { VALUE, NO_OBJECT, NO_INSTANCE, NO_ANSWER };
 
-struct Reading {
+struct SubtreeReading {
     Outcome outcome = Outcome::NO_ANSWER;
     Oid oid;
     Value value;
@@ -57,8 +57,8 @@ struct Reading {
 // Ends a request of the manager: the questions to the daemon until here shared its time.
 void end_request(Subtree *subtree);
 
-Reading read_instance(Subtree *subtree, const Oid &oid);
-Reading read_next(Subtree *subtree, const Oid &oid);  // NO_INSTANCE: nothing behind it
+SubtreeReading read_instance(Subtree *subtree, const Oid &oid);
+SubtreeReading read_next(Subtree *subtree, const Oid &oid);  // NO_INSTANCE: nothing behind it
 
 // A SET that was sent, with what undoes it.
 struct Change {

@@ -18,13 +18,13 @@ static constexpr Branch GROUPS[] = {
     {"5", "aPStaInfo"},    {"6", "neighborhoodAPInfo"}, {"7", "l2FirewallInfo"},
 };
 
-struct Table {
+struct ModuleTable {
     const char *oid;
     const char *name;   // without "Table" and "Entry"
     const char *index;  // the INDEX clause, or the row that this one augments
     bool augments = false;
 };
-static constexpr Table TABLES[] = {
+static constexpr ModuleTable TABLES[] = {
     {"1.66", "aPSysPort", "aPSysPortIndex"},
     {"1.67", "aPSysMgmtIP", "aPSysMgmtIPIndex"},
     {"2.1", "aPRF", "aPRFIndex"},
@@ -242,8 +242,8 @@ static const Branch *group_of(std::string_view oid) {
     return nullptr;
 }
 
-static const Table *table_of(std::string_view oid) {
-    for (const Table &table : TABLES)
+static const ModuleTable *table_of(std::string_view oid) {
+    for (const ModuleTable &table : TABLES)
         if (oid == table.oid) return &table;
     return nullptr;
 }
@@ -253,7 +253,7 @@ static std::string_view parent_of(std::string_view oid) {
     return dot == std::string_view::npos ? std::string_view() : oid.substr(0, dot);
 }
 
-static const Table *table_of_entry(std::string_view oid) {
+static const ModuleTable *table_of_entry(std::string_view oid) {
     return oid.ends_with(".1") ? table_of(parent_of(oid)) : nullptr;
 }
 
@@ -266,8 +266,8 @@ static const Index *index_of(std::string_view name) {
 static std::string name_of(std::string_view oid, Errors *errors) {
     if (oid.empty()) return "zevsicMIB";
     if (const Branch *group = group_of(oid)) return group->name;
-    if (const Table *table = table_of(oid)) return std::string(table->name) + "Table";
-    if (const Table *table = table_of_entry(oid)) return std::string(table->name) + "Entry";
+    if (const ModuleTable *table = table_of(oid)) return std::string(table->name) + "Table";
+    if (const ModuleTable *table = table_of_entry(oid)) return std::string(table->name) + "Entry";
     for (const Object &object : OBJECTS)
         if (!object.is_branch() && oid == object.oid) return smi_name(object.name);
     errors->push_back("no name for " + std::string(oid));
@@ -439,13 +439,14 @@ static std::string object_definition(const Object &object, const Description &de
     return out + "    " + place(object.oid, errors);
 }
 
-static std::string row_type(const Table &table) {
+static std::string row_type(const ModuleTable &table) {
     std::string name = std::string(table.name) + "Entry";
     name[0] = static_cast<char>(toupper(name[0]));
     return name;
 }
 
-static std::string table_definition(const Table &table, const Description &description, Errors *errors) {
+static std::string table_definition(const ModuleTable &table, const Description &description,
+                                    Errors *errors) {
     std::string out = "\n";
     if (table_of_entry(parent_of(table.oid))) out += NESTED_NOTE;
     out += std::string(table.name) + "Table OBJECT-TYPE\n    SYNTAX SEQUENCE OF " + row_type(table) + "\n";
@@ -453,7 +454,7 @@ static std::string table_definition(const Table &table, const Description &descr
     return out + "    " + place(table.oid, errors);
 }
 
-static std::string entry_definition(const Table &table, std::string_view oid, Errors *errors) {
+static std::string entry_definition(const ModuleTable &table, std::string_view oid, Errors *errors) {
     const std::string type = row_type(table);
     std::string out = "\n" + std::string(table.name) + "Entry OBJECT-TYPE\n    SYNTAX " + type + "\n";
     out += "    MAX-ACCESS not-accessible\n    STATUS current\n";
@@ -540,9 +541,9 @@ std::string make_module(const Descriptions &descriptions, Errors *errors) {
             out += object_definition(object, description_of(object.name), errors);
         } else if (const Branch *group = group_of(object.oid)) {
             out += "\n" + std::string(group->name) + " OBJECT IDENTIFIER " + place(object.oid, errors);
-        } else if (const Table *table = table_of(object.oid)) {
+        } else if (const ModuleTable *table = table_of(object.oid)) {
             out += table_definition(*table, description_of(std::string(table->name) + "Table"), errors);
-        } else if (const Table *rows = table_of_entry(object.oid)) {
+        } else if (const ModuleTable *rows = table_of_entry(object.oid)) {
             out += entry_definition(*rows, object.oid, errors);
             for (const Index &index : INDEXES)
                 if (index.entry && std::string_view(object.oid) == index.entry)

@@ -131,14 +131,14 @@ static std::string printed(const Value &value) {
     }
 }
 
-struct Row {
+struct WalkedRow {
     Oid oid;
     std::string text;
 };
 
 // Lines "OID = VALUE"; a value may go over several lines.
-static std::vector<Row> parse_walk(const std::string &output) {
-    std::vector<Row> rows;
+static std::vector<WalkedRow> parse_walk(const std::string &output) {
+    std::vector<WalkedRow> rows;
     std::istringstream lines(output);
     for (std::string line; std::getline(lines, line);) {
         const size_t equals = line.find(" = ");
@@ -147,14 +147,14 @@ static std::vector<Row> parse_walk(const std::string &output) {
         else if (!rows.empty())
             rows.back().text += "\n" + line;
     }
-    for (Row &row : rows)
+    for (WalkedRow &row : rows)
         if (row.text.starts_with("Timeticks")) row.text.resize(row.text.find(')') + 1);
     return rows;
 }
 
 // What the socket gives, in the daemon's order, as the tools print it; without what has no syntax.
-static std::vector<Row> walk_socket(size_t *unfit) {
-    std::vector<Row> rows;
+static std::vector<WalkedRow> walk_socket(size_t *unfit) {
+    std::vector<WalkedRow> rows;
     for (std::string last = ROOT_OID;;) {
         const Answer answer = exchange(default_socket(), KIND_GETNEXT, last, "", 5000);
         if (!answer.error.empty() || answer.reply.reply_status == STATUS_NOTHING) return rows;
@@ -171,14 +171,14 @@ static std::vector<Row> walk_socket(size_t *unfit) {
     }
 }
 
-static bool in_order(const Row &a, const Row &b) {
+static bool in_order(const WalkedRow &a, const WalkedRow &b) {
     return a.oid < b.oid;
 }
 
 // The walk has every value of the socket and nothing else, in strictly increasing order.
-static void expect_whole(const std::vector<Row> &walk, std::vector<Row> rows) {
+static void expect_whole(const std::vector<WalkedRow> &walk, std::vector<WalkedRow> rows) {
     EXPECT_EQ(std::adjacent_find(walk.begin(), walk.end(),
-                                 [](const Row &a, const Row &b) { return !(a.oid < b.oid); }),
+                                 [](const WalkedRow &a, const WalkedRow &b) { return !(a.oid < b.oid); }),
               walk.end());
     std::sort(rows.begin(), rows.end(), in_order);
     ASSERT_EQ(walk.size(), rows.size());
@@ -197,14 +197,14 @@ TEST_F(SnmpTest, WalksEverythingInOrderAndAsksForNoRowTwice) {
     std::filesystem::remove(root.path("/proc/stat"));  // a processor usage of "Unknown"
     start_all();
     const std::string traced_before = root.read("/tmp/trace");
-    const std::vector<Row> walk = parse_walk(tool("snmpbulkwalk", SUBTREE));
+    const std::vector<WalkedRow> walk = parse_walk(tool("snmpbulkwalk", SUBTREE));
     std::vector<std::string> asked;
     std::istringstream trace(root.read("/tmp/trace").substr(traced_before.size()));
     for (std::string line; std::getline(trace, line);)
         if (line.starts_with("recv oid=")) asked.push_back(line);
 
     size_t unfit = 0;
-    const std::vector<Row> rows = walk_socket(&unfit);
+    const std::vector<WalkedRow> rows = walk_socket(&unfit);
     EXPECT_FALSE(std::is_sorted(rows.begin(), rows.end(), in_order)) << "the daemon's own order is no test";
     EXPECT_GE(unfit, 1U);
     EXPECT_GT(walk.size(), 300U);
@@ -318,7 +318,7 @@ TEST_F(SnmpTest, PassPersistGivesTheSame) {
     start_daemon();
     start_master("pass_persist " + SUBTREE + " " ZEVSIC_BIN_DIR "/zevctl pass-persist\n");
     ASSERT_TRUE(answers_within(20000));
-    const std::vector<Row> walk = parse_walk(tool("snmpbulkwalk", SUBTREE));
+    const std::vector<WalkedRow> walk = parse_walk(tool("snmpbulkwalk", SUBTREE));
     size_t unfit = 0;
     expect_whole(walk, walk_socket(&unfit));
     const struct {
