@@ -1,14 +1,6 @@
 #include "tests/unit/agent_fixture.h"
 
-#include <cstring>
-#include <memory>
-
 #include "handler/toolkit.h"
-#include "zevsic/dispatch.h"
-
-std::ostream &operator<<(std::ostream &out, const Answer &answer) {
-    return out << "{" << answer.status << ", \"" << answer.oid << "\", \"" << answer.value << "\"}";
-}
 
 static void forget_pending() {
     free_item_list(pending_items);
@@ -36,52 +28,89 @@ void AgentTest::build() {
     init_norvalis();
 }
 
-static Answer execute(RequestKind kind, const std::string &oid, const std::string &set) {
-    auto request = std::make_unique<snmp_request>();
-    auto reply = std::make_unique<snmp_reply>();
-    request->type = kind;
-    put_text(request->oid, std::string(ROOT_OID) + "." + oid);
-    put_text(request->set, set);
-    snmp_exec(reply.get(), request.get());
-    EXPECT_EQ(std::string(reply->oid + strlen(reply->oid), reply->oid + TEXT_SIZE).find_first_not_of('\0'),
-              std::string::npos);
-    EXPECT_EQ(
-        std::string(reply->value + strlen(reply->value), reply->value + TEXT_SIZE).find_first_not_of('\0'),
-        std::string::npos);
-    const std::string answered = reply->oid;
-    return {reply->reply_status, answered.empty() ? "" : answered.substr(ROOT_PREFIX_LENGTH), reply->value};
-}
-
 Answer AgentTest::get(const std::string &oid) {
-    return execute(KIND_GET, oid, "");
+    return execute(KIND_GET, oid);
 }
 Answer AgentTest::next(const std::string &oid) {
-    return execute(KIND_GETNEXT, oid, "");
+    return execute(KIND_GETNEXT, oid);
 }
 int AgentTest::set(const std::string &oid, const std::string &text) {
     return execute(KIND_SET, oid, text).status;
 }
 
-std::vector<std::string> AgentTest::queued() {
+Items AgentTest::queued() {
     return list_texts(pending_items);
 }
 
-// The object whose OID begins the instance's.
-static const Object *object_of(std::string_view oid) {
-    for (const Object &object : OBJECTS)
-        if (!object.is_branch() && oid.starts_with(object.oid) &&
-            oid[std::string_view(object.oid).size()] == '.')
-            return &object;
-    return nullptr;
-}
-
-std::vector<std::string> AgentTest::queued_by(const std::string &oid, const std::string &value) {
+Items AgentTest::queued_by(const std::string &oid, const std::string &value) {
     forget_pending();
     const Object *object = object_of(oid);
     if (!object) return {"no object"};
-    const std::string word = type_to_str(object->type);
-    const int status = set(oid, object->type == STRING ? word + " \"" + value + "\"" : word + " " + value);
+    const int status = set(oid, in_type(*object, value));
     if (status == STATUS_ACCEPTED) return queued();
-    EXPECT_EQ(queued(), std::vector<std::string>()) << oid << ": a refused SET queues nothing";
+    EXPECT_EQ(queued(), Items()) << oid << ": a refused SET queues nothing";
     return {"refused " + std::to_string(status)};
+}
+
+std::string AgentTest::queued_text(const std::string &oid, const std::string &value) {
+    std::string text;
+    for (const std::string &item : queued_by(oid, value)) text += (text.empty() ? "" : " + ") + item;
+    return text;
+}
+
+Items AgentTest::walked(const std::string &object) {
+    Items items;
+    for (Answer at = next(object); at.oid.starts_with(object + "."); at = next(at.oid))
+        items.push_back(at.oid + "=" + at.value);
+    return items;
+}
+
+static std::pair<std::string, std::string> split(const std::string &text) {
+    const size_t place = text.find('>');
+    if (place == std::string::npos) return {text, text};
+    return {text.substr(0, place), text.substr(place + 1)};
+}
+
+void AgentTest::expect_sets(const std::vector<SetCase> &cases) {
+    for (const SetCase &c : cases) {
+        for (const std::string &value : c.accepted) {
+            const auto &[written, stored] = split(value);
+            EXPECT_EQ(queued_text(c.oid, written), c.item + stored) << c.oid << " = " << written;
+        }
+        for (const std::string &value : c.refused)
+            EXPECT_EQ(queued_by(c.oid, value), REFUSED) << c.oid << " = " << value;
+    }
+}
+
+void AgentTest::expect_existing_only(const std::string &group, std::vector<SetCase> cases) {
+    for (SetCase &c : cases) {
+        build();
+        EXPECT_EQ(get(c.oid).value, "-1") << c.oid;
+        for (const std::string &value : c.accepted)
+            EXPECT_EQ(queued_text(c.oid, split(value).first), "") << c.oid << " = " << value;
+        fake.item(group, c.item, "");
+        c.item = group + " " + c.item + "=";
+    }
+    expect_sets(cases);
+}
+
+void AgentTest::expect_shown(const std::vector<ShownCase> &cases) {
+    const FakePlatform::Items working = fake.working;
+    for (const ShownCase &c : cases) {
+        for (const std::string &text : c.stored) {
+            const auto &[stored, shown] = split(text);
+            fake.working = working;
+            fake.working[{c.group, c.key}] = stored;
+            build();
+            const Answer answer = get(c.oid);
+            EXPECT_EQ(answer.value, shown) << c.oid << " with " << c.key << " " << stored;
+            EXPECT_EQ(answer.oid, c.oid) << "an empty text is an answer too";
+        }
+    }
+    fake.working = working;
+}
+
+void AgentTest::make_interface(int radio, int vap, const std::string &name) const {
+    fake.ifnames[{radio - 1, vap - 1}] = name;
+    root.write("/sys/class/net/" + name + "/ifindex", std::to_string(20 * radio + vap) + "\n");
 }

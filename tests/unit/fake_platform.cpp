@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "platform/builtin/store.h"
+
 FakePlatform fake;
 
 struct zevcfg_object {
@@ -20,57 +22,9 @@ struct cfg_item {
     cfg_item *next;
 };
 
-#define ID4(base, i) (base) + (i), (base) + (i) + 1, (base) + (i) + 2, (base) + (i) + 3
-#define ID16(base, i) ID4(base, i), ID4(base, (i) + 4), ID4(base, (i) + 8), ID4(base, (i) + 12)
-const unsigned gid_rf[2] = {0x100, 0x101};
-const unsigned gid_vap[32] = {ID16(0x200, 0), ID16(0x200, 16)};
-const unsigned gid_vap_sec[32] = {ID16(0x300, 0), ID16(0x300, 16)};
-const unsigned gid_vap_hs20[32] = {ID16(0x400, 0), ID16(0x400, 16)};
-const unsigned gid_wme[8] = {ID4(0x500, 0), ID4(0x500, 4)};
-const unsigned gid_wds_link[16] = {ID16(0x600, 0)};
-
 static std::string group_text(unsigned id) {
-    static const std::map<unsigned, const char *> fixed = {
-        {GID_DEVICE, "device"},
-        {GID_SYSTIME, "systime"},
-        {GID_WAN_IP, "wan_ip"},
-        {GID_NETWORK_L2, "network_L2"},
-        {GID_BFIREWALL, "bfirewall"},
-        {GID_BFW_SERVICE, "bfw_service"},
-        {GID_BFW_DAI, "bfw_dai"},
-        {GID_IPV6, "ipv6"},
-        {GID_SYSLOG, "syslog"},
-        {GID_SNMP, "snmp"},
-        {GID_REMOTE_MANAGE, "remote_manage"},
-        {GID_WES, "wes"},
-        {GID_CAPWAP, "capwap"},
-    };
-    if (const auto entry = fixed.find(id); entry != fixed.end()) return entry->second;
-    const int i = static_cast<int>(id & 0xff);
-    char text[32];
-    switch (id & ~0xffU) {
-        case 0x100:
-            snprintf(text, sizeof text, "rf%d", i + 1);
-            break;
-        case 0x200:
-            snprintf(text, sizeof text, "rf%d_vap%d", i / 16 + 1, i % 16 + 1);
-            break;
-        case 0x300:
-            snprintf(text, sizeof text, "rf%d_vap%d_sec", i / 16 + 1, i % 16 + 1);
-            break;
-        case 0x400:
-            snprintf(text, sizeof text, "rf%d_vap%d_hs20", i / 16 + 1, i % 16 + 1);
-            break;
-        case 0x500:
-            snprintf(text, sizeof text, "rf%d_wme%d", i / 4 + 1, i % 4 + 1);
-            break;
-        case 0x600:
-            snprintf(text, sizeof text, "rf%d_wds%d", i / 8 + 1, i % 8 + 1);
-            break;
-        default:
-            snprintf(text, sizeof text, "unknown group %x", id);
-    }
-    return text;
+    const char *name = group_name(id);
+    return name ? name : "unknown group";
 }
 
 std::vector<std::string> list_texts(const cfg_item *head) {

@@ -1,9 +1,6 @@
 // Switch mode, LAN ports and management addresses.
 #include "tests/unit/agent_fixture.h"
 
-using Items = std::vector<std::string>;
-static const Items REFUSED = {"refused 34"};
-
 class PortsTest : public AgentTest {
   protected:
     PortsTest() {
@@ -17,13 +14,6 @@ class PortsTest : public AgentTest {
     }
     static void port_item(int port, const std::string &name, const char *value) {
         fake.item("network_L2", "lan:" + std::to_string(port) + "." + name, value);
-    }
-    // OIDs and values behind an object, in the order of a walk.
-    static Items walked(const std::string &object) {
-        Items items;
-        for (Answer at = next(object); at.oid.starts_with(object + "."); at = next(at.oid))
-            items.push_back(at.oid + "=" + at.value);
-        return items;
     }
 };
 
@@ -46,26 +36,14 @@ TEST_F(PortsTest, OnlyPortsThatMayBeManagedHaveRows) {
 }
 
 TEST_F(PortsTest, WhatASetQueues) {
-    struct {
-        const char *oid, *value;
-        Items items;
-    } cases[] = {
-        {"1.65.0", "1", {"network_L2 vlan_type=PORT-BASED"}},
-        {"1.65.0", "2", {"network_L2 vlan_type=802.1Q"}},
-        {"1.65.0", "0", REFUSED},
-        {"1.66.1.1.1", "1", {"refused 31"}},
-        {"1.66.1.3.1", "0", {"network_L2 lan:1.vid=4096"}},
-        {"1.66.1.3.1", "4095", REFUSED},
-        {"1.66.1.3.0", "5", REFUSED},
-        {"1.66.1.3.4", "5", REFUSED},
-        {"1.66.1.4.3", "2", {"network_L2 lan:3.tun=enable"}},
-        {"1.66.1.4.2", "2", REFUSED},
-        {"1.67.1.2.3", "any text", {"remote_manage entry:2.ip=any text"}},
-        {"1.67.1.2.10", "", {"remote_manage entry:9.ip="}},
-        {"1.67.1.2.0", "10.0.0.1", REFUSED},
-        {"1.67.1.2.11", "10.0.0.1", REFUSED},
-    };
-    for (const auto &c : cases) EXPECT_EQ(queued_by(c.oid, c.value), c.items) << c.oid << " = " << c.value;
+    const std::string lan = "network_L2 lan:", entry = "remote_manage entry:";
+    expect_sets({{"1.65.0", "network_L2 vlan_type=", {"1>PORT-BASED", "2>802.1Q"}, {}},
+                 {"1.66.1.3.1", lan + "1.vid=", {"0>4096"}, {}},
+                 {"1.66.1.4.3", lan + "3.tun=", {"2>enable"}, {}},
+                 {"1.67.1.2.3", entry + "2.ip=", {"any text"}, {}},
+                 {"1.67.1.2.10", entry + "9.ip=", {""}, {}}});
+    for (const char *no_row : {"1.66.1.3.0", "1.66.1.3.4", "1.66.1.4.2", "1.67.1.2.0", "1.67.1.2.11"})
+        EXPECT_EQ(queued_by(no_row, "2"), REFUSED) << no_row;
     EXPECT_EQ(get("1.65.0").value, "2");
     fake.working.erase({"network_L2", "lan:2.controllable"});
     EXPECT_EQ(queued_by("1.66.1.4.2", "2"), Items{"network_L2 lan:2.tun=enable"})

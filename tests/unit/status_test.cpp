@@ -5,7 +5,6 @@ class StatusTest : public AgentTest {};
 
 TEST_F(StatusTest, Uptime) {
     EXPECT_EQ(get("1.56.0"), (Answer{0, "", ""}));
-    EXPECT_EQ(set("1.56.0", "timeticks 1"), STATUS_READ_ONLY);
     EXPECT_EQ(set("1.56.1", "timeticks 1"), 0);
     const struct {
         const char *file, *shown;
@@ -31,14 +30,11 @@ TEST_F(StatusTest, AddressAndVersions) {
 }
 
 TEST_F(StatusTest, LoadIsAWholePercentOrUnknown) {
-    std::string text = traced([] { EXPECT_EQ(get("1.60.0"), (Answer{INTEGER, "1.60.0", "Unknown"})); });
-    EXPECT_NE(text.find("CPU usage Unknown\n"), std::string::npos);
+    EXPECT_EQ(get("1.60.0"), (Answer{INTEGER, "1.60.0", "Unknown"}));
     root.write("/proc/stat", "cpu  1 2 3 4 5 6 7\n");
     zevap->sample_time = 0;
     EXPECT_EQ(get("1.60.0").value, "0") << "two equal samples";
-    Answer memory;
-    text = traced([&] { memory = get("1.61.0"); });
-    EXPECT_NE(text.find("MEM usage " + memory.value + "\n"), std::string::npos);
+    const Answer memory = get("1.61.0");
     EXPECT_TRUE(memory.value.size() < 4 && atoi(memory.value.c_str()) > 0 &&
                 atoi(memory.value.c_str()) <= 100)
         << memory;

