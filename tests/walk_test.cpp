@@ -3,10 +3,31 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
+#include "platform/builtin/store.h"
 #include "tests/agent_walk.h"
+
+// The items that the objects looked for in vain.
+static std::set<std::string> missing;
+
+extern "C" {
+int __real_get_cfg_item_by_str(zevcfg_handle *handle, const char *group, const char *key, char *out);
+int __wrap_get_cfg_item_by_str(zevcfg_handle *handle, const char *group, const char *key, char *out) {
+    const int result = __real_get_cfg_item_by_str(handle, group, key, out);
+    if (result != 0) missing.insert(std::string(group) + " " + key);
+    return result;
+}
+int __real_get_cfg_item(zevcfg_handle *handle, unsigned group_id, const char *key, char *out);
+int __wrap_get_cfg_item(zevcfg_handle *handle, unsigned group_id, const char *key, char *out) {
+    const int result = __real_get_cfg_item(handle, group_id, key, out);
+    const char *group = group_name(group_id);
+    if (result != 0) missing.insert(std::string(group ? group : "unknown group") + " " + key);
+    return result;
+}
+}
 
 static std::string in_type(const Object &object, const std::string &value) {
     const std::string word = type_to_str(object.type);
@@ -100,4 +121,10 @@ TEST_F(WalkTest, WhatWasReadCanBeWrittenOrIsRefusedForAReason) {
         EXPECT_EQ(request(KIND_GET, cell.oid).value, cell.value) << object->name;
     }
     EXPECT_GT(accepted, 20);
+}
+
+TEST(Walk, TheStoreHasEveryItemThatIsRead) {
+    missing.clear();
+    const AgentOnDevice agent{"--demo"};
+    EXPECT_EQ(missing, std::set<std::string>());
 }
