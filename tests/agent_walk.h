@@ -3,39 +3,16 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "function/agent.h"
-#include "function/registry.h"
 #include "handler/toolkit.h"
 #include "platform/device.h"
 #include "tests/device_root.h"
-#include "zevsic/dispatch.h"
+#include "tests/requests.h"
 
-struct Cell {
-    std::string oid;  // relative
-    int status;
-    std::string value;
-};
-
-inline Cell request(RequestKind kind, const std::string &oid, const std::string &set = "") {
-    auto record = std::make_unique<snmp_request>();
-    auto reply = std::make_unique<snmp_reply>();
-    record->type = kind;
-    put_text(record->oid, std::string(ROOT_OID) + "." + oid);
-    put_text(record->set, set);
-    snmp_exec(reply.get(), record.get());
-    const std::string answered = reply->oid;
-    return {answered.empty() ? "" : answered.substr(ROOT_PREFIX_LENGTH), reply->reply_status, reply->value};
-}
-
-inline const Object *object_of(const std::string &oid) {
-    for (const Object &object : OBJECTS)
-        if (!object.is_branch() && oid.starts_with(std::string(object.oid) + ".")) return &object;
-    return nullptr;
-}
+using Cell = Answer;
 
 class AgentOnDevice {
   public:
@@ -48,8 +25,8 @@ class AgentOnDevice {
         prepare_tool_path();
         init_norvalis();
         std::string oid;
-        for (Cell cell = request(KIND_GETNEXT, ""); !cell.oid.empty() && cell.oid != oid;
-             cell = request(KIND_GETNEXT, oid)) {
+        for (Cell cell = execute(KIND_GETNEXT, ""); !cell.oid.empty() && cell.oid != oid;
+             cell = execute(KIND_GETNEXT, oid)) {
             oid = cell.oid;
             cells.push_back(cell);
         }

@@ -29,11 +29,6 @@ int __wrap_get_cfg_item(zevcfg_handle *handle, unsigned group_id, const char *ke
 }
 }
 
-static std::string in_type(const Object &object, const std::string &value) {
-    const std::string word = type_to_str(object.type);
-    return object.type == STRING ? word + " \"" + value + "\"" : word + " " + value;
-}
-
 class WalkTest : public testing::Test {
   protected:
     WalkTest() {
@@ -71,7 +66,7 @@ TEST_F(WalkTest, VisitsTheObjectsInRegistrationOrder) {
 
 TEST_F(WalkTest, AGetAnswersWhatTheWalkSaw) {
     for (const Cell &cell : cells) {
-        const Cell answer = request(KIND_GET, cell.oid);
+        const Cell answer = execute(KIND_GET, cell.oid);
         EXPECT_EQ(answer.oid, cell.oid);
         EXPECT_EQ(answer.value, cell.value) << cell.oid;
     }
@@ -80,9 +75,9 @@ TEST_F(WalkTest, AGetAnswersWhatTheWalkSaw) {
 TEST_F(WalkTest, ReadOnlyObjectsRefuseAndOthersWantTheirType) {
     for (const auto &[object, cell] : first) {
         const char *other = object->type == INTEGER ? "string \"1\"" : "integer 1";
-        EXPECT_EQ(request(KIND_SET, cell.oid, other).status, STATUS_WRONG_TYPE) << object->name;
+        EXPECT_EQ(execute(KIND_SET, cell.oid, other).status, STATUS_WRONG_TYPE) << object->name;
         if (object->access == READ_ONLY) {
-            EXPECT_EQ(request(KIND_SET, cell.oid, in_type(*object, cell.value)).status, STATUS_READ_ONLY)
+            EXPECT_EQ(execute(KIND_SET, cell.oid, in_type(*object, cell.value)).status, STATUS_READ_ONLY)
                 << object->name;
         }
     }
@@ -104,7 +99,7 @@ TEST_F(WalkTest, ValuesOutOfBoundsAreRefused) {
             }
         }
         for (const std::string &value : values)
-            EXPECT_EQ(request(KIND_SET, cell.oid, in_type(*object, value)).status, STATUS_WRONG_VALUE)
+            EXPECT_EQ(execute(KIND_SET, cell.oid, in_type(*object, value)).status, STATUS_WRONG_VALUE)
                 << object->name << " = " << value.substr(0, 40);
     }
     EXPECT_EQ(pending_items, nullptr) << "a refused SET queues nothing";
@@ -114,11 +109,11 @@ TEST_F(WalkTest, WhatWasReadCanBeWrittenOrIsRefusedForAReason) {
     int accepted = 0;
     for (const auto &[object, cell] : first) {
         if (object->access != READ_WRITE) continue;
-        const int status = request(KIND_SET, cell.oid, in_type(*object, cell.value)).status;
+        const int status = execute(KIND_SET, cell.oid, in_type(*object, cell.value)).status;
         EXPECT_TRUE(status == STATUS_ACCEPTED || status == STATUS_WRONG_VALUE)
             << object->name << " " << status;
         if (status == STATUS_ACCEPTED) accepted++;
-        EXPECT_EQ(request(KIND_GET, cell.oid).value, cell.value) << object->name;
+        EXPECT_EQ(execute(KIND_GET, cell.oid).value, cell.value) << object->name;
     }
     EXPECT_GT(accepted, 20);
 }

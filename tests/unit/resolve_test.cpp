@@ -4,6 +4,7 @@
 #include <ctime>
 #include <string>
 
+#include "function/rows.h"
 #include "tests/unit/agent_fixture.h"
 
 class ResolveTest : public AgentTest {
@@ -100,6 +101,54 @@ TEST_F(ResolveTest, SetTexts) {
         EXPECT_EQ(check_set_type(c.type, text), c.accepted) << c.text;
         EXPECT_STREQ(text, c.value) << c.text;
     }
+}
+
+TEST_F(ResolveTest, TheTypeWordMustNameTheObjectsType) {
+    EXPECT_EQ(set("1.15.0", "string \"10.0.0.1\""), STATUS_WRONG_TYPE);
+    EXPECT_EQ(set("1.15.0", "ipaddress 10.0.0.1"), STATUS_ACCEPTED);
+    EXPECT_EQ(set("1.1.0", ""), STATUS_WRONG_TYPE);
+}
+
+// A live table whose handler drops the rows, the requested one among them, at every call.
+static int table_rows;
+static int rebuilds;
+static snmp_reply *live_column(snmp_reply *reply, mib_node *node, uint8_t, const char *instance, char *,
+                               int) {
+    clear_child_node(node);
+    rebuilds++;
+    update_time(node);
+    for (int row = 1; row <= table_rows; row++) {
+        snmp_reply scratch{};
+        update_data(std::to_string(row) == instance ? reply : &scratch, node, "cell", row);
+    }
+    return reply;
+}
+
+TEST_F(ResolveTest, AWalkOfATableRebuiltAtEveryStepEnds) {
+    clear_child_node(head);
+    prev = head;
+    ALLOC_NODE("5", TYPE_NONE, nullptr);
+    ALLOC_NODE("5.1", STRING, live_column);
+    zevap->sample_time = 0;
+    table_rows = 4;
+    rebuilds = 0;
+    std::string oid = "5";
+    std::string walked;
+    for (int steps = 0; steps < 10; steps++) {
+        const Answer answer = next(oid);
+        if (answer.oid.empty()) break;
+        walked += answer.oid + " ";
+        oid = answer.oid;
+    }
+    EXPECT_EQ(walked, "5.1.1 5.1.2 5.1.3 5.1.4 ");
+    EXPECT_GT(rebuilds, 4);
+
+    // The row asked about leaves meanwhile.
+    table_rows = 1;
+    EXPECT_EQ(next("5.1.3"), (Answer{0, "", ""}));
+    EXPECT_EQ(next("5.1"), (Answer{STRING, "5.1.1", "cell"}));
+    table_rows = 0;
+    EXPECT_EQ(next("5"), (Answer{0, "", ""}));
 }
 
 TEST_F(ResolveTest, TraceOfAGet) {

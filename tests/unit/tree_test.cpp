@@ -55,6 +55,31 @@ TEST_F(TreeTest, SlotsStayInOrderOverAllArcs) {
     }
 }
 
+TEST_F(TreeTest, NewRowsGoFirstOrLast) {
+    struct {
+        std::vector<std::vector<int>> published;
+        std::vector<std::string> listed;
+    } cases[] = {
+        {{{1}, {2}}, {"1.1", "1.1.1", "1.1.2", "1.2"}},
+        {{{2}, {1}}, {"1.1", "1.1.1", "1.1.2", "1.2"}},
+        {{{1, 1}, {1, 3}, {1, 2}}, {"1.1", "1.1.1", "1.1.1.1", "1.1.1.3", "1.1.1.2", "1.2"}},
+        // The run of index 1 goes on over index 10, whose text begins with its own.
+        {{{1, 1}, {10, 1}, {1, 2}}, {"1.1", "1.1.1", "1.1.1.1", "1.1.10", "1.1.10.1", "1.1.1.2", "1.2"}},
+    };
+    for (const auto &c : cases) {
+        clear_child_node(head);
+        prev = head;
+        ALLOC_NODE("1", TYPE_NONE, nullptr);
+        mib_node *column = ALLOC_NODE("1.1", STRING, no_handler);
+        ALLOC_NODE("1.2", STRING, no_handler);
+        for (const auto &arcs : c.published)
+            update_data_by_mulindex(&scratch, column, "x", arcs.data(), static_cast<int>(arcs.size()));
+        auto order = list_order();
+        order.erase(order.begin());
+        EXPECT_EQ(order, c.listed);
+    }
+}
+
 // Where the plain walk puts a new child: behind the last node of the unbroken run of list nodes whose OID
 // texts begin with the parent's.
 static mib_node *position_by_walk(mib_node *parent, int arc) {
@@ -141,6 +166,13 @@ TEST_F(TreeTest, DumpShowsSlotsAndOrder) {
     clear_child_node(head);
     EXPECT_EQ(traced([] { print_root(head); }), " oid=1.3.6.1.4.1.48019.6 \nEND\n");
     EXPECT_EQ(traced([] { dump_node(nullptr); }), "NULL\n");
+}
+
+TEST_F(TreeTest, CreationIsTraced) {
+    ALLOC_NODE("1", TYPE_NONE, nullptr);
+    EXPECT_EQ(traced([] { ALLOC_NODE("1.7", TYPE_NONE, nullptr); }),
+              "node 1.3.6.1.4.1.48019.6.1  ->  1.3.6.1.4.1.48019.6.1.7,str:1.7\n"
+              "pch:1,str:1.7,subtree:1\nnode_num:1\ndot:0\nnode_num:7\ndot:0\n");
 }
 
 TEST_F(TreeTest, RowsByInterfaceIndex) {
