@@ -55,6 +55,8 @@ class SnmpTest : public testing::Test {
     }
     ~SnmpTest() override {
         for (const pid_t *process : {&daemon, &front_end, &master}) end(*process);
+        for (const char *name : {"MIBS", "SNMP_PERSISTENT_DIR"})
+            unsetenv(name);  // the next test's folder is another
     }
     void run_zevcfg(std::vector<std::string> words) const {
         words.insert(words.begin(), ZEVSIC_BIN_DIR "/zevcfg");
