@@ -301,7 +301,7 @@ TEST_F(Store, ReadersGoOnWhileAnApplyRunsAndHandlesAreReopened) {
     open();
     ASSERT_EQ(save({{GID_DEVICE, "name", "new"}}), 0);
     root.write_tool("/etc/zevcfg/apply",
-                    "i=0\nwhile [ ! -e $ZEVSIC_ROOT/tmp/go ]; do i=$((i + 1)); [ $i -lt 500 ] || exit 1\n"
+                    "i=0\nwhile [ ! -e $ZEVSIC_ROOT/tmp/go ]; do i=$((i + 1)); [ $i -lt 5000 ] || exit 1\n"
                     "sleep 0.02; done\n");
     std::atomic<bool> done{false};
     std::atomic<int> result{-1};
@@ -311,7 +311,7 @@ TEST_F(Store, ReadersGoOnWhileAnApplyRunsAndHandlesAreReopened) {
         while (!done) EXPECT_EQ(get(stale, "device", "name"), "new");
     });
     while (get(running, "device", "name") != "new") std::this_thread::yield();  // the script runs
-    for (int i = 0; i < 50; i++) {
+    for (int i = 0; i < 20; i++) {
         close_zevcfg(working);
         close_zevcfg(running);
         open();
