@@ -41,7 +41,7 @@ void ensure_child_slot(mib_node *node, int arc) {
         node->children = std::move(grown);
     }
     mib_node **slots = node->children.get();
-    memmove(slots + position + 1, slots + position, (count - position) * sizeof *slots);
+    std::move_backward(slots + position, slots + count, slots + count + 1);
     slots[position] = nullptr;
     node->child_count = count + 1;
 }

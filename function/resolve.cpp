@@ -138,12 +138,11 @@ int check_set_type(uint8_t type, char *set) {
         return 0;
     }
     TRACE_LOCATION("function", __func__);
+    std::string_view bare = value;
+    if (bare.find('"') != std::string_view::npos)
+        bare = bare.substr(1, bare.size() > 2 ? bare.size() - 2 : 0);
     memset(set, 0, TEXT_SIZE);
-    const size_t length = strlen(value);
-    if (!strchr(value, '"'))
-        memcpy(set, value, length);
-    else if (length >= 2)
-        memcpy(set, value + 1, length - 2);
+    bare.copy(set, TEXT_SIZE - 1);
     return 1;
 }
 
