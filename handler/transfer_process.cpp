@@ -1,14 +1,13 @@
 #include "handler/transfer_process.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <vector>
 
+#include "platform/detach.h"
 #include "platform/device.h"
 
 // Everything the process needs, ready before the fork: other threads of the daemon may hold any lock at that
@@ -21,20 +20,6 @@ struct Prepared {
     const char *lock_file;
 };
 static constexpr size_t SIZE_ROOM = 24;  // digits of any file size, quote and terminator
-
-static void detach() {
-    setsid();
-    umask(077);
-    for (int number = 1; number < NSIG; number++) signal(number, SIG_DFL);
-    sigset_t none;
-    sigemptyset(&none);
-    sigprocmask(SIG_SETMASK, &none, nullptr);
-    if (close_range(0, ~0U, 0) != 0) {
-        for (int fd = 0; fd < 1024; fd++) close(fd);
-    }
-    int fd = open("/dev/null", O_RDWR);  // the machine's own: not a file of the device
-    while (fd >= 0 && fd < STDERR_FILENO) fd = dup(fd);
-}
 
 static void wait_for(pid_t pid) {
     while (pid > 0 && waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
@@ -93,7 +78,8 @@ void start_transfer_process(const TransferCommands &commands, const std::string 
     // The child of the child is left to init, so that nobody has to wait for it.
     const pid_t grandchild = fork();
     if (grandchild == 0) {
-        detach();
+        detach_process();
+        umask(077);
         transfer(prepared);
     } else if (grandchild < 0) {
         unlink(prepared.lock_file);

@@ -1,11 +1,9 @@
 // The store lock, applying the working configuration, and going back to the factory's.
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
@@ -13,6 +11,7 @@
 #include <ctime>
 
 #include "platform/builtin/store.h"
+#include "platform/detach.h"
 #include "platform/device.h"
 #include "platform/zevcfg.h"
 
@@ -82,29 +81,14 @@ static void signal_when_applied(const char *apply_lock, const char *pid_file) {
     if (pid > 1) kill(pid, SIGUSR2);
 }
 
-static void detach(int descriptors) {
-    setsid();
-    for (int number = 1; number < NSIG; number++) signal(number, SIG_DFL);
-    sigset_t none;
-    sigemptyset(&none);
-    sigprocmask(SIG_SETMASK, &none, nullptr);
-    if (close_range(0, ~0U, 0) != 0) {
-        for (int fd = 0; fd < descriptors; fd++) close(fd);
-    }
-    int fd = open("/dev/null", O_RDWR);  // the machine's own: not a file of the device
-    while (fd >= 0 && fd < STDERR_FILENO) fd = dup(fd);
-}
-
 // Starts a process of its own, nobody's child, that sends SIGUSR2 to the daemon once its apply has ended.
 static void notify_daemon() {
     std::string apply_lock = device_path(APPLY_LOCK_FILE);
     std::string pid_file = device_path(PID_FILE);
-    rlimit limit = {};
-    getrlimit(RLIMIT_NOFILE, &limit);
     pid_t child = fork();
     if (child == 0) {
         if (fork() == 0) {
-            detach(static_cast<int>(std::min<rlim_t>(limit.rlim_cur, 65536)));
+            detach_process();
             signal_when_applied(apply_lock.c_str(), pid_file.c_str());
         }
         _exit(0);
