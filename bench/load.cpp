@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "function/wire.h"
+#include "registry/wire.h"
 
 static const char USAGE[] =
     "usage: bench_load [-w] [-o OID] [-c CONNECTIONS] [-p PAIRS] [-s SECONDS] SOCKET [SOCKET]\n"

@@ -11,7 +11,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "function/wire.h"
+#include "registry/wire.h"
 
 static char request[RECORD_SIZE];
 static snmp_reply reply = {"1.3.6.1.4.1.48019.6.1.1.0", STRING, "answer"};

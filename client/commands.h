@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "client/names.h"
-#include "function/wire.h"
+#include "registry/wire.h"
 
 struct Client {
     std::string socket;

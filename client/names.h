@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "function/registry.h"
+#include "registry/registry.h"
 
 // A place in the subtree.
 struct Target {

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "function/wire.h"
+#include "registry/wire.h"
 
 // What came of a request. Only an empty `error` makes `reply` meaningful; the texts of the reply are always
 // terminated, whatever the peer sent.

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "function/registry.h"
+#include "registry/registry.h"
 
 using Oid = std::vector<uint32_t>;  // compares as SNMP orders OIDs
 

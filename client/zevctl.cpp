@@ -10,7 +10,7 @@
 #include "client/table.h"
 #include "client/transfer.h"
 #include "client/watch.h"
-#include "function/registry.h"
+#include "registry/registry.h"
 
 static int names() {
     for (const Object &object : OBJECTS)

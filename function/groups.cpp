@@ -11,31 +11,31 @@
 #define OBJECT(oid, name, type, ...) ALLOC_NODE(oid, type, name);
 
 void init_norvalisAPDeviceList() {
-#include "function/groups/ap_device_list.def"
+#include "registry/groups/ap_device_list.def"
 }
 
 void init_norvalisAPRFInfo() {
-#include "function/groups/ap_rf_info.def"
+#include "registry/groups/ap_rf_info.def"
 }
 
 void init_norvalisAPVAPInfo() {
-#include "function/groups/ap_vap_info.def"
+#include "registry/groups/ap_vap_info.def"
 }
 
 void init_norvalisAPWDSInfo() {
-#include "function/groups/ap_wds_info.def"
+#include "registry/groups/ap_wds_info.def"
 }
 
 void init_norvalisAPStaInfo() {
-#include "function/groups/ap_sta_info.def"
+#include "registry/groups/ap_sta_info.def"
 }
 
 void init_norvalisNeighborhoodAPInfo() {
-#include "function/groups/neighborhood_ap_info.def"
+#include "registry/groups/neighborhood_ap_info.def"
 }
 
 void init_norvalisL2FirewallInfo() {
-#include "function/groups/l2_firewall_info.def"
+#include "registry/groups/l2_firewall_info.def"
 }
 
 #undef BRANCH

@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "function/wire.h"
+#include "registry/wire.h"
 
 struct mib_node;
 

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "function/node.h"
-#include "function/wire.h"
+#include "registry/wire.h"
 
 // The reply must be all zero; all three return it. `oid` is a full OID; its first ROOT_PREFIX_LENGTH
 // characters are skipped, not compared.

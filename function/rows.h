@@ -5,7 +5,7 @@
 #pragma once
 
 #include "function/node.h"
-#include "function/wire.h"
+#include "registry/wire.h"
 
 // A row of one arc; a scalar is arc 0.
 snmp_reply *update_data(snmp_reply *reply, mib_node *column, const char *value, int arc);

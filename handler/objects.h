@@ -8,6 +8,6 @@
 #define OBJECT(oid, name, ...)                                                                               \
     snmp_reply *name(snmp_reply *reply, mib_node *node, uint8_t kind, const char *instance, char *set_value, \
                      int first_arc);
-#include "function/groups/all.def"
+#include "registry/groups/all.def"
 #undef BRANCH
 #undef OBJECT

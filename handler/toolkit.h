@@ -10,9 +10,9 @@
 
 #include "function/agent.h"
 #include "function/node.h"
-#include "function/registry.h"
-#include "function/wire.h"
 #include "platform/zevcfg.h"
+#include "registry/registry.h"
+#include "registry/wire.h"
 #include "zevsic/trace.h"
 
 struct HandlerCall {

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "function/registry.h"
+#include "registry/registry.h"
 
 // An entry of descriptions.txt; its head says what the lines mean.
 struct Description {

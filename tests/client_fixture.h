@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "client/commands.h"
-#include "function/wire.h"
+#include "registry/wire.h"
 #include "tests/device_root.h"
 
 inline const std::string ROOT = ROOT_OID;

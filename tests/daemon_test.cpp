@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "function/wire.h"
+#include "registry/wire.h"
 #include "tests/device_root.h"
 #include "tests/process.h"
 

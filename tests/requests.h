@@ -9,8 +9,8 @@
 #include <string>
 #include <string_view>
 
-#include "function/registry.h"
-#include "function/wire.h"
+#include "registry/registry.h"
+#include "registry/wire.h"
 #include "zevsic/dispatch.h"
 
 namespace requests {

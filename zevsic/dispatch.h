@@ -1,7 +1,7 @@
 // From a request record to a reply record.
 #pragma once
 
-#include "function/wire.h"
+#include "registry/wire.h"
 
 // Executes one request. The reply must be all zero; it is filled and returned. The request's texts must be
 // terminated; its `set` text is rewritten.

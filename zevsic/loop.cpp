@@ -6,7 +6,7 @@
 
 #include <list>
 
-#include "function/wire.h"
+#include "registry/wire.h"
 #include "zevsic/server.h"
 #include "zevsic/trace.h"
 

@@ -1,7 +1,7 @@
 // The request socket: one request record and one reply record per connection.
 #pragma once
 
-#include "function/wire.h"
+#include "registry/wire.h"
 
 // Makes, binds and listens on /tmp/zevsic_sock (mode 0660), in place of whatever has that name: the
 // descriptor. Ends the process with status 0 and a line on standard error when it cannot.

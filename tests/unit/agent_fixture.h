@@ -9,7 +9,7 @@
 
 #include "function/agent.h"
 #include "function/node.h"
-#include "function/registry.h"
+#include "registry/registry.h"
 #include "tests/device_root.h"
 #include "tests/requests.h"
 #include "tests/unit/fake_platform.h"

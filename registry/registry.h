@@ -1,4 +1,4 @@
-// The objects of the subtree as data: one line per branch and object in the lists of function/groups, in
+// The objects of the subtree as data: one line per branch and object in the lists of registry/groups, in
 // registration order. A line says what is data about an object: OID, name, type, access, and as far as they
 // are fixed its bounds, the words of its values and its unit. The daemon registers and checks from it; the
 // clients and the MIB module take names, words and bounds from it. No handler is linked for reading it.
@@ -12,8 +12,8 @@
 #include <iterator>
 #include <string_view>
 
-#include "function/wire.h"
-#include "function/words.h"
+#include "registry/wire.h"
+#include "registry/words.h"
 
 enum Access : uint8_t { NO_ACCESS, READ_ONLY, READ_WRITE };
 
@@ -84,7 +84,7 @@ struct Object {
 #define OBJECT(oid_, name_, type_, access_, ...) \
     Object{.oid = (oid_), .name = #name_, .type = (type_), .access = (access_)__VA_OPT__(, ) __VA_ARGS__},
 inline constexpr Object OBJECTS[] = {
-#include "function/groups/all.def"
+#include "registry/groups/all.def"
 };
 #undef BRANCH
 #undef OBJECT

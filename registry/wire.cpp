@@ -1,4 +1,4 @@
-#include "function/wire.h"
+#include "registry/wire.h"
 
 #include <cstdio>
 #include <cstring>
