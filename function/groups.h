@@ -1,4 +1,4 @@
-// The registration of the seven object groups: each group's list in function/groups, parents first.
+// The registration of the seven object groups: each group's list in registry/groups, parents first.
 #pragma once
 
 void init_norvalisAPDeviceList();
