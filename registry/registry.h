@@ -43,6 +43,8 @@ struct Object {
     std::array<Range, 3> range{};  // what a SET accepts; several ranges are alternatives
     const Words *words = nullptr;
     const char *unit = "";
+    bool secret = false;     // a key or password: shown only to those who ask for secrets
+    bool transient = false;  // writable, but kept by the daemon only: no part of the configuration
 
     constexpr bool is_branch() const { return type == TYPE_NONE; }
     // A byte counter outgrows 32 bits within minutes on a busy radio: managers get it as a Counter64.
