@@ -15,9 +15,6 @@
 #include "handler/toolkit.h"
 #include "platform/device.h"
 
-constexpr const char *APPLY_LOCK_FILE = "/tmp/lock_snmp_apply_file";
-constexpr const char *SAVED_CHANGES_FILE = "/tmp/sync_config";
-
 int access_lock = 0;
 
 // Signals belong to the main loop: workers run with all of them blocked.

@@ -47,11 +47,12 @@ constexpr int PREDEFINED_COUNT = static_cast<int>(std::size(PREDEFINED));
 static Group service_group(const Row &) {
     return {"bfw_service", GID_BFW_SERVICE};
 }
+// As many as the table can show, whatever the store says.
 static int user_defined_count() {
-    return read_size(service_group({}), "table_size");
+    return std::clamp(read_size(service_group({}), "table_size"), 0, MAX_ARC - PREDEFINED_COUNT);
 }
 static int service_count() {
-    return PREDEFINED_COUNT + std::clamp(user_defined_count(), 0, MAX_ARC);
+    return PREDEFINED_COUNT + user_defined_count();
 }
 
 static constexpr FirewallList SERVICES{service_group, service_count};

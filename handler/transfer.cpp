@@ -16,10 +16,6 @@
 #include "handler/transfer_process.h"
 #include "platform/device.h"
 
-// Shared by both protocols: one upgrade or restore and one backup at a time.
-static constexpr const char *UPDATE_LOCK_FILE = "/tmp/lock_snmp_web";
-static constexpr const char *BACKUP_LOCK_FILE = "/tmp/lock_snmp_conf_backup";
-
 using TextField = char (agent_state::*)[64];
 using CodeField = uint8_t agent_state::*;
 
@@ -134,6 +130,7 @@ static bool start_transfer(const Transfer &transfer, UpdateCommand command) {
     const Operation operation = command == UPGRADE  ? Operation::UPGRADE
                                 : command == BACKUP ? Operation::BACKUP
                                                     : Operation::RESTORE;
+    // Both protocols share them: one upgrade or restore and one backup at a time.
     const char *lock_file = operation == Operation::BACKUP ? BACKUP_LOCK_FILE : UPDATE_LOCK_FILE;
     if (!create_lock_file(lock_file)) return false;
     const TransferFiles files = transfer_files(transfer.protocol);

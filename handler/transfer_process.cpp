@@ -1,5 +1,6 @@
 #include "handler/transfer_process.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -16,29 +17,37 @@ struct Prepared {
     const char *first;
     char *second;      // null: none
     char *second_end;  // where the size goes, with room for it; null: it is complete
-    const char *downloaded;
+    const char *file;  // what the first brings, for the second
     const char *lock_file;
 };
 static constexpr size_t SIZE_ROOM = 24;  // digits of any file size, quote and terminator
 
-static void wait_for(pid_t pid) {
-    while (pid > 0 && waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
+// The status that it ended with; −1 for no process.
+static int wait_for(pid_t pid) {
+    int status = -1;
+    while (pid > 0 && waitpid(pid, &status, 0) < 0 && errno == EINTR) {
     }
+    return status;
 }
 
-static void run_to_the_end(const char *command) {
+// True when it ended with status 0.
+static bool run_to_the_end(const char *command) {
     const pid_t pid = fork();
     if (pid == 0) {
         execl("/bin/sh", "sh", "-c", command, static_cast<char *>(nullptr));
         _exit(127);
     }
-    wait_for(pid);
+    return wait_for(pid) == 0;
 }
 
-// Writes the size of a file and the closing quote; 0 when there is no file.
-static void add_size(char *end, const char *path) {
+// 0 when there is no file.
+static unsigned long long size_of(const char *path) {
     struct stat facts;
-    unsigned long long size = stat(path, &facts) == 0 ? static_cast<unsigned long long>(facts.st_size) : 0;
+    return stat(path, &facts) == 0 ? static_cast<unsigned long long>(facts.st_size) : 0;
+}
+
+// Writes the size and the closing quote.
+static void add_size(char *end, unsigned long long size) {
     char digits[SIZE_ROOM];
     int count = 0;
     do {
@@ -50,16 +59,30 @@ static void add_size(char *end, const char *path) {
     *end = '\0';
 }
 
+// Nothing came: nothing is passed on, or it would replace what is good there. The action status takes an
+// empty file for a failed backup.
+static void leave_failed(const char *file, bool restoring) {
+    if (restoring)
+        unlink(file);
+    else
+        close(open(file, O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+}
+
 static void transfer(const Prepared &prepared) {
-    run_to_the_end(prepared.first);
-    if (prepared.second_end) add_size(prepared.second_end, prepared.downloaded);
-    if (prepared.second) run_to_the_end(prepared.second);
+    const bool done = run_to_the_end(prepared.first);
+    const unsigned long long size = size_of(prepared.file);
+    const bool restoring = prepared.second_end != nullptr;
+    if (restoring) add_size(prepared.second_end, size);
+    if (prepared.second && (done || size > 0))
+        run_to_the_end(prepared.second);
+    else if (prepared.second)
+        leave_failed(prepared.file, restoring);
     unlink(prepared.lock_file);
 }
 
-void start_transfer_process(const TransferCommands &commands, const std::string &downloaded,
+void start_transfer_process(const TransferCommands &commands, const std::string &file,
                             const std::string &lock_file) {
-    const std::string file_path = device_path(downloaded);
+    const std::string file_path = device_path(file);
     const std::string lock_path = device_path(lock_file);
     std::vector<char> second(commands.second.begin(), commands.second.end());
     second.resize(second.size() + SIZE_ROOM, '\0');
@@ -67,7 +90,7 @@ void start_transfer_process(const TransferCommands &commands, const std::string 
         .first = commands.first.c_str(),
         .second = commands.second.empty() ? nullptr : second.data(),
         .second_end = commands.second_takes_size ? second.data() + commands.second.size() : nullptr,
-        .downloaded = file_path.c_str(),
+        .file = file_path.c_str(),
         .lock_file = lock_path.c_str(),
     };
     const pid_t child = fork();

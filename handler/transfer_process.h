@@ -7,7 +7,8 @@
 #include "handler/transfer_commands.h"
 
 // Runs the commands one after the other, each to its end, then removes the lock file: whatever became of
-// them. `downloaded` is the file whose size completes the second command; it is on the device like the lock
-// file. Returns as soon as the process is on its own.
-void start_transfer_process(const TransferCommands &commands, const std::string &downloaded,
+// them. Only when the first failed and left `file` empty the second does not run: then the empty file stays
+// when it was to be sent, and goes when it was to be restored. The size of `file` completes a second command
+// that takes one; it is on the device like the lock file. Returns as soon as the process is on its own.
+void start_transfer_process(const TransferCommands &commands, const std::string &file,
                             const std::string &lock_file);

@@ -216,6 +216,11 @@ TEST_F(TransferServersTest, BackupsGoUpByteForByte) {
     EXPECT_EQ(zevctl_ftp("backup", "other", "/wrong"), 1);
     EXPECT_NE(printed.find("5 (backupFailed)"), std::string::npos) << printed;
     EXPECT_EQ(root.read("/tmp/ftp_backup.cfg"), root.read("/config")) << "kept until the next command";
+
+    std::filesystem::remove(root.path("/www/backupCfg.egi"));
+    EXPECT_EQ(zevctl_ftp("backup", HOSTILE_NAME), 1) << printed;
+    EXPECT_NE(printed.find("5 (backupFailed)"), std::string::npos) << printed;
+    EXPECT_TRUE(carried("FTP backup after a failed one", "/config", "/srv/" + HOSTILE_NAME));
 }
 
 TEST_F(TransferServersTest, RestoresComeDown) {

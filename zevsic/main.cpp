@@ -8,13 +8,14 @@
 
 #include "function/agent.h"
 #include "platform/device.h"
+#include "platform/zevcfg.h"
 #include "zevsic/loop.h"
 #include "zevsic/options.h"
 #include "zevsic/reload.h"
 #include "zevsic/server.h"
 
 static void write_pid_file() {
-    FILE *file = fopen(device_path("/var/run/zevsic.pid").c_str(), "we");
+    FILE *file = fopen(device_path(PID_FILE).c_str(), "we");
     if (!file) {
         perror("opening pid file.\n");
         exit(1);

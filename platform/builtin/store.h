@@ -28,7 +28,6 @@ enum Layer : int {
 
 constexpr char STORE_FOLDER[] = "/var/lib/zevcfg";
 constexpr char STORE_FILE[] = "/var/lib/zevcfg/zevcfg.db";
-constexpr char SYNC_FILE[] = "/tmp/sync_config";
 
 struct CloseDatabase {
     void operator()(sqlite3 *db) const;

@@ -17,9 +17,6 @@
 
 static constexpr char LOCK_FILE[] = "/var/lib/zevcfg/lock";
 static constexpr char APPLY_SCRIPT[] = "/etc/zevcfg/apply";
-static constexpr char APPLY_LOCK_FILE[] =
-    "/tmp/lock_snmp_apply_file";  // the daemon's, gone when its apply ends
-static constexpr char PID_FILE[] = "/var/run/zevsic.pid";
 static constexpr int NOTIFY_POLL_MS = 20;
 static constexpr int NOTIFY_LIMIT_MS = 60'000;
 
@@ -115,7 +112,7 @@ static void go_back(sqlite3 *db, const SyncMarker &marker) {
     Transaction transaction(db);
     bool restored = transaction.started() && copy_layer(db, LAYER_PREVIOUS, LAYER_RUNNING);
     // A marker that was made meanwhile stays, with the need for a reboot of both.
-    if (marker.exists && (!device_file_exists(SYNC_FILE) || needs_reboot(marker))) write_sync_marker(marker);
+    if (marker.exists && (!device_file_exists(SAVED_CHANGES_FILE) || needs_reboot(marker))) write_sync_marker(marker);
     if (restored) transaction.commit();
 }
 

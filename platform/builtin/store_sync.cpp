@@ -12,7 +12,7 @@
 
 SyncMarker read_sync_marker() {
     SyncMarker marker = {};
-    marker.exists = read_device_file(SYNC_FILE, 1024, &marker.text);
+    marker.exists = read_device_file(SAVED_CHANGES_FILE, 1024, &marker.text);
     return marker;
 }
 
@@ -23,8 +23,8 @@ bool needs_reboot(const SyncMarker &marker) {
 // Written beside its place and moved there: readers see a whole marker, and a link put at its place by
 // another user is replaced, not followed.
 bool write_sync_marker(const SyncMarker &marker) {
-    std::string place = device_path(SYNC_FILE);
-    if (!marker.exists) return unlink(place.c_str()) == 0 || !device_file_exists(SYNC_FILE);
+    std::string place = device_path(SAVED_CHANGES_FILE);
+    if (!marker.exists) return unlink(place.c_str()) == 0 || !device_file_exists(SAVED_CHANGES_FILE);
     std::string draft = place + ".XXXXXX";
     int fd = mkostemp(draft.data(), O_CLOEXEC);
     if (fd < 0) return false;

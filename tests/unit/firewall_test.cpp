@@ -183,5 +183,8 @@ TEST_F(FirewallTest, RowCountsOfServicesAndLists) {
         EXPECT_EQ(row_count("7.2.1.3"), c.services);
         EXPECT_EQ(row_count("7.4.1.1"), c.entries);
         EXPECT_EQ(row_count("7.10.1.4"), c.entries);
+        const int reads = fake.items_read;
+        EXPECT_EQ(set("7.1.1.10.1", "string \"no such service\""), STATUS_WRONG_VALUE);
+        EXPECT_LE(fake.items_read - reads, 1 + c.services - 28) << "names of rows that the table cannot have";
     }
 }

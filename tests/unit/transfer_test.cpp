@@ -279,10 +279,36 @@ TEST_F(TransferTest, RestoreStates) {
     ASSERT_TRUE(ends());
     EXPECT_EQ(status(), "6");
     EXPECT_TRUE(root.read("/calls").ends_with(std::string("&filesize=5\0", 12)));
-    write_tool("tftp", "rm \"$5\"; exit 1");
-    EXPECT_EQ(start_tftp(3), STATUS_ACCEPTED);
-    ASSERT_TRUE(ends());
-    EXPECT_TRUE(root.read("/calls").ends_with(std::string("&filesize=0\0", 12))) << "nothing was downloaded";
+}
+
+// The first command failed, or did not, and left something or nothing: only failed and nothing ends it.
+TEST_F(TransferTest, NothingIsPassedOnWhenNothingCame) {
+    const std::string EMPTY = ": > \"$file\"; ", NONE = "rm \"$file\"; ", SOME = "echo x > \"$file\"; ";
+    const struct {
+        int command;
+        std::string first;
+        bool second_runs;
+        const char *status;
+        bool file_stays;
+    } cases[] = {
+        {2, "exit 8", false, "5", true},         {2, NONE + "exit 1", false, "5", true},
+        {2, "kill -9 $$", false, "5", true},     {2, EMPTY + "exit 0", true, "5", true},
+        {2, SOME + "exit 1", true, "5", true},   {3, "exit 1", false, "6", false},
+        {3, NONE + "exit 1", false, "6", false}, {3, EMPTY, true, "6", true},
+        {3, SOME + "exit 1", true, "6", true},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(std::to_string(c.command) + " " + c.first);
+        const bool backup = c.command == 2;
+        choose_tftp(backup ? 2 : 1);
+        write_tool(backup ? "wget" : "tftp", (backup ? "file=$3; " : "file=$5; ") + c.first);
+        write_tool(backup ? "tftp" : "wget", "touch \"$ZEVSIC_ROOT/second\"; exit 1");
+        EXPECT_EQ(start_tftp(c.command), STATUS_ACCEPTED);
+        ASSERT_TRUE(ends());
+        EXPECT_EQ(std::filesystem::remove(root.path("/second")), c.second_runs);
+        EXPECT_EQ(status(), c.status);
+        EXPECT_EQ(root.has("/tmp/tftp_backup.cfg"), c.file_stays);
+    }
 }
 
 TEST_F(TransferTest, TheProcessIsOnItsOwn) {
@@ -293,7 +319,7 @@ TEST_F(TransferTest, TheProcessIsOnItsOwn) {
                "ls /proc/self/fd > \"$ZEVSIC_ROOT/fds\"\n"
                "grep -E '^Sig(Blk|Ign)' /proc/self/status | cut -f2 | sort -u > \"$ZEVSIC_ROOT/signals\"\n"
                "cut -d' ' -f6 /proc/self/stat > \"$ZEVSIC_ROOT/session\"\n"
-               "kill -9 $$");
+               "echo config > \"$3\"; kill -9 $$");
     write_tool("tftp", "kill -9 $$");
     void (*const old)(int) = signal(SIGPIPE, SIG_IGN);
     const int inherited = dup(0);  // not close-on-exec
