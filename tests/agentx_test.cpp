@@ -47,7 +47,6 @@ class SnmpTest : public testing::Test {
             GTEST_SKIP() << "snmpd and the SNMP tools are not installed";
         if (access(ZEVSIC_BIN_DIR "/zevsic-agentx", X_OK) != 0) GTEST_SKIP() << "built without zevsic-agentx";
         setenv("MIBS", "", 1);
-        setenv("SNMP_PERSISTENT_DIR", root.path("/var/lib/snmp").c_str(), 1);
         port = free_udp_port();
         run_zevcfg({"init", "--demo"});
         run_zevcfg({"set", "--current", "snmp", "sample_time",
@@ -55,8 +54,7 @@ class SnmpTest : public testing::Test {
     }
     ~SnmpTest() override {
         for (const pid_t *process : {&daemon, &front_end, &master}) end(*process);
-        for (const char *name : {"MIBS", "SNMP_PERSISTENT_DIR"})
-            unsetenv(name);  // the next test's folder is another
+        unsetenv("MIBS");
     }
     void run_zevcfg(std::vector<std::string> words) const {
         words.insert(words.begin(), ZEVSIC_BIN_DIR "/zevcfg");

@@ -12,14 +12,20 @@
 class DeviceRoot {
   public:
     DeviceRoot() {
-        char name[] = "/tmp/zevsic-test-XXXXXX";
-        path_ = mkdtemp(name);
+        char folder[] = "/tmp/zevsic-test-XXXXXX";
+        path_ = mkdtemp(folder);
         setenv("ZEVSIC_ROOT", path_.c_str(), 1);
+        // Programs start as on a device, without a locale.
+        for (const char *name : {"LANG", "LANGUAGE", "LC_ALL", "LC_CTYPE"}) unsetenv(name);
         std::filesystem::create_directories(path_ + "/tmp");
         std::filesystem::create_directories(path_ + "/var/run");
+        // The SNMP tools keep and read nothing elsewhere, and need not say that they have made a folder.
+        std::filesystem::create_directories(path_ + "/var/lib/snmp/cert_indexes");
+        for (const char *name : SNMP_FOLDERS) setenv(name, (path_ + "/var/lib/snmp").c_str(), 1);
     }
     ~DeviceRoot() {
         unsetenv("ZEVSIC_ROOT");
+        for (const char *name : SNMP_FOLDERS) unsetenv(name);
         std::filesystem::remove_all(path_);
     }
     DeviceRoot(const DeviceRoot &) = delete;
@@ -44,5 +50,6 @@ class DeviceRoot {
     }
 
   private:
+    static constexpr const char *SNMP_FOLDERS[] = {"SNMP_PERSISTENT_DIR", "SNMPCONFPATH"};
     std::string path_;
 };
