@@ -1,6 +1,7 @@
 // VAP identity, counters, VLAN and QoS: objects 3.1.1.1 to 3.1.1.23 and 3.1.1.69 to 3.1.1.71.
 #include "handler/vap.h"
 
+#include <charconv>
 #include <cstring>
 #include <vector>
 
@@ -211,9 +212,21 @@ OBJECT(VAPUplink802dot1p) {
 static constexpr Code ACCESS_CATEGORY_LIST[] = {{0, "6"}, {1, "4"}, {2, "0"}, {3, "1"}};
 static constexpr Codes ACCESS_CATEGORIES{ACCESS_CATEGORY_LIST, "-1"};
 
+// The number maps, however it is written.
+static std::string access_category(const std::string &stored) {
+    int priority = 0;
+    const char *end = stored.data() + stored.size();
+    const auto [stop, error] = std::from_chars(stored.data(), end, priority);
+    return ACCESS_CATEGORIES.shown(error == std::errc() && stop == end ? std::to_string(priority) : "");
+}
+
 static snmp_reply *downlink(const HandlerCall &call, const char *key, const char *trace = nullptr) {
     return existing_item(call, VAP,
-                         {.key = key, .codes = &ACCESS_CATEGORIES, .trace = trace, .radios = PLAIN_RADIOS});
+                         {.key = key,
+                          .codes = &ACCESS_CATEGORIES,
+                          .show = access_category,
+                          .trace = trace,
+                          .radios = PLAIN_RADIOS});
 }
 
 OBJECT(VAPDownlink802dot1pBK) {
