@@ -3,11 +3,14 @@
 
 #include <sys/stat.h>
 
+#include <cctype>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <set>
+#include <sstream>
 
 #include "platform/builtin/stations_nl80211.h"
 #include "platform/builtin/store.h"
@@ -44,7 +47,7 @@ struct Source {
     std::string path;
     struct stat file = {};
     Facts facts;
-    std::set<std::string> reported;  // malformed lines
+    std::set<std::string> malformed;  // lines of the file, reported
 };
 
 }  // namespace
@@ -55,11 +58,12 @@ static std::string_view trimmed(std::string_view text) {
     return text;
 }
 
-static bool read_number(const std::string &text, unsigned long highest, unsigned long *out) {
-    char *end = nullptr;
-    if (text.empty() || text[0] < '0' || text[0] > '9') return false;
-    *out = strtoul(text.c_str(), &end, 0);
-    return *end == '\0' && *out <= highest;
+static bool read_number(std::string_view text, uint64_t highest, uint64_t *out) {
+    const int base = text.starts_with("0x") ? 16 : 10;
+    if (base == 16) text.remove_prefix(2);
+    const char *end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, *out, base);
+    return error == std::errc() && stop == end && *out <= highest;
 }
 
 static bool read_interface(const std::string &text, std::string *out) {
@@ -69,8 +73,8 @@ static bool read_interface(const std::string &text, std::string *out) {
     return true;
 }
 
-static bool read_radio_fact(const std::string &name, const std::string &value, Radio *radio) {
-    unsigned long number = 0;
+static bool read_radio_fact(std::string_view name, const std::string &value, Radio *radio) {
+    uint64_t number = 0;
     if (name == "enabled_vap") return read_interface(value, &radio->enabled_vap);
     if (!read_number(value, UINT32_MAX, &number)) return false;
     if (name == "capability") {
@@ -86,46 +90,66 @@ static bool read_radio_fact(const std::string &name, const std::string &value, R
     return true;
 }
 
-static bool read_station(const std::string &value, Facts *facts) {
-    Station station = {};
-    char interface[IFNAME_SIZE];
-    unsigned mac[6];
-    int used = 0;
-    sta_entry &entry = station.entry;
-    unsigned long long tx = 0;
-    unsigned long long rx = 0;
-    static_assert(IFNAME_SIZE == 64, "the width below");
-    if (sscanf(value.c_str(), "%63s %17s %d %llu %llu %n", interface, entry.mac, &entry.rssi, &tx, &rx,
-               &used) != 5 ||
-        static_cast<size_t>(used) != value.size())
-        return false;
-    if (strlen(entry.mac) != 17 || sscanf(entry.mac, "%2x:%2x:%2x:%2x:%2x:%2x", &mac[0], &mac[1], &mac[2],
-                                          &mac[3], &mac[4], &mac[5]) != 6)
-        return false;
-    entry.tx_bytes = tx;
-    entry.rx_bytes = rx;
-    station.interface = interface;
-    facts->stations.push_back(station);
+// Alone among the numbers it may be below 0: weaker than -95 dBm.
+static bool read_rssi(std::string_view text, int32_t *out) {
+    const bool negative = text.starts_with('-');
+    if (negative) text.remove_prefix(1);
+    uint64_t number = 0;
+    if (!read_number(text, INT32_MAX, &number)) return false;
+    *out = static_cast<int32_t>(negative ? -static_cast<int64_t>(number) : static_cast<int64_t>(number));
     return true;
 }
 
-static bool read_line(const std::string &name, const std::string &value, Facts *facts) {
+static bool is_address(std::string_view text) {
+    if (text.size() + 1 != sizeof(sta_entry::mac)) return false;
+    for (size_t i = 0; i < text.size(); i++)
+        if (i % 3 == 2 ? text[i] != ':' : isxdigit(static_cast<unsigned char>(text[i])) == 0) return false;
+    return true;
+}
+
+static bool read_station(const std::string &value, Facts *facts) {
+    std::istringstream words(value);
+    std::string address;
+    std::string rssi;
+    std::string tx;
+    std::string rx;
+    std::string more;
+    Station station = {};
+    if (!(words >> station.interface >> address >> rssi >> tx >> rx) || words >> more) return false;
+    sta_entry &entry = station.entry;
+    if (!read_interface(station.interface, &station.interface) || !is_address(address) ||
+        !read_rssi(rssi, &entry.rssi) || !read_number(tx, UINT64_MAX, &entry.tx_bytes) ||
+        !read_number(rx, UINT64_MAX, &entry.rx_bytes))
+        return false;
+    copy_text(address, entry.mac, sizeof entry.mac);
+    facts->stations.push_back(std::move(station));
+    return true;
+}
+
+// Takes the number up to the next dot, and the dot. 0 when it is none of 1 to `highest`.
+static size_t take_number(std::string_view *name, size_t highest) {
+    const size_t dot = std::min(name->find('.'), name->size());
+    uint64_t number = 0;
+    if (!read_number(name->substr(0, dot), highest, &number)) return 0;
+    name->remove_prefix(std::min(dot + 1, name->size()));
+    return number;
+}
+
+static bool read_line(std::string_view name, const std::string &value, Facts *facts) {
     if (name == "station") return read_station(value, facts);
-    unsigned radio = 0;
-    unsigned vap = 0;
-    int used = 0;
-    if (sscanf(name.c_str(), "vap%u.%u.%n", &radio, &vap, &used) == 2 && used > 0) {
-        if (radio < 1 || radio > RADIOS || vap < 1 || vap > VAPS || name.substr(used) != "ifname")
-            return false;
-        return read_interface(value, &facts->radios[radio - 1].ifname[vap - 1]);
-    }
-    if (sscanf(name.c_str(), "radio%u.%n", &radio, &used) != 1 || used == 0) return false;
-    return radio >= 1 && radio <= RADIOS &&
-           read_radio_fact(name.substr(used), value, &facts->radios[radio - 1]);
+    const bool of_vap = name.starts_with("vap");
+    if (!of_vap && !name.starts_with("radio")) return false;
+    name.remove_prefix(of_vap ? 3 : 5);
+    const size_t radio = take_number(&name, RADIOS);
+    if (radio == 0) return false;
+    if (!of_vap) return read_radio_fact(name, value, &facts->radios[radio - 1]);
+    const size_t vap = take_number(&name, VAPS);
+    return vap != 0 && name == "ifname" && read_interface(value, &facts->radios[radio - 1].ifname[vap - 1]);
 }
 
 static void read_facts(const std::string &text, Source *from) {
     from->facts = Facts();
+    std::set<std::string> malformed;
     for (size_t start = 0; start < text.size();) {
         size_t end = std::min(text.find('\n', start), text.size());
         std::string_view line = trimmed(std::string_view(text).substr(start, end - start));
@@ -133,11 +157,12 @@ static void read_facts(const std::string &text, Source *from) {
         if (line.empty() || line.front() == '#') continue;
         size_t equals = line.find('=');
         bool good = equals != std::string_view::npos &&
-                    read_line(std::string(trimmed(line.substr(0, equals))),
-                              std::string(trimmed(line.substr(equals + 1))), &from->facts);
-        if (!good && from->reported.emplace(line).second)
-            fprintf(stderr, "%s: skipped: %.*s\n", CONFIG_FILE, static_cast<int>(line.size()), line.data());
+                    read_line(trimmed(line.substr(0, equals)), std::string(trimmed(line.substr(equals + 1))),
+                              &from->facts);
+        if (good || !malformed.emplace(line).second || from->malformed.contains(std::string(line))) continue;
+        fprintf(stderr, "%s: skipped: %.*s\n", CONFIG_FILE, static_cast<int>(line.size()), line.data());
     }
+    from->malformed = std::move(malformed);
 }
 
 // The facts as the file has them now, valid until the next call; the caller holds the mutex.
