@@ -83,6 +83,7 @@ void update_zevap() {
 
 void init_norvalis() {
     zevap = new agent_state{};
+    forget_reports();
     int groups[7];
     const char *const arcs[7] = {"1", "2", "3", "4", "5", "6", "7"};
     for (int i = 0; i < 7; i++) groups[i] = atoi(arcs[i]);

@@ -42,6 +42,7 @@ struct mib_node {
     mib_node *list_next = nullptr;
     mib_node *list_prev = nullptr;
     int32_t update_stamp = 0;  // time of the last refresh of an object, seconds since the epoch
+    bool cut_short = false;    // that refresh lacked the time for a tool: the next request repeats it
 
     // The run of a node is itself and the list nodes behind it whose OID texts begin with its OID text. Runs
     // nest and are never broken, so each node keeps the innermost run it lies in and the last direct member

@@ -6,6 +6,7 @@
 
 #include "function/agent.h"
 #include "function/oid.h"
+#include "platform/device.h"
 #include "zevsic/trace.h"
 
 constexpr size_t INSTANCE_SIZE = 64;  // instance text with terminator
@@ -111,13 +112,27 @@ snmp_reply *just_output(snmp_reply *reply, mib_node *node, int arc) {
     return reply;
 }
 
+// Once the tools' time is up, the request that used it up does not ask the object again: its rows are the
+// whole lines that came.
+static bool is_due(const mib_node *object) {
+    if (object->update_bit != 1) return false;
+    return object->cut_short ? tools_cut_short() == 0 : need_update(object) != 0;
+}
+
+static snmp_reply *refresh(snmp_reply *reply, mib_node *object, const Address &address) {
+    const int before = tools_cut_short();
+    snmp_reply *answer =
+        object->handler(reply, object, KIND_GET, address.instance, nullptr, address.first_arc);
+    object->cut_short = tools_cut_short() != before;
+    return answer;
+}
+
 snmp_reply *GET(snmp_reply *reply, const char *oid) {
     TRACE("GET (%s)\n", oid);
     Address address;
     if (!find_address(relative_oid(oid), KIND_GET, &address)) return reply;
     mib_node *object = address.object;
-    if (object->update_bit == 1 && need_update(object))
-        return object->handler(reply, object, KIND_GET, address.instance, nullptr, address.first_arc);
+    if (is_due(object)) return refresh(reply, object, address);
 
     if (address.arc_count == 1) return just_output(reply, object, address.first_arc);
     int last_arc = 0;

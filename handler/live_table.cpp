@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "function/node.h"
+#include "platform/device.h"
 
 static constexpr size_t PIECE_LENGTH = 1022;
 static constexpr std::string_view WHITE_SPACE = " \t\n\v\f\r";
@@ -16,18 +17,18 @@ bool begin_rebuild(const HandlerCall &call) {
     return true;
 }
 
-bool read_address(const std::string &text, Row *row, size_t *length) {
+Address read_address(const std::string &text, Row *row, size_t *length) {
     unsigned b[6];
     int used = 0;
     if (sscanf(text.c_str(), "%2x:%2x:%2x:%2x:%2x:%2x%n", &b[0], &b[1], &b[2], &b[3], &b[4], &b[5], &used) !=
         6)
-        return false;
+        return Address::NONE;
     // "-1" reads as a number too.
-    if (std::any_of(b, b + 6, [](unsigned byte) { return byte > MAX_ARC; })) return false;
+    if (std::any_of(b, b + 6, [](unsigned byte) { return byte > MAX_ARC; })) return Address::NO_ROW;
     row->count = 6;
     std::copy(b, b + 6, row->arcs);
     if (length) *length = static_cast<size_t>(used);
-    return true;
+    return Address::ROW;
 }
 
 static void split(std::string_view text, ToolLine *line) {
@@ -40,8 +41,10 @@ static void split(std::string_view text, ToolLine *line) {
     }
 }
 
-std::vector<ToolLine> parse_tool_lines(std::string_view output) {
-    std::vector<ToolLine> lines;
+void visit_tool_lines(const std::string &command, size_t fields, int *rows,
+                      const std::function<void(const ToolLine &line)> &visit) {
+    const CommandOutput printed = read_command(command);
+    std::string_view output = printed.text;
     const size_t header = output.find('\n');
     output.remove_prefix(header == std::string_view::npos ? output.size() : header + 1);
     while (!output.empty()) {
@@ -52,9 +55,13 @@ std::vector<ToolLine> parse_tool_lines(std::string_view output) {
         ToolLine line;
         size_t length = 0;
         // A copy: scanning in place would measure the whole rest of the output for every line.
-        if (!read_address(std::string(piece), &line.row, &length)) continue;
+        if (read_address(std::string(piece), &line.row, &length) != Address::ROW) continue;
         split(piece.substr(length), &line);
-        lines.push_back(line);
+        if (line.field_count < fields) continue;
+        if (++*rows > MOST_TOOL_ROWS) {
+            report_once("a tool listed too many stations or access points, the rest is left out: " + command);
+            return;
+        }
+        visit(line);
     }
-    return lines;
 }

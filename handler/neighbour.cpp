@@ -13,12 +13,12 @@ static constexpr size_t SSID_FIELD = 10;
 static snmp_reply *neighbour_column(const HandlerCall &call, std::string (*value)(const ToolLine &line)) {
     if (!begin_rebuild(call)) return call.reply;
     const std::string tool = shell_word(device_path("/sbin/iwlist"));
+    int rows = 0;
     for (int radio = 1; radio <= RADIOS; radio++) {
         char ifname[IFNAME_SIZE];
         if (find_enabled_vap(radio, ifname) != 1) continue;
-        const CommandOutput output = read_command(tool + " " + shell_word(ifname) + " ap");
-        for (const ToolLine &line : parse_tool_lines(output.text))
-            if (line.field_count >= FIELDS_WITHOUT_SSID) publish(call, line.row, value(line));
+        visit_tool_lines(tool + " " + shell_word(ifname) + " ap", FIELDS_WITHOUT_SSID, &rows,
+                         [&](const ToolLine &line) { publish(call, line.row, value(line)); });
     }
     return call.reply;
 }

@@ -43,13 +43,14 @@ static void publish_station(const HandlerCall &call, const Row &row, const std::
 
 // ---- columns from the station lists ----
 
-// False at a station whose address is none: the column ends there.
+// False at a station without an address: the column ends there. One whose address cannot be a row has none.
 template <typename Value>
 static bool publish_stations(const HandlerCall &call, const sta_entry *station, Value value) {
     Row row{};
     for (; station; station = station->next) {
-        if (!read_address(station->mac, &row)) return false;
-        publish_station(call, row, value(*station));
+        const Address address = read_address(station->mac, &row);
+        if (address == Address::NONE) return false;
+        if (address == Address::ROW) publish_station(call, row, value(*station));
     }
     return true;
 }
@@ -143,11 +144,12 @@ static constexpr size_t SHOWN_LENGTH = 31;
 
 static snmp_reply *tool_column(const HandlerCall &call, size_t field) {
     if (!begin_rebuild(call)) return call.reply;
+    int rows = 0;
     for_each_vap([&](const StationVap &vap) {
-        const CommandOutput output = read_command("wlanconfig " + shell_word(vap.ifname) + " list sta");
-        for (const ToolLine &line : parse_tool_lines(output.text))
-            if (line.field_count >= TOOL_FIELDS)
-                publish_station(call, line.row, line.field(field).substr(0, SHOWN_LENGTH));
+        visit_tool_lines("wlanconfig " + shell_word(vap.ifname) + " list sta", TOOL_FIELDS, &rows,
+                         [&](const ToolLine &line) {
+                             publish_station(call, line.row, line.field(field).substr(0, SHOWN_LENGTH));
+                         });
         return true;
     });
     return call.reply;

@@ -4,18 +4,22 @@
 #include <poll.h>
 #include <spawn.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <csignal>
+#include <cstdint>
+#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <iterator>
-
-static constexpr int SILENCE_LIMIT_MS = 10'000;
+#include <set>
+#include <sstream>
+#include <vector>
 
 static std::string_view device_root() {
     const char *root = getenv("ZEVSIC_ROOT");
@@ -29,7 +33,10 @@ std::string device_path(std::string_view absolute) {
     return path.append(absolute);
 }
 
-void prepare_tool_path() {
+void prepare_tools() {
+    // wget takes the %41 of a URL for an A in any other locale than one with UTF-8.
+    setenv("LC_ALL", "C.UTF-8", 1);
+    unsetenv("LANGUAGE");
     if (device_root().empty()) return;
     std::string path = device_path("/sbin") + ":" + device_path("/bin") + ":" + device_path("/usr/bin");
     const char *old = getenv("PATH");
@@ -105,9 +112,10 @@ static bool confine_to_root(std::string *command) {
     return false;
 }
 
-// Starts a command line as the leader of its own process group: the process, or −1. Its standard output is
-// `output` when that is not −1. The daemon's signal dispositions and blocked signals are not handed down.
-static pid_t start_command(std::string command, int output) {
+// Starts a command line as the leader of its own process group: the process, or −1. Its standard output and
+// error are `output` and `errors` where those are not −1. The daemon's signal dispositions and blocked
+// signals are not handed down.
+static pid_t start_command(std::string command, int output, int errors) {
     if (command.find('\0') != std::string::npos || !confine_to_root(&command)) return -1;
     posix_spawn_file_actions_t actions;
     posix_spawnattr_t attributes;
@@ -115,6 +123,7 @@ static pid_t start_command(std::string command, int output) {
     posix_spawnattr_init(&attributes);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     if (output >= 0) posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+    if (errors >= 0) posix_spawn_file_actions_adddup2(&actions, errors, STDERR_FILENO);
     posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
     sigset_t all;
     sigset_t none;
@@ -136,62 +145,193 @@ static pid_t start_command(std::string command, int output) {
     return pid;
 }
 
-static int wait_for(pid_t pid) {
-    int status = 0;
-    while (waitpid(pid, &status, 0) < 0) {
-        if (errno != EINTR) return -1;
-    }
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+static std::set<std::string> reported;
+
+// Nothing grows with what tools say.
+void report_once(std::string text) {
+    constexpr size_t MOST_REPORTS = 100;
+    constexpr size_t LONGEST = 500;
+    if (reported.size() > MOST_REPORTS) return;
+    text.resize(std::min(text.size(), LONGEST));
+    if (reported.size() == MOST_REPORTS) text = "more messages of tools are left out until the next rebuild";
+    if (reported.insert(text).second) fprintf(stderr, "zevsic: %s\n", text.c_str());
 }
 
-int run_command(const std::string &command) {
-    pid_t pid = start_command(command, -1);
-    return pid < 0 ? -1 : wait_for(pid);
+void forget_reports() {
+    reported.clear();
 }
 
-static long milliseconds_now() {
+// The time of the tools of the thread's request.
+struct ToolTime {
+    bool limited = false;  // false: the thread serves no request
+    int64_t end = 0;       // in milliseconds of the monotonic clock; 0: no tool has run yet
+    int cut_short = 0;
+};
+static thread_local ToolTime tool_time;
+int tool_time_limit = 10'000;
+
+static int64_t milliseconds_now() {
     timespec now = {};
     clock_gettime(CLOCK_MONOTONIC, &now);
-    return now.tv_sec * 1000 + now.tv_nsec / 1'000'000;
+    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
 }
 
-// Collects until the end of the output or the limit. False when the other side stayed silent for too long.
-static bool collect(int fd, std::string *text) {
-    char buffer[16384];
-    long deadline = milliseconds_now() + SILENCE_LIMIT_MS;
-    while (text->size() < COMMAND_OUTPUT_LIMIT) {
-        long left = deadline - milliseconds_now();
-        if (left <= 0) return false;
-        pollfd wait = {fd, POLLIN, 0};
-        int ready = poll(&wait, 1, static_cast<int>(left));
-        if (ready == 0) return false;
-        if (ready < 0 && errno != EINTR) return false;
-        if (ready < 0) continue;
-        ssize_t n = read(fd, buffer, std::min(sizeof buffer, COMMAND_OUTPUT_LIMIT - text->size()));
-        if (n == 0) return true;
-        if (n < 0 && errno != EINTR) return false;
-        if (n < 0) continue;
-        text->append(buffer, static_cast<size_t>(n));
-        deadline = milliseconds_now() + SILENCE_LIMIT_MS;
-    }
+static int time_left() {
+    if (!tool_time.limited) return INT_MAX;
+    const int64_t now = milliseconds_now();
+    if (tool_time.end == 0) tool_time.end = now + tool_time_limit;
+    return static_cast<int>(std::max<int64_t>(tool_time.end - now, 0));
+}
+
+void begin_tools() {
+    tool_time = {.limited = true};
+}
+
+void end_tools() {
+    tool_time = {};
+}
+
+int tools_cut_short() {
+    return tool_time.cut_short;
+}
+
+// Whether there is time to run another tool.
+static bool may_run() {
+    if (time_left() > 0) return true;
+    tool_time.cut_short++;
+    return false;
+}
+
+namespace {
+
+// The end of a pipe that a tool writes to.
+struct Stream {
+    int fd = -1;
+    size_t limit = 0;  // of the bytes kept; the tool cannot write more
+    std::string text = {};
+};
+
+}  // namespace
+
+static bool open_stream(Stream *stream, int *tools_end) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) return false;
+    fcntl(ends[0], F_SETFL, O_NONBLOCK);
+    stream->fd = ends[0];
+    *tools_end = ends[1];
     return true;
 }
 
-CommandOutput read_command(const std::string &command) {
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) return {false, ""};
-    pid_t pid = start_command(command, ends[1]);
-    close(ends[1]);
-    CommandOutput output = {pid >= 0, ""};
-    if (pid >= 0) {
-        bool ended = collect(ends[0], &output.text);
-        // What is cut off is ended too: nobody reads it any more.
-        if (!ended || output.text.size() >= COMMAND_OUTPUT_LIMIT) kill(-pid, SIGKILL);
-        if (!ended) output.text.clear();
-        wait_for(pid);
+static void close_stream(Stream *stream) {
+    if (stream->fd >= 0) close(stream->fd);
+    stream->fd = -1;
+}
+
+// Reads what has arrived, at least as much as a pipe holds.
+static void read_stream(Stream *stream) {
+    static constexpr size_t PIPE_SIZE = 65536;
+    char buffer[PIPE_SIZE];
+    if (stream->fd < 0) return;
+    ssize_t n = 0;
+    do {
+        n = read(stream->fd, buffer, sizeof buffer);
+    } while (n < 0 && errno == EINTR);
+    if (n < 0 && errno == EAGAIN) return;
+    if (n > 0)
+        stream->text.append(buffer, std::min(static_cast<size_t>(n), stream->limit - stream->text.size()));
+    if (n <= 0 || stream->text.size() == stream->limit) close_stream(stream);
+}
+
+static bool has_exited(pid_t pid) {
+    siginfo_t facts = {};
+    return waitid(P_PID, static_cast<id_t>(pid), &facts, WEXITED | WNOHANG | WNOWAIT) != 0 ||
+           facts.si_pid == pid;
+}
+
+// Waits until a stream has something or the process has ended; for a moment where the kernel has no handle
+// of processes.
+static void wait_for_tool(int handle, const Stream &out, const Stream &errors, int milliseconds) {
+    static constexpr int MOMENT = 20;
+    pollfd ends[] = {{handle, POLLIN, 0}, {out.fd, POLLIN, 0}, {errors.fd, POLLIN, 0}};
+    poll(ends, std::size(ends), handle < 0 ? std::min(milliseconds, MOMENT) : milliseconds);
+}
+
+enum class ToolEnd { EXITED, TIME_UP, OUTPUT_FULL };
+
+// Reads until the tool itself has ended: a child that it leaves behind is not waited for.
+static ToolEnd attend(pid_t pid, int handle, Stream *out, Stream *errors) {
+    for (;;) {
+        // Asked before reading: all that it has printed can be read then.
+        const bool exited = has_exited(pid);
+        read_stream(out);
+        read_stream(errors);
+        if (out->limit > 0 && out->text.size() == out->limit) return ToolEnd::OUTPUT_FULL;
+        if (exited) return ToolEnd::EXITED;
+        const int left = time_left();
+        if (left == 0) return ToolEnd::TIME_UP;
+        wait_for_tool(handle, *out, *errors, left);
     }
-    close(ends[0]);
-    return output;
+}
+
+// Takes the status of a process that has ended or is about to: the exit status, 128 + signal, or −1. One that
+// a driver holds in the kernel dies later, and is taken then.
+static int take_status(pid_t pid, int handle) {
+    static thread_local std::vector<pid_t> held;
+    std::erase_if(held, [](pid_t old) { return waitpid(old, nullptr, WNOHANG) != 0; });
+    const int64_t patience = milliseconds_now() + 1000;
+    while (!has_exited(pid) && milliseconds_now() < patience) wait_for_tool(handle, {}, {}, 100);
+    int status = 0;
+    const pid_t taken = waitpid(pid, &status, WNOHANG);
+    if (taken == 0) held.push_back(pid);
+    if (taken != pid) return -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+// Sees a started command to its end. Where its output is read, nothing that it started outlives it.
+static int finish_command(const std::string &command, pid_t pid, Stream *out, Stream *errors) {
+    const bool captured = out->fd >= 0;
+    const int handle = static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
+    const ToolEnd end = attend(pid, handle, out, errors);
+    if (captured || end != ToolEnd::EXITED) kill(-pid, SIGKILL);
+    int status = take_status(pid, handle);
+    if (handle >= 0) close(handle);
+    if (end == ToolEnd::EXITED) return status;
+    // Half a line is none.
+    out->text.resize(out->text.rfind('\n') + 1);
+    if (end == ToolEnd::OUTPUT_FULL) {
+        report_once("a tool printed too much, the rest is left out: " + command);
+        return status;
+    }
+    tool_time.cut_short++;
+    report_once("a tool took too long and was ended: " + command);
+    return -1;
+}
+
+int run_command(const std::string &command) {
+    if (!may_run()) return -1;
+    const pid_t pid = start_command(command, -1, -1);
+    Stream none;
+    return pid < 0 ? -1 : finish_command(command, pid, &none, &none);
+}
+
+CommandOutput read_command(const std::string &command) {
+    constexpr size_t ERRORS_LIMIT = 65536;
+    if (!may_run()) return {true, ""};
+    Stream out = {.limit = COMMAND_OUTPUT_LIMIT};
+    Stream errors = {.limit = ERRORS_LIMIT};
+    int out_end = -1;
+    int errors_end = -1;
+    pid_t pid = -1;
+    if (open_stream(&out, &out_end) && open_stream(&errors, &errors_end))
+        pid = start_command(command, out_end, errors_end);
+    for (const int end : {out_end, errors_end})
+        if (end >= 0) close(end);
+    if (pid >= 0) finish_command(command, pid, &out, &errors);
+    close_stream(&out);
+    close_stream(&errors);
+    std::istringstream lines(errors.text);
+    for (std::string line; std::getline(lines, line);) report_once(line);
+    return {pid >= 0, std::move(out.text)};
 }
 
 // ---- files ----

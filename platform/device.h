@@ -8,13 +8,31 @@
 // The path below the device root; the path itself when no root is set.
 std::string device_path(std::string_view absolute);
 
-// Puts the root's sbin, bin and usr/bin in front of PATH. Does nothing without a root.
-void prepare_tool_path();
+// Makes the environment of the tools that this process runs: the root's sbin, bin and usr/bin stand in front
+// of PATH when there is a root, and the locale is one with untranslated messages in which bytes stay what
+// they are.
+void prepare_tools();
 
-// Runs a command line in /bin/sh and waits: the exit status, 128 + signal, or −1 when it could not start or
-// was refused. The child starts with default signals, in a process group of its own, with an empty standard
-// input and no descriptor above 2. With a root set, `date` and `reboot` run only when the root has its own.
-// A text with a NUL is no command.
+// The tools of a request have 10 s together: what the first one begins, the last one has to finish. When the
+// time is up the running tool is ended, and the ones behind it print nothing.
+extern int tool_time_limit;  // in milliseconds; shorter for tests
+
+// A request begins and ends. Outside of one, and in other threads, tools have no limit.
+void begin_tools();
+void end_tools();
+
+// How many tools of this request were ended, or not even started, because the time was up.
+int tools_cut_short();
+
+// What tools print on standard error, and what became of them, is said on standard error once until the next
+// rebuild. Only in the thread that serves requests.
+void report_once(std::string text);
+void forget_reports();
+
+// Runs a command line in /bin/sh and waits: the exit status, 128 + signal, or −1 when it could not start, was
+// refused or took too long. The child starts with default signals, in a process group of its own, with an
+// empty standard input and no descriptor above 2. With a root set, `date` and `reboot` run only when the root
+// has its own. A text with a NUL is no command.
 int run_command(const std::string &command);
 
 struct CommandOutput {
@@ -23,9 +41,10 @@ struct CommandOutput {
 };
 constexpr size_t COMMAND_OUTPUT_LIMIT = 4U << 20;
 
-// Runs a command line in /bin/sh and collects its standard output; the rest is as in run_command. A command
-// that has neither printed nor ended for 10 s is ended with its children and reads as one that printed
-// nothing.
+// Runs a command line in /bin/sh and collects its standard output; the rest is as in run_command. The output
+// ends with the command itself: children that it leaves behind in its process group are ended. Of a command
+// that took too long or printed too much the whole lines that came before count. Only in the thread that
+// serves requests.
 CommandOutput read_command(const std::string &command);
 
 // A word as it must stand in a shell command: unchanged when it is not empty and made of letters, digits

@@ -22,7 +22,7 @@ class AgentOnDevice {
         EXPECT_EQ(system((ZEVSIC_BIN_DIR "/zevcfg init " + options).c_str()), 0);
         // Live objects answer from the tree for the length of a test.
         EXPECT_EQ(system(ZEVSIC_BIN_DIR "/zevcfg set --current snmp sample_time 200"), 0);
-        prepare_tool_path();
+        prepare_tools();
         init_norvalis();
         std::string oid;
         for (Cell cell = execute(KIND_GETNEXT, ""); !cell.oid.empty() && cell.oid != oid;

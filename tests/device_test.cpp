@@ -10,6 +10,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <random>
 
 #include "platform/k480ext.h"
@@ -64,7 +65,6 @@ TEST_F(Device, CommandsGiveTheirStatusAndLeaveNoChild) {
     EXPECT_EQ(run_command("exit 7"), 7);
     EXPECT_EQ(run_command("kill -KILL $$"), 128 + SIGKILL);
     EXPECT_EQ(read_command("echo a; exit 3").text, "a\n");
-    EXPECT_EQ(read_command("head -c 5000000 /dev/zero").text.size(), COMMAND_OUTPUT_LIMIT);
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
 }
 
@@ -86,19 +86,83 @@ TEST_F(Device, CommandsInheritNeitherSignalsNorDescriptors) {
     signal(SIGPIPE, SIG_DFL);
 }
 
-// Takes the 10 s of the limit.
-TEST_F(Device, ASilentToolIsEndedWithItsChildren) {
-    auto start = std::chrono::steady_clock::now();
-    CommandOutput output = read_command("sleep 60 & echo $! >\"$ZEVSIC_ROOT/tmp/child\"; wait");
-    auto seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    EXPECT_TRUE(output.started);
-    EXPECT_EQ(output.text, "");
-    EXPECT_NEAR(seconds, 10, 3);
-    // Its orphan is dead, reaped or not.
-    string state =
-        read_command("sleep 0.1; cat /proc/$(cat \"$ZEVSIC_ROOT/tmp/child\")/stat 2>/dev/null").text;
-    EXPECT_TRUE(state.empty() || state.find(") Z") != string::npos) << state;
-    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+// The tools of one request, none of which does what it should.
+TEST_F(Device, ToolsThatDoNotEnd) {
+    tool_time_limit = 300;
+    const string child = " & echo $! >>\"$ZEVSIC_ROOT/tmp/children\"; ";
+    const struct {
+        string command, text;
+        int cut_short;
+    } cases[] = {
+        {"sleep 60" + child + "wait", "", 1},
+        {"while :; do printf x; sleep 0.02; done", "", 1},
+        {"echo one; printf two; sleep 60" + child + "wait", "one\n", 1},
+        {"echo one; exec >&- 2>&-; sleep 60" + child + "wait", "one\n", 1},
+        {"printf one; sleep 60" + child, "one", 0},  // the child holds the output
+        {"echo one; sleep 60 >/dev/null 2>&1" + child, "one\n", 0},
+        {"while :; do echo one; done >&2", "", 0},  // ends when nobody reads it any more
+    };
+    for (const bool busybox : {false, true}) {
+        if (busybox && access("/bin/busybox", X_OK) != 0) continue;
+        for (const auto &c : cases) {
+            const auto descriptors = std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+            const auto start = std::chrono::steady_clock::now();
+            begin_tools();
+            const string command = busybox ? "exec busybox sh -c " + shell_word(c.command) : c.command;
+            const CommandOutput output = read_command(command);
+            EXPECT_TRUE(output.started);
+            EXPECT_EQ(output.text, c.text) << command;
+            EXPECT_EQ(tools_cut_short(), c.cut_short) << command;
+            // The time is the request's: nothing is left for the tools behind, and the next one has its own.
+            EXPECT_EQ(read_command("echo next").text, c.cut_short ? "" : "next\n");
+            EXPECT_EQ(run_command("exit 3"), c.cut_short ? -1 : 3);
+            EXPECT_EQ(tools_cut_short(), 3 * c.cut_short);
+            EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20)) << command;
+            end_tools();
+            EXPECT_EQ(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}), descriptors);
+            EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << command;
+        }
+    }
+    begin_tools();
+    EXPECT_EQ(run_command("sleep 60" + child + "wait"), -1);
+    end_tools();
+    EXPECT_EQ(read_command(
+                  "for child in $(cat \"$ZEVSIC_ROOT/tmp/children\"); do\n"
+                  "  until ! read -r _ _ state _ </proc/$child/stat || [ $state = Z ]; do sleep 0.1; done\n"
+                  "done 2>/dev/null; echo dead")
+                  .text,
+              "dead\n");
+    tool_time_limit = 10'000;
+}
+
+TEST_F(Device, WhatToolsSayIsBoundedAndSaidOnce) {
+    const auto said = [](const string &command) {
+        testing::internal::CaptureStderr();
+        read_command(command);
+        return testing::internal::GetCapturedStderr();
+    };
+    forget_reports();
+    EXPECT_NE(said("no-such-tool; echo b >&2; echo b >&2").find("not found\nzevsic: b\n"), string::npos);
+    EXPECT_EQ(said("no-such-tool | cat; echo b >&2"), "");
+    const string many = said("for i in $(seq 200); do echo $i >&2; done");
+    EXPECT_EQ(std::count(many.begin(), many.end(), '\n'), 99) << "with one line that says so";
+    forget_reports();
+    EXPECT_NE(said("no-such-tool"), "");
+
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(read_command("head -c 5000000 /dev/zero").text, "");
+    const string flood = read_command("yes 123456").text;  // would go on for ever
+    EXPECT_EQ(flood.size(), COMMAND_OUTPUT_LIMIT / 7 * 7);
+    const string cut = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(std::count(cut.begin(), cut.end(), '\n'), 2) << cut;
+    EXPECT_EQ(read_command("printf %0100000d 0").text.size(), 100'000U);
+    forget_reports();
+}
+
+TEST_F(Device, ToolsRunInALocaleOfPlainBytes) {
+    setenv("LANGUAGE", "de", 1);
+    prepare_tools();
+    EXPECT_EQ(read_command("echo $LC_ALL $LANGUAGE").text, "C.UTF-8\n");
 }
 
 TEST_F(Device, DateAndRebootAreTheRootsOwnOrNotRun) {
@@ -115,8 +179,8 @@ TEST_F(Device, DateAndRebootAreTheRootsOwnOrNotRun) {
 TEST_F(Device, ToolsAreFoundInTheRootFirst) {
     string before = getenv("PATH");
     root.write_tool("/sbin/ifconfig", "echo own");
-    prepare_tool_path();
-    prepare_tool_path();
+    prepare_tools();
+    prepare_tools();
     EXPECT_EQ(getenv("PATH"), root.path("/sbin:") + root.path("/bin:") + root.path("/usr/bin:") + before);
     EXPECT_EQ(read_command("ifconfig").text, "own\n");
     setenv("PATH", before.c_str(), 1);
@@ -169,10 +233,17 @@ TEST_F(Device, FactsAreReadAgainWhenTheyChangeAndBadLinesAreSkipped) {
         "# radios\n"
         "radio2.offload = 1\nradio1.capability = 0x20\nradio1.txpower_levels=8\nradio2.chain_mask = 7\r\n"
         "vap1.16.ifname = ath0ap15\nradio1.enabled_vap = ath0ap15\n"
-        "station = ath0ap15 00:1a:2b:3c:4d:5e 40 4294967301 5678\n"
+        "station = ath0ap15 00:1a:2b:3c:4d:5e 0x28 4294967301 05678\n"
+        "station = ath0ap15 02:00:00:00:00:01 -5 0 18446744073709551615\n"
         "nonsense\nradio3.offload = 1\nradio1.offload = many\nvap1.17.ifname = x\nvap1.1.name = x\nvap1.1 = "
         "x\n"
         "station = ath0ap15 00:1a:2b:3c:4d 40 1 2\nstation = ath0ap15 00:1a:2b:3c:4d:5e 40\n"
+        "station = ath0ap15 00:1a:2b:3c:4d:-1 40 1 2\nstation = ath0ap15 0x:1a:2b:3c:4d:5e 40 1 2\n"
+        "station = ath0ap15 00:1a:2b:3c:4d:5e 2147483648 1 2\nstation = ath0ap15 00:1a:2b:3c:4d:5e 40 -1 2\n"
+        "station = ath0ap15 00:1a:2b:3c:4d:5e +4 1 2\nstation = ath0ap15 00:1a:2b:3c:4d:5e 40 1 2 3\n"
+        "station = ath0ap15 00:1a:2b:3c:4d:5e 40 1 18446744073709551616\nstation = ath0/ 00:1a:2b:3c:4d:5e 4 "
+        "1 2\n"
+        "radio1.chain_mask = 0x\nradio1.chain_mask = +3\nradio+1.offload = 1\nvap1.-1.ifname = x\n"
         "vap1.2.ifname = " +
             string(64, 'x') + "\nradio1.chain_mask =\n");
     testing::internal::CaptureStderr();
@@ -196,10 +267,13 @@ TEST_F(Device, FactsAreReadAgainWhenTheyChangeAndBadLinesAreSkipped) {
     EXPECT_EQ(list->rssi, 40);
     EXPECT_EQ(list->tx_bytes, 4294967301U);
     EXPECT_EQ(list->rx_bytes, 5678U);
-    EXPECT_EQ(list->next, nullptr);
+    ASSERT_NE(list->next, nullptr);
+    EXPECT_EQ(list->next->rssi, -5);
+    EXPECT_EQ(list->next->rx_bytes, UINT64_MAX);
+    EXPECT_EQ(list->next->next, nullptr);
     free_sta_list(list);
     string reports = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(std::count(reports.begin(), reports.end(), '\n'), 10) << reports;
+    EXPECT_EQ(std::count(reports.begin(), reports.end(), '\n'), 22) << reports;
 
     root.write("/etc/k480ext.conf", "radio2.offload = 0\nvap1.1.ifname = ath0ap0\nvap1.2.ifname = ath0ap1\n");
     EXPECT_EQ(rf_is_offload(1), 0);

@@ -4,9 +4,10 @@
 
 #include "function/node.h"
 #include "function/resolve.h"
+#include "platform/device.h"
 #include "zevsic/trace.h"
 
-snmp_reply *snmp_exec(snmp_reply *reply, snmp_request *request) {
+static snmp_reply *execute(snmp_reply *reply, snmp_request *request) {
     switch (request->type) {
         case KIND_GET:
             TRACE("GET %s\n", request->oid);
@@ -26,4 +27,11 @@ snmp_reply *snmp_exec(snmp_reply *reply, snmp_request *request) {
             TRACE("Can't accept: %s\n", type_to_str(request->type));
             return reply;
     }
+}
+
+snmp_reply *snmp_exec(snmp_reply *reply, snmp_request *request) {
+    begin_tools();
+    snmp_reply *answer = execute(reply, request);
+    end_tools();
+    return answer;
 }

@@ -35,7 +35,7 @@ int main(int argc, char **argv) {
     setvbuf(stdout, nullptr, _IOLBF, 0);  // a killed daemon leaves whole trace lines behind
     read_options(argc, argv);
     write_pid_file();
-    prepare_tool_path();
+    prepare_tools();
     init_norvalis();
     init_loop();
     const int listener = init_nonblock_socket();

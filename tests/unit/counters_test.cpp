@@ -30,7 +30,7 @@ TEST(Counters, AreReadFromTheLineOfTheTool) {
 
 TEST(Counters, FallBackToTheKernel) {
     const DeviceRoot root;
-    prepare_tool_path();
+    prepare_tools();
     root.write_tool("/sbin/ifconfig", "[ \"$1\" = ath0 ] && echo 'RX bytes:7 (7.0 B)'; exit 0");
     root.write("/sys/class/net/ath0/statistics/tx_bytes", "5000000000\n");
     root.write("/sys/class/net/ath1/statistics/rx_bytes", "nothing\n");

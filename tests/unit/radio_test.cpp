@@ -209,7 +209,7 @@ TEST_F(AvailableChannelTest, ComesFromTheCountryAndTheBand) {
 class RadioStatisticsTest : public RadioTest {
   protected:
     RadioStatisticsTest() {
-        prepare_tool_path();
+        prepare_tools();
         fake.item("snmp", "sample_time", "0");
     }
     void add_vap(int radio, int vap) {

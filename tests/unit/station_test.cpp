@@ -23,7 +23,7 @@ static std::string line_of(const std::string &address, const std::string &mark) 
 class StationTest : public AgentTest {
   protected:
     StationTest() {
-        prepare_tool_path();
+        prepare_tools();
         make_interface(1, 1, "ath0ap0");
         make_interface(2, 3, "ath1ap2");
         fake.system_items = {{"rf1_ch", "14"}, {"rf2_ch", "15"}};
@@ -135,13 +135,17 @@ TEST_F(StationTest, AVapWithoutANameEndsTheRebuildThere) {
 }
 
 TEST_F(StationTest, AnAddressThatIsNoneEndsTheRebuildThere) {
-    for (const char *bad : {"", "00:1a:2b:3c:4d", "00-1a-2b-3c-4d-5f", "zz:1a:2b:3c:4d:5e", "0:0:0:0:0:-1"}) {
+    for (const char *bad : {"", "00:1a:2b:3c:4d", "00-1a-2b-3c-4d-5f", "zz:1a:2b:3c:4d:5e"}) {
         fake.stations["ath0ap0"] = {{"00:1a:2b:3c:4d:5e", 40}, {bad, 1}, {"02:00:00:00:00:01", 1}};
         zevap->sample_time = 0;
         EXPECT_EQ(get(cell(6, STATION)).value, "-55") << bad;
         EXPECT_EQ(walk("5.1.1.6"), std::vector<std::string>{cell(6, STATION)}) << bad;
         EXPECT_EQ(walk("5.1.1.2"), std::vector<std::string>{cell(2, STATION)}) << bad;
     }
+    // Six numbers that cannot be a row are a station without one.
+    fake.stations["ath0ap0"][1].mac = "0:0:0:0:0:-1";
+    EXPECT_EQ(walk("5.1.1.6"),
+              (std::vector<std::string>{cell(6, STATION), cell(6, OTHER), cell(6, "2.0.0.0.0.1")}));
 }
 
 TEST_F(StationTest, ARefusedSetDropsTheRowsOfItsColumn) {
@@ -186,6 +190,37 @@ TEST_F(StationTest, AWalkOfATableRebuiltAtEveryStep) {
     fake.stations.clear();
     EXPECT_EQ(next(cell(6, STATION)), (Answer{0, "", ""}));
     EXPECT_EQ(next("5.1.1.6").oid.substr(0, 8), "5.1.1.9.") << "on to the next column that has rows";
+}
+
+TEST_F(StationTest, AToolThatHangs) {
+    root.write_tool("/sbin/wlanconfig",
+                    "cat \"$ZEVSIC_ROOT/$1.txt\"; [ ! -e \"$ZEVSIC_ROOT/hang\" ] || exec sleep 60");
+    root.write("/hang", "");
+    tool_time_limit = 300;
+    for (const int sample_time : {100, 0}) {
+        zevap->sample_time = static_cast<uint8_t>(sample_time);
+        EXPECT_EQ(next("5.1.1.9"), (Answer{STRING, cell(9, STATION), "a12"})) << "the lines that came count";
+        EXPECT_EQ(get(cell(9, OTHER)).status, 0) << "no time was left for the second VAP";
+    }
+    tool_time_limit = 10'000;
+    zevap->sample_time = 100;
+    std::filesystem::remove(root.path("/hang"));
+    EXPECT_EQ(get(cell(9, OTHER)).value, "b12") << "the next request tries again";
+    EXPECT_EQ(get(cell(9, STATION)).value, "a12");
+}
+
+TEST_F(StationTest, AToolThatListsTooMany) {
+    std::string lines = "HEADER\n";
+    for (int i = 0; i < 5000; i++) {
+        char address[18];
+        snprintf(address, sizeof address, "02:00:00:00:%02x:%02x", i / 256, i % 256);
+        lines += line_of(address, "m");
+    }
+    tool_prints("ath0ap0", lines);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(get(cell(9, "2.0.0.0.15.255")).value, "m12");
+    EXPECT_EQ(get(cell(9, "2.0.0.0.16.0")).status, 0);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("too many stations"), std::string::npos);
 }
 
 TEST_F(StationTest, WhatTheToolPrints) {

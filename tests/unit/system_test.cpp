@@ -54,7 +54,7 @@ TEST_F(SystemTest, AWrittenValueShowsBeforeItIsSaved) {
 
 TEST_F(SystemTest, TheClockIsComposedThenApplied) {
     root.write_tool("/sbin/date", "echo \"$@\" >> \"$ZEVSIC_ROOT/tmp/date.log\"");
-    prepare_tool_path();
+    prepare_tools();
     EXPECT_EQ(get("1.8.0").value, "-1");
     EXPECT_EQ(queued_by("1.14.0", "1"), REFUSED) << "nothing is set yet";
     expect_sets({{"1.10.0", "", {}, {"1"}},  // no day without year and month

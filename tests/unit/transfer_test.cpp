@@ -98,7 +98,7 @@ TEST(TransferCommands, HostileTextsReachTheirToolAndNothingElse) {
         root.write_tool(std::string("/bin/") + tool, RECORD);
     const std::string old_path = getenv("PATH");
     const std::string old_folder = std::filesystem::current_path();
-    prepare_tool_path();
+    prepare_tools();
     std::filesystem::create_directory(root.path("/folder"));
     std::filesystem::current_path(root.path("/folder"));
     const std::string backup_files[] = {root.path("/tmp/tftp_backup.cfg"), root.path("/tmp/ftp_backup.cfg")};
@@ -163,7 +163,7 @@ class TransferTest : public AgentTest {
         fake.item("snmp", "sample_time", "0");
         build();
         for (const char *tool : {"wget", "tftp", "ftpput", "ftpget"}) write_tool(tool, "");
-        prepare_tool_path();
+        prepare_tools();
     }
     ~TransferTest() override { setenv("PATH", old_path_.c_str(), 1); }
 

@@ -26,7 +26,10 @@ TEST_F(VapTest, DownlinkPriorities) {
     expect_existing_only("rf1_vap3",
                          {{"3.1.1.11.1.3", "down8021p_bk", {"0>6", "1>4", "2>0", "3>1"}, {"4", "-1"}},
                           {"3.1.1.18.1.3", "down8021p_nc", {"1>4"}, {"6"}}});
-    expect_shown({{"rf1_vap3", "down8021p_vi", "3.1.1.15.1.3", {"6>0", "4>1", "0>2", "1>3", "2>-1"}}});
+    expect_shown({{"rf1_vap3",
+                   "down8021p_vi",
+                   "3.1.1.15.1.3",
+                   {"6>0", "4>1", "0>2", "1>3", "2>-1", "06>0", "6x>-1", ">-1"}}});
     fake.offload[1] = true;
     fake.item("rf2_vap1", "down8021p_ca", "4");
     expect_sets({{"3.1.1.14.2.1", "", {"0>"}, {"4"}}});
@@ -64,7 +67,7 @@ TEST_F(VapTest, BandSteeringIsKeptConsistent) {
 }
 
 TEST_F(VapTest, LiveColumnsShowTheVapsInTheKernel) {
-    prepare_tool_path();
+    prepare_tools();
     root.write_tool("/sbin/ifconfig", "echo \"RX bytes:${1#ath}1 (1 B)  TX bytes:${1#ath}2 (1 B)\"");
     make_interface(1, 2, "ath12");
     make_interface(2, 1, "ath21");
@@ -95,7 +98,7 @@ TEST_F(VapTest, LiveColumnsShowTheVapsInTheKernel) {
 }
 
 TEST_F(VapTest, AVapWithoutANameEndsTheOctetRefresh) {
-    prepare_tool_path();
+    prepare_tools();
     root.write_tool("/sbin/ifconfig", "echo 'RX bytes:7 (7 B)'");
     make_interface(1, 1, "a");
     make_interface(1, 2, "b");
