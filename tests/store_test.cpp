@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -10,13 +11,16 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <set>
 #include <thread>
 
+#include "platform/builtin/store.h"
 #include "platform/device.h"
 #include "platform/zevcfg.h"
 #include "tests/device_root.h"
+#include "tests/process.h"
 
 using std::string;
 
@@ -164,27 +168,57 @@ TEST_F(Store, SeesWhatOtherProcessesCommit) {
     EXPECT_EQ(get(working, "device", "name"), "-4 untouched");
     ASSERT_EQ(run_command(zevcfg("reset")), 0);
     EXPECT_EQ(get(working, "device", "name"), "zevsic-ap");
-    // A store made anew at the same place is found when a handle is opened.
-    std::filesystem::remove_all(root.path("/var/lib/zevcfg"));
-    ASSERT_EQ(run_command(zevcfg("init && ") + zevcfg("set device name anew")), 0);
-    close_zevcfg(init_zevcfg_f(&config_ram));
-    EXPECT_EQ(get(working, "device", "name"), "anew");
 }
 
-TEST_F(Store, WithoutAStoreEverythingFailsQuietly) {
-    std::filesystem::remove_all(root.path("/var/lib/zevcfg"));
-    EXPECT_EQ(init_zevcfg_f(&config_ram), nullptr);
-    EXPECT_NE(save({{GID_DEVICE, "name", "x"}}), 0);
-    EXPECT_NE(apply_cfg(nullptr), 0);
-    EXPECT_NE(reset_zevcfg(), 0);
-    EXPECT_LT(lock_zevcfg(6, 6), 0);
+// What a task says on standard error.
+static string told(const std::function<void()> &task) {
+    testing::internal::CaptureStderr();
+    task();
+    return testing::internal::GetCapturedStderr();
+}
+
+TEST_F(Store, AMissingOrBrokenStoreIsSaidOnceAndANewOneFound) {
+    const string none = "zevcfg: no configuration store (zevcfg init makes one)\n";
+    const string file = "/var/lib/zevcfg/zevcfg.db";
+    const auto remove = [&] { std::filesystem::remove_all(root.path("/var/lib/zevcfg")); };
+    open();
+    EXPECT_EQ(get(working, "device", "name"), "zevsic-ap");
+    remove();
+    EXPECT_EQ(told([&] {
+                  EXPECT_NE(save({{GID_DEVICE, "name", "lost"}}), 0);
+                  EXPECT_NE(save({{GID_DEVICE, "name", "lost"}}), 0);
+                  EXPECT_EQ(get(working, "device", "name"), "zevsic-ap") << "what was read is served";
+              }),
+              none);
+    ASSERT_EQ(run_command(zevcfg("init && ") + zevcfg("set device desc anew")), 0);
+    EXPECT_EQ(save({{GID_DEVICE, "name", "new"}}), 0) << "noticed by the save";
+    EXPECT_EQ(read_command(zevcfg("get device name")).text, "new\n");
+    EXPECT_EQ(get(working, "device", "desc"), "anew");
+
+    remove();
+    EXPECT_EQ(told([&] {
+                  for (int i = 0; i < 3; i++) EXPECT_EQ(init_zevcfg_f(&config_ram), nullptr);
+              }),
+              none)
+        << "another episode";
+    EXPECT_EQ(lock_zevcfg(6, 6), 0) << "nobody holds what is not there";
+    EXPECT_NE(told([&] { EXPECT_NE(reset_zevcfg(), 0); }), "");
     char text[STORE_TEXT_SIZE];
     EXPECT_EQ(get_sys_item("wan_ip", text), STORE_NO_SUCH_ITEM);
     EXPECT_EQ(run_command(zevcfg("get device name 2>/dev/null")), 1);
-    // A file whose making was cut off is none either, and can be made.
-    root.write("/var/lib/zevcfg/zevcfg.db", "");
-    EXPECT_EQ(init_zevcfg_f(&config_ram), nullptr);
+
+    // What is no store is kept, and said; an empty file, and a draft, are what a killed init leaves.
+    root.write(file, "precious");
+    EXPECT_EQ(told([&] { EXPECT_EQ(init_zevcfg_f(&config_ram), nullptr); }),
+              "zevcfg: " + root.path(file) + ": file is not a database\n");
+    EXPECT_EQ(run_command(zevcfg("init 2>/dev/null")), 1);
+    EXPECT_EQ(root.read(file), "precious");
+    root.write(file, "");
+    root.write("/sbin/date.draft", "cut o");
+    std::filesystem::remove(root.path("/sbin/date"));
     EXPECT_EQ(run_command(zevcfg("init")), 0);
+    EXPECT_FALSE(root.has("/sbin/date.draft"));
+    EXPECT_EQ(access(root.path("/sbin/date").c_str(), X_OK), 0);
     open();
     EXPECT_EQ(get(working, "device", "name"), "zevsic-ap");
 }
@@ -253,23 +287,73 @@ TEST_F(Store, ApplyMakesTheWorkingConfigurationRun) {
     ASSERT_EQ(save({{GID_DEVICE, "name", "new"}}), 0);
     root.write_tool("/etc/zevcfg/apply", zevcfg("get --current device name") + " >$ZEVSIC_ROOT/tmp/seen\n" +
                                              zevcfg("lock true") + " 2>/dev/null && exit 1\nexit 0\n");
+    const auto written = [] {
+        return atol(read_command("sed -n 's/wchar: //p' /proc/$PPID/io").text.c_str());
+    };
+    const long before = written();
     EXPECT_EQ(apply_cfg(working), 0);
+    EXPECT_LT(written() - before, 64 << 10) << "only what differs";
     EXPECT_EQ(root.read("/tmp/seen"), "new\n");
     EXPECT_EQ(get(running, "device", "name"), "new");
     EXPECT_FALSE(device_file_exists("/tmp/sync_config"));
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child was left";
+    // What is saved while the script runs has still to be applied.
+    root.write_tool("/etc/zevcfg/apply", zevcfg("set device name newer"));
+    ASSERT_EQ(save({{GID_DEVICE, "desc", "x"}}), 0);
+    EXPECT_EQ(apply_cfg(working), 0);
+    EXPECT_EQ(root.read("/tmp/sync_config"), "0\n");
+    EXPECT_EQ(read_command(zevcfg("diff")).text, "device name: new -> newer\n");
 }
 
-TEST_F(Store, AFailedApplyLeavesEverythingAsItWas) {
+TEST_F(Store, AKilledApplyCanBeRepeated) {
+    open();
+    ASSERT_EQ(save({{GID_DEVICE, "name", "new"}, {GID_DEVICE, "added", "x"}}), 0);
+    ASSERT_EQ(run_command(zevcfg("unset device location && ") + zevcfg("set --current device desc by-hand")),
+              0);
+    root.write_tool("/etc/zevcfg/apply", "kill -9 $(cat $ZEVSIC_ROOT/tmp/applier)");
+    pid_t applier = fork();
+    if (applier == 0) {
+        root.write("/tmp/applier", std::to_string(getpid()));
+        _exit(apply_cfg(init_zevcfg_f(&config_ram)));
+    }
+    int status = 0;
+    waitpid(applier, &status, 0);
+    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(root.read("/tmp/sync_config"), "0\n");
+    // When the next one fails, what was in force before both is back.
+    root.write_tool("/etc/zevcfg/apply", "exit 3");
+    EXPECT_NE(told([&] { EXPECT_NE(apply_cfg(working), 0); }).find("failed with status 3"), string::npos);
+    EXPECT_EQ(read_command(zevcfg("diff device")).text,
+              "device added: (not set) -> x\ndevice desc: by-hand -> Wireless Access Point\ndevice location: "
+              " -> (not set)\n"
+              "device name: zevsic-ap -> new\n");
+    EXPECT_EQ(run_command(zevcfg("diff --exit-code device >/dev/null")), 1);
+    EXPECT_EQ(run_command(zevcfg("lock true")), 0);
+    std::filesystem::remove(root.path("/etc/zevcfg/apply"));
+    EXPECT_EQ(apply_cfg(working), 0);
+    EXPECT_EQ(run_command(zevcfg("diff --exit-code")), 0);
+    EXPECT_FALSE(device_file_exists("/tmp/sync_config"));
+}
+
+TEST_F(Store, ABootAppliesAndRemovesWhatTheLastRunLeft) {
     open();
     ASSERT_EQ(run_command(zevcfg("env set REBOOT_GROUPS device")), 0);
     ASSERT_EQ(save({{GID_DEVICE, "name", "new"}}), 0);
-    root.write_tool("/etc/zevcfg/apply", "exit 3\n");
-    EXPECT_NE(apply_cfg(working), 0);
-    EXPECT_EQ(get(running, "device", "name"), "zevsic-ap");
-    EXPECT_EQ(get(working, "device", "name"), "new");
+    const string locks[] = {"/tmp/lock_snmp_apply_file", "/tmp/lock_snmp_web", "/tmp/lock_snmp_conf_backup"};
+    for (const string &lock : locks) root.write(lock, "1\n");
+    // Not with the new name: the device starts with the old one.
+    root.write_tool("/etc/zevcfg/apply", zevcfg("get --current device name") + " >>$ZEVSIC_ROOT/tmp/seen\n" +
+                                             "tail -n1 $ZEVSIC_ROOT/tmp/seen | grep -q zevsic-ap");
+    EXPECT_EQ(run_command(zevcfg("boot 2>/dev/null")), 1);
+    EXPECT_EQ(root.read("/tmp/seen"), "new\nzevsic-ap\n");
     EXPECT_EQ(root.read("/tmp/sync_config"), "1\n");
-    EXPECT_EQ(run_command(zevcfg("lock true")), 0);
+    for (const string &lock : locks) EXPECT_FALSE(root.has(lock)) << lock;
+
+    root.write_tool("/etc/zevcfg/apply", "exit 0");
+    EXPECT_EQ(run_command(zevcfg("boot")), 0);
+    EXPECT_EQ(get(running, "device", "name"), "new");
+    EXPECT_EQ(check_apply_need_reboot(), 0);
+    EXPECT_FALSE(root.has("/tmp/sync_config"));
 }
 
 TEST_F(Store, TheDaemonIsToldOnceItsApplyLockIsGone) {
@@ -280,11 +364,22 @@ TEST_F(Store, TheDaemonIsToldOnceItsApplyLockIsGone) {
     sigprocmask(SIG_BLOCK, &usr2, nullptr);
     pid_t daemon = fork();
     if (daemon == 0) {
+        prctl(PR_SET_NAME, "zevsic");
+        root.write("/tmp/named", "");
         timespec limit = {10, 0};
         _exit(sigtimedwait(&usr2, nullptr, &limit) == SIGUSR2 ? 0 : 1);
     }
     sigprocmask(SIG_UNBLOCK, &usr2, nullptr);
+    ASSERT_TRUE(eventually([&] { return root.has("/tmp/named"); }));
+    // Nobody else has that name, and nobody else is told.
+    for (const string &pid :
+         {string(""), string("1"), string("x"), std::to_string(getpid()), string("99999999")}) {
+        root.write("/var/run/zevsic.pid", pid);
+        EXPECT_FALSE(daemon_runs()) << pid;
+    }
     root.write("/var/run/zevsic.pid", std::to_string(daemon) + "\n");
+    EXPECT_TRUE(daemon_runs());
+    EXPECT_EQ(run_command(zevcfg("boot 2>/dev/null")), 1) << "while a daemon runs";
     ASSERT_TRUE(create_lock_file("/tmp/lock_snmp_apply_file"));
     // What waits for the lock to go does not keep a pipe of the one who applied open.
     EXPECT_EQ(read_command(zevcfg("apply && echo applied")).text, "applied\n");

@@ -8,6 +8,7 @@
 #include <array>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,7 +21,9 @@ enum Layer : int {
     LAYER_FACTORY = 0,
     LAYER_WORKING = 1,
     LAYER_RUNNING = 2,
-    LAYER_PREVIOUS = 3,  // the running configuration before the apply that goes on
+    // The running one as the last apply that succeeded left it: where one that fails, also one that repeats a
+    // killed one, goes back to. Whoever writes the running configuration by hand writes it here too.
+    LAYER_APPLIED = 3,
     LAYER_SYSTEM = 4,
     LAYER_ENVIRONMENT = 5,
     LAYER_COUNT = 6,
@@ -44,14 +47,19 @@ struct StoreItem {
 
 // ---- the database (store_db.cpp); a connection is used by one thread at a time ----
 
-// Null when there is no store or it cannot be opened.
-Database open_store();
+// How long a statement waits for other processes' writing. The daemon's only thread for requests does not
+// have the time of others.
+constexpr int PATIENCE_MS = 5000;
+constexpr int REQUEST_PATIENCE_MS = 900;
+// Null when there is no store or it cannot be opened; `why` then says it.
+Database open_store(std::string *why, int patience_ms = PATIENCE_MS);
+// What became of the last statement that failed, for people.
+std::string store_error(sqlite3 *db);
 // What a new store holds. The working layer's items are put on top of the factory configuration, and the
 // running configuration becomes a copy of that.
 using StoreContents = std::array<std::vector<StoreItem>, LAYER_COUNT>;
-// False when the store could not be made; true, with nothing changed, when there is one already. The folder
-// must exist.
-bool create_store(const StoreContents &contents);
+// The bytes of a new store's file; empty when it cannot be made.
+std::string new_store(const StoreContents &contents);
 
 // A write transaction, rolled back unless committed.
 class Transaction {
@@ -68,7 +76,7 @@ class Transaction {
     bool open_;
 };
 
-// Null and a message on standard error when the text is no statement.
+// Null when the text is no statement, or the store is broken.
 Statement prepare(sqlite3 *db, const char *sql);
 // Runs a statement that returns no rows, texts bound in order from parameter 2 and the layer to parameter 1.
 bool run(sqlite3_stmt *statement, Layer layer, std::initializer_list<std::string_view> texts);
@@ -76,13 +84,22 @@ bool run(sqlite3_stmt *statement, Layer layer, std::initializer_list<std::string
 bool put_items(sqlite3 *db, Layer layer, const std::vector<StoreItem> &items);
 // True when there was such an item.
 bool remove_item(sqlite3 *db, Layer layer, std::string_view group, std::string_view key);
+// An item that two layers do not hold alike.
+struct Difference {
+    std::string group, key;
+    std::optional<std::string> before, after;  // none: the layer has no such item
+};
+// From layer to layer, of one group when `group` is not empty, sorted by group and key.
+bool list_differences(sqlite3 *db, Layer before, Layer after, std::string_view group,
+                      std::vector<Difference> *out);
+// Makes a layer a copy of another. Only what differs is written.
 bool copy_layer(sqlite3 *db, Layer from, Layer to);
 // The items of a layer, of one group when `group` is not empty, sorted by group and key.
 bool list_items(sqlite3 *db, Layer layer, std::string_view group, std::vector<StoreItem> *out);
 
 // ---- reading and writing through the process's one cached connection (store_items.cpp); any thread ----
 
-// 0 and the text, or STORE_NO_SUCH_ITEM.
+// 0 and the text, or STORE_NO_SUCH_ITEM. Says nothing of a missing store.
 int find_item(Layer layer, std::string_view group, std::string_view key, std::string *out);
 // Copies into a caller's buffer, cut to its size.
 void copy_text(std::string_view text, char *out, size_t size);
@@ -103,11 +120,23 @@ const char *group_name(unsigned group_id);  // null for an unknown id
 
 // ---- the marker of saved changes (store_sync.cpp) ----
 
-// Its state, to be put back when what changed it fails.
-struct SyncMarker {
-    bool exists;
-    std::string text;
-};
-SyncMarker read_sync_marker();
-bool write_sync_marker(const SyncMarker &marker);  // also removes it
-bool needs_reboot(const SyncMarker &marker);
+enum class Saved { NOTHING, CHANGES, CHANGES_FOR_REBOOT };
+Saved read_marker();
+bool write_marker(Saved saved);  // NOTHING removes it
+
+// ---- the lock (store_lock.cpp), and who is told of an apply (store_notify.cpp) ----
+
+// flock's operation: the descriptor that holds the lock, above 2; −1 with errno.
+int take_lock(int operation);
+void free_lock(int fd);
+
+// True when the process of the PID file is a zevsic.
+bool daemon_runs();
+// Starts a process of its own, nobody's child, that sends SIGUSR2 to the daemon once its apply has ended.
+void notify_daemon();
+
+// ---- apply, boot, reset (store_apply.cpp); `why` says what failed ----
+
+bool apply_store(std::string *why);
+bool boot_store(std::string *why);
+bool reset_store(std::string *why);

@@ -1,151 +1,114 @@
-// The store lock, applying the working configuration, and going back to the factory's.
+// Making the working configuration the running one, and going back to the factory's.
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
-#include <csignal>
-#include <cstdlib>
-#include <ctime>
+#include <cstdio>
+#include <cstring>
 
 #include "platform/builtin/store.h"
-#include "platform/detach.h"
 #include "platform/device.h"
 #include "platform/zevcfg.h"
 
-static constexpr char LOCK_FILE[] = "/var/lib/zevcfg/lock";
 static constexpr char APPLY_SCRIPT[] = "/etc/zevcfg/apply";
-static constexpr int NOTIFY_POLL_MS = 20;
-static constexpr int NOTIFY_LIMIT_MS = 60'000;
 
-// ---- the lock: an flock, so the kernel frees it with its holder ----
-
-// The descriptor that holds the lock, above 2, or −1.
-static int take_lock(int operation) {
-    int fd = open_device_file(LOCK_FILE, O_RDWR | O_CREAT, 0600);
-    if (fd >= 0 && fd <= STDERR_FILENO) {
-        int higher = fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-        close(fd);
-        fd = higher;
-    }
-    if (fd < 0) return -1;
-    int result = 0;
-    do {
-        result = flock(fd, operation);
-    } while (result != 0 && errno == EINTR);
-    if (result == 0) return fd;
-    close(fd);
-    return -1;
-}
-
-// Freed by name: a child that is just being started may still have the descriptor.
-static void free_lock(int fd) {
-    flock(fd, LOCK_UN);
-    close(fd);
-}
-
-static std::atomic<int> held_lock{-1};
-
-int lock_zevcfg(int /*first*/, int /*second*/) {
-    int fd = take_lock(LOCK_EX | LOCK_NB);
-    if (fd >= 0) held_lock = fd;
-    return fd;
-}
-
-void unlock_zevcfg(int lock_id) {
-    // Any other id is a stale one, and its number may be another file's by now.
-    int expected = lock_id;
-    if (lock_id >= 0 && held_lock.compare_exchange_strong(expected, -1)) free_lock(lock_id);
-}
-
-// ---- telling the daemon ----
-
-// In a forked child of a process with threads: async-signal-safe calls only.
-static void signal_when_applied(const char *apply_lock, const char *pid_file) {
-    timespec pause = {0, NOTIFY_POLL_MS * 1'000'000L};
-    for (int waited = 0; access(apply_lock, F_OK) == 0; waited += NOTIFY_POLL_MS) {
-        if (waited >= NOTIFY_LIMIT_MS) return;
-        nanosleep(&pause, nullptr);
-    }
-    int fd = open(pid_file, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    char text[16] = {};
-    ssize_t length = fd < 0 ? 0 : read(fd, text, sizeof text - 1);
-    pid_t pid = 0;
-    for (ssize_t i = 0; i < length && text[i] >= '0' && text[i] <= '9' && pid < 100'000'000; i++)
-        pid = pid * 10 + (text[i] - '0');
-    if (pid > 1) kill(pid, SIGUSR2);
-}
-
-// Starts a process of its own, nobody's child, that sends SIGUSR2 to the daemon once its apply has ended.
-static void notify_daemon() {
-    std::string apply_lock = device_path(APPLY_LOCK_FILE);
-    std::string pid_file = device_path(PID_FILE);
-    pid_t child = fork();
-    if (child == 0) {
-        if (fork() == 0) {
-            detach_process();
-            signal_when_applied(apply_lock.c_str(), pid_file.c_str());
-        }
-        _exit(0);
-    }
-    while (child > 0 && waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
-    }
-}
-
-// ---- apply and reset ----
-
-static bool make_working_run(sqlite3 *db, SyncMarker *marker) {
+static bool copy_in_a_transaction(sqlite3 *db, Layer from, Layer to, std::string *why) {
     Transaction transaction(db);
-    if (!transaction.started() || !copy_layer(db, LAYER_RUNNING, LAYER_PREVIOUS) ||
-        !copy_layer(db, LAYER_WORKING, LAYER_RUNNING))
-        return false;
-    // Within the transaction: what is saved from here on leaves a marker of its own.
-    *marker = read_sync_marker();
-    if (write_sync_marker({false, ""}) && transaction.commit()) return true;
-    write_sync_marker(*marker);
+    if (transaction.started() && copy_layer(db, from, to) && transaction.commit()) return true;
+    *why = store_error(db);
     return false;
 }
 
-static void go_back(sqlite3 *db, const SyncMarker &marker) {
-    Transaction transaction(db);
-    bool restored = transaction.started() && copy_layer(db, LAYER_PREVIOUS, LAYER_RUNNING);
-    // A marker that was made meanwhile stays, with the need for a reboot of both.
-    if (marker.exists && (!device_file_exists(SAVED_CHANGES_FILE) || needs_reboot(marker))) write_sync_marker(marker);
-    if (restored) transaction.commit();
-}
-
-static bool apply_to_system() {
+static bool run_script(std::string *why) {
     std::string script = device_path(APPLY_SCRIPT);
-    return access(script.c_str(), X_OK) != 0 || run_command(shell_word(script)) == 0;
+    int result = access(script.c_str(), X_OK) == 0 ? run_command(shell_word(script)) : 0;
+    if (result != 0) *why = script + " failed with status " + std::to_string(result);
+    return result == 0;
 }
 
-// On a connection of its own: other threads go on reading, and may close and reopen handles, all the while.
-static bool apply_locked() {
-    Database db = open_store();
-    SyncMarker marker = {};
-    if (!db || !make_working_run(db.get(), &marker)) return false;
-    if (apply_to_system()) return true;
-    go_back(db.get(), marker);
+// The marker goes last, so that an apply that is killed before can be repeated, and while nobody can save. It
+// stays when something was saved since.
+static void remove_marker(sqlite3 *db) {
+    Transaction transaction(db);
+    std::vector<Difference> unapplied;
+    if (transaction.started() && list_differences(db, LAYER_RUNNING, LAYER_WORKING, "", &unapplied) &&
+        unapplied.empty())
+        write_marker(Saved::NOTHING);
+}
+
+// Under the lock.
+static bool apply_working(sqlite3 *db, std::string *why) {
+    if (!copy_in_a_transaction(db, LAYER_WORKING, LAYER_RUNNING, why)) return false;
+    std::string ignored;
+    if (!run_script(why)) {
+        copy_in_a_transaction(db, LAYER_APPLIED, LAYER_RUNNING, &ignored);
+        return false;
+    }
+    // The system has it, whatever becomes of this: then a repeated apply does it.
+    if (copy_in_a_transaction(db, LAYER_RUNNING, LAYER_APPLIED, &ignored)) remove_marker(db);
+    return true;
+}
+
+// Calls it with the lock taken, on a connection of its own: other threads go on reading, and may close and
+// reopen handles, all the while.
+static bool with_lock(bool (*apply)(sqlite3 *db, std::string *why), std::string *why) {
+    Database db = open_store(why);
+    if (!db) return false;
+    int lock = take_lock(LOCK_EX);
+    if (lock < 0) {
+        *why = std::string("the store lock: ") + strerror(errno);
+        return false;
+    }
+    bool applied = apply(db.get(), why);
+    free_lock(lock);
+    return applied;
+}
+
+bool apply_store(std::string *why) {
+    if (!with_lock(apply_working, why)) return false;
+    notify_daemon();
+    return true;
+}
+
+static bool apply_at_boot(sqlite3 *db, std::string *why) {
+    if (apply_working(db, why)) return true;
+    // The device starts with what worked before; what was saved can be applied again.
+    std::string ignored;
+    run_script(&ignored);
+    if (read_marker() == Saved::NOTHING) write_marker(Saved::CHANGES);
     return false;
+}
+
+bool boot_store(std::string *why) {
+    if (daemon_runs()) {
+        *why = "zevsic is running: the device has started already";
+        return false;
+    }
+    for (const char *file : {APPLY_LOCK_FILE, UPDATE_LOCK_FILE, BACKUP_LOCK_FILE}) remove_device_file(file);
+    return with_lock(apply_at_boot, why);
+}
+
+bool reset_store(std::string *why) {
+    Database db = open_store(why);
+    return db && copy_in_a_transaction(db.get(), LAYER_FACTORY, LAYER_WORKING, why);
+}
+
+// ---- as the daemon calls them ----
+
+static int said(bool done, const char *what, const std::string &why) {
+    if (!done) fprintf(stderr, "zevcfg: %s: %s\n", what, why.c_str());
+    return done ? 0 : -1;
 }
 
 int apply_cfg(zevcfg_handle *handle) {
-    if (handle == nullptr) return -1;
-    int lock = take_lock(LOCK_EX);
-    if (lock < 0) return -1;
-    bool applied = apply_locked();
-    free_lock(lock);
-    if (!applied) return -1;
-    notify_daemon();
-    return 0;
+    std::string why = "no store";
+    bool done = handle != nullptr && apply_store(&why);
+    return said(done, "the configuration was not applied", why);
 }
 
 int reset_zevcfg() {
-    Database db = open_store();
-    Transaction transaction(db.get());
-    return transaction.started() && copy_layer(db.get(), LAYER_FACTORY, LAYER_WORKING) && transaction.commit()
-               ? 0
-               : -1;
+    std::string why;
+    bool done = reset_store(&why);
+    return said(done, "the configuration was not reset", why);
 }

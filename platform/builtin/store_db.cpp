@@ -1,16 +1,14 @@
 // The SQLite side of the store: opening, making, and the few statements everything else is made of.
-#include <fcntl.h>
 #include <sqlite3.h>
 #include <unistd.h>
 
-#include <cstdio>
+#include <cerrno>
 #include <cstring>
 
 #include "platform/builtin/store.h"
 #include "platform/device.h"
 
 static constexpr int SCHEMA_VERSION = 1;
-static constexpr int BUSY_TIMEOUT_MS = 5000;
 
 void CloseDatabase::operator()(sqlite3 *db) const {
     sqlite3_close(db);
@@ -25,8 +23,7 @@ static bool execute(sqlite3 *db, const char *sql) {
 
 Statement prepare(sqlite3 *db, const char *sql) {
     sqlite3_stmt *statement = nullptr;
-    if (sqlite3_prepare_v2(db, sql, -1, &statement, nullptr) != SQLITE_OK)
-        fprintf(stderr, "zevcfg: %s\n", sqlite3_errmsg(db));
+    sqlite3_prepare_v2(db, sql, -1, &statement, nullptr);
     return Statement(statement);
 }
 
@@ -50,24 +47,34 @@ static int schema_version(sqlite3 *db) {
     return sqlite3_column_int(statement.get(), 0);
 }
 
-static Database open_database() {
-    sqlite3 *handle = nullptr;
-    int result = sqlite3_open_v2(device_path(STORE_FILE).c_str(), &handle,
-                                 SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
-    Database db(handle);
-    if (result != SQLITE_OK) return nullptr;
-    sqlite3_busy_timeout(handle, BUSY_TIMEOUT_MS);
-    // FULL: a commit that was acknowledged is on the disk.
-    if (!execute(handle, "PRAGMA synchronous = FULL")) return nullptr;
-    return db;
+std::string store_error(sqlite3 *db) {
+    const std::string path = device_path(STORE_FILE);
+    int code = sqlite3_errcode(db) & 0xff;
+    bool of_the_file = code == SQLITE_CANTOPEN || code == SQLITE_READONLY || code == SQLITE_PERM;
+    // SQLite opens a file that it may not write for reading, and says so only when it is to write.
+    if (of_the_file && access(path.c_str(), R_OK | W_OK) != 0) return path + ": " + strerror(errno);
+    int number = sqlite3_system_errno(db);
+    if (of_the_file && number != 0) return path + ": " + strerror(number);
+    return path + ": " + sqlite3_errmsg(db);
 }
 
-Database open_store() {
-    if (!device_file_exists(STORE_FILE)) return nullptr;
-    Database db = open_database();
-    // A file whose making was cut off is no store yet.
-    if (db && schema_version(db.get()) != SCHEMA_VERSION) db.reset();
-    return db;
+Database open_store(std::string *why, int patience_ms) {
+    const std::string path = device_path(STORE_FILE);
+    if (access(path.c_str(), F_OK) != 0) {
+        *why = errno == ENOENT ? "no configuration store (zevcfg init makes one)"
+                               : path + ": " + strerror(errno);
+        return nullptr;
+    }
+    sqlite3 *handle = nullptr;
+    int result = sqlite3_open_v2(path.c_str(), &handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
+    Database db(handle);
+    sqlite3_busy_timeout(handle, patience_ms);
+    // FULL: a commit that was acknowledged is on the disk.
+    int version =
+        result == SQLITE_OK && execute(handle, "PRAGMA synchronous = FULL") ? schema_version(handle) : -1;
+    if (version == SCHEMA_VERSION) return db;
+    *why = version < 0 ? store_error(handle) : path + " is no configuration store";
+    return nullptr;
 }
 
 Transaction::Transaction(sqlite3 *db) : db_(db), open_(db != nullptr && execute(db, "BEGIN IMMEDIATE")) {}
@@ -82,28 +89,34 @@ bool Transaction::commit() {
     return true;
 }
 
-bool create_store(const StoreContents &contents) {
-    // Made here and not by SQLite: it holds secrets, and its companions take its mode.
-    int fd = open_device_file(STORE_FILE, O_RDWR | O_CREAT, 0600);
-    if (fd < 0) return false;
-    close(fd);
-    Database db = open_database();
-    if (!db || !execute(db.get(), "PRAGMA journal_mode = WAL")) return false;
-    Transaction transaction(db.get());
-    if (!transaction.started()) return false;
-    if (schema_version(db.get()) == SCHEMA_VERSION) return true;
-    if (!execute(db.get(),
-                 "CREATE TABLE items (layer INTEGER, grp TEXT, key TEXT, value TEXT NOT NULL,"
-                 " PRIMARY KEY (layer, grp, key)) WITHOUT ROWID"))
-        return false;
-    return put_items(db.get(), LAYER_FACTORY, contents[LAYER_FACTORY]) &&
-           copy_layer(db.get(), LAYER_FACTORY, LAYER_WORKING) &&
-           put_items(db.get(), LAYER_WORKING, contents[LAYER_WORKING]) &&
-           copy_layer(db.get(), LAYER_WORKING, LAYER_RUNNING) &&
-           put_items(db.get(), LAYER_SYSTEM, contents[LAYER_SYSTEM]) &&
-           put_items(db.get(), LAYER_ENVIRONMENT, contents[LAYER_ENVIRONMENT]) &&
-           execute(db.get(), ("PRAGMA user_version = " + std::to_string(SCHEMA_VERSION)).c_str()) &&
-           transaction.commit();
+std::string new_store(const StoreContents &contents) {
+    sqlite3 *handle = nullptr;
+    int result = sqlite3_open(":memory:", &handle);
+    Database db(handle);
+    if (result != SQLITE_OK || !execute(handle,
+                                        "CREATE TABLE items (layer INTEGER, grp TEXT, key TEXT,"
+                                        " value TEXT NOT NULL, PRIMARY KEY (layer, grp, key)) WITHOUT ROWID"))
+        return "";
+    bool made = execute(handle, "BEGIN") && put_items(handle, LAYER_FACTORY, contents[LAYER_FACTORY]) &&
+                copy_layer(handle, LAYER_FACTORY, LAYER_WORKING) &&
+                put_items(handle, LAYER_WORKING, contents[LAYER_WORKING]) &&
+                copy_layer(handle, LAYER_WORKING, LAYER_RUNNING) &&
+                copy_layer(handle, LAYER_WORKING, LAYER_APPLIED) &&
+                put_items(handle, LAYER_SYSTEM, contents[LAYER_SYSTEM]) &&
+                put_items(handle, LAYER_ENVIRONMENT, contents[LAYER_ENVIRONMENT]) &&
+                execute(handle, ("PRAGMA user_version = " + std::to_string(SCHEMA_VERSION)).c_str()) &&
+                execute(handle, "COMMIT");
+    sqlite3_int64 size = 0;
+    unsigned char *bytes = made ? sqlite3_serialize(handle, "main", &size, 0) : nullptr;
+    std::string image(reinterpret_cast<const char *>(bytes),
+                      bytes != nullptr ? static_cast<size_t>(size) : 0);
+    sqlite3_free(bytes);
+    // A database in memory knows no write-ahead log; the file is to have one. (The two version numbers of
+    // SQLite's file format, www.sqlite.org/fileformat.html, section 1.3.3.)
+    for (size_t i : {18, 19}) {
+        if (i < image.size()) image[i] = 2;
+    }
+    return image;
 }
 
 bool put_items(sqlite3 *db, Layer layer, const std::vector<StoreItem> &items) {
@@ -119,18 +132,47 @@ bool remove_item(sqlite3 *db, Layer layer, std::string_view group, std::string_v
     return run(remove.get(), layer, {group, key}) && sqlite3_changes(db) > 0;
 }
 
-bool copy_layer(sqlite3 *db, Layer from, Layer to) {
-    Statement clear = prepare(db, "DELETE FROM items WHERE layer = ?1");
-    Statement copy = prepare(db, "INSERT INTO items SELECT ?2, grp, key, value FROM items WHERE layer = ?1");
-    if (!copy) return false;
-    sqlite3_bind_int(copy.get(), 2, to);
-    return run(clear.get(), to, {}) && run(copy.get(), from, {});
-}
-
 static std::string column(sqlite3_stmt *statement, int index) {
     const auto *text = static_cast<const char *>(sqlite3_column_blob(statement, index));
     return text == nullptr ? ""
                            : std::string(text, static_cast<size_t>(sqlite3_column_bytes(statement, index)));
+}
+
+bool list_differences(sqlite3 *db, Layer before, Layer after, std::string_view group,
+                      std::vector<Difference> *out) {
+    out->clear();
+    Statement list = prepare(db,
+                             "SELECT grp, key, max(CASE layer WHEN ?1 THEN value END),"
+                             " max(CASE layer WHEN ?2 THEN value END) FROM items"
+                             " WHERE layer IN (?1, ?2) AND (?3 = '' OR grp = ?3) GROUP BY grp, key"
+                             " HAVING count(*) = 1 OR min(value) <> max(value) ORDER BY grp, key");
+    if (!list) return false;
+    sqlite3_bind_int(list.get(), 1, before);
+    sqlite3_bind_int(list.get(), 2, after);
+    sqlite3_bind_text(list.get(), 3, group.data() != nullptr ? group.data() : "",
+                      static_cast<int>(group.size()), SQLITE_STATIC);
+    const auto value = [&list](int index) {
+        return sqlite3_column_type(list.get(), index) == SQLITE_NULL ? std::optional<std::string>()
+                                                                     : column(list.get(), index);
+    };
+    int result = SQLITE_ROW;
+    while ((result = sqlite3_step(list.get())) == SQLITE_ROW)
+        out->push_back({column(list.get(), 0), column(list.get(), 1), value(2), value(3)});
+    return result == SQLITE_DONE;
+}
+
+bool copy_layer(sqlite3 *db, Layer from, Layer to) {
+    std::vector<Difference> differences;
+    if (!list_differences(db, to, from, "", &differences)) return false;
+    std::vector<StoreItem> items;
+    for (Difference &difference : differences) {
+        if (difference.after)
+            items.push_back(
+                {std::move(difference.group), std::move(difference.key), std::move(*difference.after)});
+        else if (!remove_item(db, to, difference.group, difference.key))
+            return false;
+    }
+    return put_items(db, to, items);
 }
 
 bool list_items(sqlite3 *db, Layer layer, std::string_view group, std::vector<StoreItem> *out) {

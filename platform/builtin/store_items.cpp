@@ -4,8 +4,9 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <cstdlib>
+#include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <mutex>
 #include <unordered_map>
 
@@ -14,6 +15,7 @@
 #include "platform/zevcfg.h"
 
 static constexpr char REBOOT_GROUPS[] = "REBOOT_GROUPS";  // the variable that lists them
+static constexpr long LOOK_AGAIN_MS = 1000;
 
 struct zevcfg_object {
     Layer layer;
@@ -46,8 +48,13 @@ struct CachedLayer {
 struct Cache {
     std::mutex mutex;
     std::string path;
-    ino_t inode = 0;
+    struct stat file = {};  // of the store that was opened
     Database db;
+    long next_look = 0;   // at the store's file, in milliseconds_now
+    long next_read = 0;   // after one that failed
+    std::string missing;  // why there is no store; empty when there is one
+    std::string failure;  // why the last reading or saving failed; empty when it did not
+    std::string said;     // of the two on standard error
     Statement version;
     CachedLayer layers[LAYER_COUNT];
     zevcfg_handle working = {LAYER_WORKING, 0};
@@ -69,36 +76,63 @@ static const std::string &cache_key(Cache &c, std::string_view group, std::strin
     return c.key;
 }
 
+static long milliseconds_now() {
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    return now.tv_sec * 1000L + now.tv_nsec / 1'000'000;
+}
+
+// Once for each failure, however many requests meet it.
+static void say_failure(Cache &c) {
+    const std::string &failure = c.missing.empty() ? c.failure : c.missing;
+    if (failure == c.said) return;
+    if (!failure.empty()) fprintf(stderr, "zevcfg: %s\n", failure.c_str());
+    c.said = failure;
+}
+
 static void close_cache(Cache &c) {
     for (CachedLayer &layer : c.layers) layer = CachedLayer();
     c.version.reset();
     c.db.reset();
+    c.next_read = 0;
 }
 
-static bool open_cache(Cache &c) {
+// Opens the store, or looks whether it is still the one that is open: another may have been made at its
+// place. False when there is none. What was read of one that was removed goes on being served.
+static bool look_at_store(Cache &c) {
+    c.next_look = milliseconds_now() + LOOK_AGAIN_MS;
+    c.missing.clear();
     std::string path = device_path(STORE_FILE);
-    if (c.db && path == c.path) return true;
+    struct stat file = {};
+    bool there = stat(path.c_str(), &file) == 0;
+    bool open = c.db && path == c.path;
+    if (open && there && file.st_ino == c.file.st_ino && file.st_dev == c.file.st_dev) return true;
+    Database db = open_store(&c.missing, REQUEST_PATIENCE_MS);
+    if (!db && open && !there) return false;
     close_cache(c);
-    struct stat facts = {};
-    if (stat(path.c_str(), &facts) != 0) return false;
-    c.db = open_store();
-    if (!c.db) return false;
+    if (!db) return false;
+    c.db = std::move(db);
     c.version = prepare(c.db.get(), "PRAGMA data_version");
     c.path = path;
-    c.inode = facts.st_ino;
+    c.file = file;
     return true;
 }
 
 // Brings a layer up to date. When that fails for a moment the items read before are served.
 static void refresh(Cache &c, Layer layer) {
+    if (milliseconds_now() < c.next_read) return;
     CachedLayer &cached = c.layers[layer];
-    sqlite3_int64 version = cached.version;
-    if (c.version && sqlite3_step(c.version.get()) == SQLITE_ROW)
-        version = sqlite3_column_int64(c.version.get(), 0);
-    sqlite3_reset(c.version.get());
-    if (version == cached.version) return;
     std::vector<StoreItem> items;
-    if (!list_items(c.db.get(), layer, "", &items)) return;
+    bool read = c.version && sqlite3_step(c.version.get()) == SQLITE_ROW;
+    sqlite3_int64 version = read ? sqlite3_column_int64(c.version.get(), 0) : -1;
+    sqlite3_reset(c.version.get());
+    if (read) c.failure.clear();
+    if (read && version == cached.version) return;
+    if (!read || !list_items(c.db.get(), layer, "", &items)) {
+        c.failure = store_error(c.db.get());
+        c.next_read = milliseconds_now() + LOOK_AGAIN_MS;  // it may have waited for other processes
+        return;
+    }
     cached.items.clear();
     cached.items.reserve(items.size());
     for (StoreItem &item : items) cached.items[cache_key(c, item.group, item.key)] = std::move(item.value);
@@ -106,7 +140,9 @@ static void refresh(Cache &c, Layer layer) {
 }
 
 static const std::string *look_up(Cache &c, Layer layer, std::string_view group, std::string_view key) {
-    if (!open_cache(c)) return nullptr;
+    // Without a handle nobody has looked yet.
+    if (c.working.opened + c.running.opened == 0 || milliseconds_now() >= c.next_look) look_at_store(c);
+    if (!c.db) return nullptr;
     refresh(c, layer);
     auto found = c.layers[layer].items.find(cache_key(c, group, key));
     return found == c.layers[layer].items.end() ? nullptr : &found->second;
@@ -131,10 +167,9 @@ void copy_text(std::string_view text, char *out, size_t size) {
 zevcfg_handle *init_zevcfg_f(zevcfg_object *object) {
     Cache &c = cache();
     std::lock_guard lock(c.mutex);
-    // The store may have been made anew at the same place.
-    struct stat facts = {};
-    if (c.db && (stat(c.path.c_str(), &facts) != 0 || facts.st_ino != c.inode)) close_cache(c);
-    if (object == nullptr || !open_cache(c)) return nullptr;
+    bool found = look_at_store(c);
+    say_failure(c);
+    if (object == nullptr || !found) return nullptr;
     zevcfg_handle *handle = object->layer == LAYER_WORKING ? &c.working : &c.running;
     handle->opened++;
     return handle;
@@ -153,6 +188,7 @@ int get_cfg_item_by_str(zevcfg_handle *handle, const char *group, const char *ke
     Cache &c = cache();
     std::lock_guard lock(c.mutex);
     const std::string *text = look_up(c, handle->layer, group, key);
+    say_failure(c);
     if (text == nullptr) return STORE_NO_SUCH_ITEM;
     copy_text(*text, out, STORE_TEXT_SIZE);
     return 0;
@@ -203,16 +239,17 @@ static bool save_items(Cache &c, const std::vector<StoreItem> &items) {
     Transaction transaction(c.db.get());
     if (!transaction.started()) return false;
     const std::string *reboot_groups = look_up(c, LAYER_ENVIRONMENT, "", REBOOT_GROUPS);
-    SyncMarker before = read_sync_marker();
-    bool reboot = needs_reboot(before);
+    const Saved before = read_marker();
+    bool reboot = before == Saved::CHANGES_FOR_REBOOT;
     for (const StoreItem &item : items) {
         if (reboot || reboot_groups == nullptr || !lists_word(*reboot_groups, item.group)) continue;
         const std::string *old = look_up(c, LAYER_WORKING, item.group, item.key);
         reboot = old == nullptr || *old != item.value;
     }
     if (!put_items(c.db.get(), LAYER_WORKING, items)) return false;
-    if (write_sync_marker({true, reboot ? "1\n" : "0\n"}) && transaction.commit()) return true;
-    write_sync_marker(before);
+    if (write_marker(reboot ? Saved::CHANGES_FOR_REBOOT : Saved::CHANGES) && transaction.commit())
+        return true;
+    write_marker(before);
     return false;
 }
 
@@ -226,9 +263,10 @@ int set_cfg_items_snmp(zevcfg_handle *handle, const cfg_item *head) {
     }
     Cache &c = cache();
     std::lock_guard lock(c.mutex);
-    if (!open_cache(c)) return -1;
-    if (items.empty()) return 0;
-    if (!save_items(c, items)) return -1;
+    bool saved = look_at_store(c) && (items.empty() || save_items(c, items));
+    if (!saved && c.missing.empty()) c.failure = "nothing was saved: " + store_error(c.db.get());
+    say_failure(c);
+    if (!saved) return -1;
     // SQLite tells of other connections' commits only.
     for (StoreItem &item : items)
         c.layers[LAYER_WORKING].items[cache_key(c, item.group, item.key)] = std::move(item.value);

@@ -3,40 +3,44 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
+#include <string_view>
 
 #include "platform/builtin/store.h"
 #include "platform/device.h"
 #include "platform/zevcfg.h"
 
-SyncMarker read_sync_marker() {
-    SyncMarker marker = {};
-    marker.exists = read_device_file(SAVED_CHANGES_FILE, 1024, &marker.text);
-    return marker;
+Saved read_marker() {
+    std::string text;
+    if (!read_device_file(SAVED_CHANGES_FILE, 1024, &text)) return Saved::NOTHING;
+    return atoi(text.c_str()) == 1 ? Saved::CHANGES_FOR_REBOOT : Saved::CHANGES;
 }
 
-bool needs_reboot(const SyncMarker &marker) {
-    return marker.exists && atoi(marker.text.c_str()) == 1;
-}
-
-// Written beside its place and moved there: readers see a whole marker, and a link put at its place by
-// another user is replaced, not followed.
-bool write_sync_marker(const SyncMarker &marker) {
-    std::string place = device_path(SAVED_CHANGES_FILE);
-    if (!marker.exists) return unlink(place.c_str()) == 0 || !device_file_exists(SAVED_CHANGES_FILE);
-    std::string draft = place + ".XXXXXX";
-    int fd = mkostemp(draft.data(), O_CLOEXEC);
-    if (fd < 0) return false;
-    bool written =
-        write(fd, marker.text.data(), marker.text.size()) == static_cast<ssize_t>(marker.text.size());
-    written = fchmod(fd, 0644) == 0 && written;
-    written = close(fd) == 0 && written;
-    if (written && rename(draft.c_str(), place.c_str()) == 0) return true;
-    unlink(draft.c_str());
-    return false;
+// Written in its place, so that a process that is killed here leaves no draft behind: a file of two bytes is
+// the old or the new one, and an empty one, just made, is one of no reboot.
+bool write_marker(Saved saved) {
+    if (read_marker() == saved && saved != Saved::NOTHING) return true;
+    if (saved == Saved::NOTHING) {
+        remove_device_file(SAVED_CHANGES_FILE);
+        return !device_file_exists(SAVED_CHANGES_FILE);
+    }
+    int fd = open_device_file(SAVED_CHANGES_FILE, O_WRONLY | O_NONBLOCK);
+    struct stat facts = {};
+    bool ours = fd >= 0 && fstat(fd, &facts) == 0 && S_ISREG(facts.st_mode) && facts.st_nlink == 1 &&
+                facts.st_uid == geteuid();
+    // Whatever another user has put at its place is replaced, not written to.
+    if (!ours) {
+        if (fd >= 0) close(fd);
+        remove_device_file(SAVED_CHANGES_FILE);
+        fd = open_device_file(SAVED_CHANGES_FILE, O_WRONLY | O_CREAT | O_EXCL, 0644);
+        if (fd < 0) return false;
+        fchmod(fd, 0644);  // whatever the umask
+    }
+    std::string_view text = saved == Saved::CHANGES_FOR_REBOOT ? "1\n" : "0\n";
+    bool written = pwrite(fd, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size());
+    return close(fd) == 0 && written;
 }
 
 int check_apply_need_reboot() {
-    return needs_reboot(read_sync_marker()) ? 1 : 0;
+    return read_marker() == Saved::CHANGES_FOR_REBOOT ? 1 : 0;
 }

@@ -2,6 +2,7 @@
 #include "platform/zevcfg.h"
 
 #include <spawn.h>
+#include <sys/file.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,17 +18,16 @@
 
 enum ExitStatus : int { DONE = 0, FAILED = 1, WRONG_USAGE = 2, NO_SUCH_ITEM = 4 };
 
-static int fail(const char *why, int status = FAILED) {
-    fprintf(stderr, "zevcfg: %s\n", why);
+static int fail(const std::string &why, int status = FAILED) {
+    fprintf(stderr, "zevcfg: %s\n", why.c_str());
     return status;
 }
-
-static constexpr char NO_STORE[] = "no configuration store (zevcfg init makes one)";
 
 // What the command line names.
 struct Request {
     bool demo = false;
     bool current = false;
+    bool exit_code = false;
     std::string group, key, value, file;
     std::vector<std::string> command;
 
@@ -37,32 +37,42 @@ struct Request {
 // ---- items ----
 
 static int get(Layer layer, const Request &request) {
-    std::string text;
+    std::string text, why;
     bool found = layer == LAYER_SYSTEM ? system_item(request.key, &text)
                                        : find_item(layer, request.group, request.key, &text) == 0;
-    if (!found && !open_store()) return fail(NO_STORE);
+    if (!found && !open_store(&why)) return fail(why);
     if (!found) return fail("no such item", NO_SUCH_ITEM);
     std::cout << text << '\n';
-    return DONE;
+    return std::cout.flush() ? DONE : fail("cannot write the output");
 }
 
-static int set(Layer layer, const Request &request) {
-    Database db = open_store();
-    if (!db) return fail(NO_STORE);
+// What is done to the running configuration by hand is not undone by an apply that fails.
+static std::vector<Layer> written_with(Layer layer) {
+    if (layer == LAYER_RUNNING) return {LAYER_RUNNING, LAYER_APPLIED};
+    return {layer};
+}
+
+static int write_items(Layer layer, const std::vector<StoreItem> &items) {
+    std::string why;
+    Database db = open_store(&why);
+    if (!db) return fail(why);
     Transaction transaction(db.get());
-    bool written = transaction.started() &&
-                   put_items(db.get(), layer, {{request.group, request.key, request.value}}) &&
-                   transaction.commit();
-    return written ? DONE : fail("cannot write the item");
+    bool written = transaction.started();
+    for (Layer each : written_with(layer)) written = written && put_items(db.get(), each, items);
+    return written && transaction.commit() ? DONE : fail(store_error(db.get()));
 }
 
 static int unset(Layer layer, const Request &request) {
-    Database db = open_store();
-    if (!db) return fail(NO_STORE);
+    std::string why;
+    Database db = open_store(&why);
+    if (!db) return fail(why);
     Transaction transaction(db.get());
-    if (!transaction.started()) return fail("cannot remove the item");
-    if (!remove_item(db.get(), layer, request.group, request.key)) return fail("no such item", NO_SUCH_ITEM);
-    return transaction.commit() ? DONE : fail("cannot remove the item");
+    if (!transaction.started()) return fail(store_error(db.get()));
+    bool found = false;
+    for (Layer each : written_with(layer))
+        found = remove_item(db.get(), each, request.group, request.key) || found;
+    if (!found) return fail("no such item", NO_SUCH_ITEM);
+    return transaction.commit() ? DONE : fail(store_error(db.get()));
 }
 
 // ---- export and import: GROUP<TAB>KEY<TAB>VALUE ----
@@ -98,14 +108,33 @@ static bool unescape(std::string_view text, std::string *out) {
 }
 
 static int export_items(const Request &request) {
-    Database db = open_store();
-    if (!db) return fail(NO_STORE);
+    std::string why;
+    Database db = open_store(&why);
+    if (!db) return fail(why);
     std::vector<StoreItem> items;
     if (!list_items(db.get(), request.configuration(), request.group, &items))
-        return fail("cannot read the store");
+        return fail(store_error(db.get()));
     for (const StoreItem &item : items)
         std::cout << escaped(item.group) << '\t' << escaped(item.key) << '\t' << escaped(item.value) << '\n';
     return std::cout.flush() ? DONE : fail("cannot write the output");
+}
+
+static std::string shown(const std::optional<std::string> &value) {
+    return value ? escaped(*value) : "(not set)";
+}
+
+static int diff(const Request &request) {
+    std::string why;
+    Database db = open_store(&why);
+    if (!db) return fail(why);
+    std::vector<Difference> differences;
+    if (!list_differences(db.get(), LAYER_RUNNING, LAYER_WORKING, request.group, &differences))
+        return fail(store_error(db.get()));
+    for (const Difference &d : differences)
+        std::cout << escaped(d.group) << ' ' << escaped(d.key) << ": " << shown(d.before) << " -> "
+                  << shown(d.after) << '\n';
+    if (!std::cout.flush()) return fail("cannot write the output");
+    return request.exit_code && !differences.empty() ? FAILED : DONE;
 }
 
 static bool read_item(std::string_view line, StoreItem *item) {
@@ -127,42 +156,35 @@ static int import_items(const Request &request) {
     for (std::string line; std::getline(input, line);) {
         StoreItem item;
         if (!read_item(line, &item))
-            return fail(
-                ("line " + std::to_string(items.size() + 1) + " is not GROUP<TAB>KEY<TAB>VALUE").c_str());
+            return fail("line " + std::to_string(items.size() + 1) + " is not GROUP<TAB>KEY<TAB>VALUE");
         items.push_back(std::move(item));
     }
     if (input.bad()) return fail("cannot read the file");
-    Database db = open_store();
-    if (!db) return fail(NO_STORE);
-    Transaction transaction(db.get());
-    bool written =
-        transaction.started() && put_items(db.get(), request.configuration(), items) && transaction.commit();
-    return written ? DONE : fail("cannot write the items");
+    return write_items(request.configuration(), items);
 }
 
-// ---- apply, reset, lock ----
+// ---- apply, boot, reset, lock ----
 
-static int apply() {
-    zevcfg_handle *handle = init_zevcfg_f(&config_ram);
-    if (handle == nullptr) return fail(NO_STORE);
-    int result = apply_cfg(handle);
-    close_zevcfg(handle);
-    return result == 0 ? DONE : fail("the configuration was not applied");
+static int finish(bool (*task)(std::string *why), const char *failure) {
+    std::string why;
+    return task(&why) ? DONE : fail(failure + why);
 }
 
 static int run_locked(char **command) {
-    int lock = lock_zevcfg(0, 0);
-    if (lock < 0) return fail("the store is locked, or there is none");
+    std::string why;
+    if (!open_store(&why)) return fail(why);
+    int lock = take_lock(LOCK_EX | LOCK_NB);
+    if (lock < 0) return fail(errno == EWOULDBLOCK ? "the store is locked" : strerror(errno));
     pid_t pid = -1;
     int error = posix_spawnp(&pid, command[0], nullptr, nullptr, command, environ);
     if (error != 0) {
-        unlock_zevcfg(lock);
-        return fail((std::string(command[0]) + ": " + strerror(error)).c_str());
+        free_lock(lock);
+        return fail(std::string(command[0]) + ": " + strerror(error));
     }
     int status = 0;
     while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
     }
-    unlock_zevcfg(lock);
+    free_lock(lock);
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
@@ -218,7 +240,13 @@ static void add_commands(CLI::App *app, Request *request) {
     }
     add_commands_for_list(app->add_subcommand("sys", "System items"), request);
     add_commands_for_list(app->add_subcommand("env", "Variables of the rc environment"), request);
+    CLI::App *difference =
+        app->add_subcommand("diff", "Print what an apply would change: GROUP KEY: RUNNING -> SAVED");
+    difference->add_flag("--exit-code", request->exit_code, "Exit status 1 when there is anything");
+    difference->add_option("GROUP", request->group);
     app->add_subcommand("apply", "Make the working configuration the running one");
+    app->add_subcommand("boot",
+                        "Once while the device starts: apply, and remove what daemons of the last run left");
     app->add_subcommand("reset", "Take the factory configuration as the working one");
     app->add_subcommand("lock",
                         "Run a command while holding the store lock; fails at once when another holds it")
@@ -230,20 +258,23 @@ static void add_commands(CLI::App *app, Request *request) {
 static int run_item_command(const std::string &name, Layer layer, const Request &request) {
     if (request.key.empty()) return fail("an item needs a name", WRONG_USAGE);
     if (name == "get") return get(layer, request);
-    return name == "set" ? set(layer, request) : unset(layer, request);
+    return name == "set" ? write_items(layer, {{request.group, request.key, request.value}})
+                         : unset(layer, request);
 }
 
 static int run_request(const CLI::App &app, const Request &request) {
     const CLI::App *command = app.get_subcommands().front();
     const std::string &name = command->get_name();
     if (name == "init") {
-        const char *failure = set_up_device(request.demo);
-        return failure == nullptr ? DONE : fail(failure);
+        std::string failure = set_up_device(request.demo);
+        return failure.empty() ? DONE : fail(failure);
     }
     if (name == "export") return export_items(request);
     if (name == "import") return import_items(request);
-    if (name == "apply") return apply();
-    if (name == "reset") return reset_zevcfg() == 0 ? DONE : fail("the configuration was not reset");
+    if (name == "diff") return diff(request);
+    if (name == "apply") return finish(apply_store, "not applied: ");
+    if (name == "boot") return finish(boot_store, "not applied: ");
+    if (name == "reset") return finish(reset_store, "not reset: ");
     if (name == "sys" || name == "env")
         return run_item_command(command->get_subcommands().front()->get_name(),
                                 name == "sys" ? LAYER_SYSTEM : LAYER_ENVIRONMENT, request);
