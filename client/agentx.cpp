@@ -5,6 +5,7 @@
 #include "client/agentx_handler.h"
 #include "client/log.h"
 #include "client/netsnmp.h"
+#include "client/notify.h"
 #include "client/protocol.h"
 #include "platform/device.h"
 
@@ -74,6 +75,7 @@ static int serve(const Options &options) {
         return 1;
     }
     init_snmp(PROGRAM);
+    start_notifications(options.socket);
     log_line(LOG_INFO,
              "serving " + std::string(ROOT_OID) + " to " + options.master + " from " + options.socket);
     while (!stopped) {

@@ -26,6 +26,8 @@ static u_char asn_type(Syntax syntax) {
             return ASN_IPADDRESS;
         case Syntax::GAUGE32:
             return ASN_GAUGE;
+        case Syntax::COUNTER32:
+            return ASN_COUNTER;
         case Syntax::COUNTER64:
             return ASN_COUNTER64;
         case Syntax::OTHER:

@@ -132,8 +132,8 @@ const char *word_of(const Object *object, std::string_view value) {
     const auto [end, code] = std::from_chars(value.data(), value.data() + value.size(), number);
     if (!object || !object->words || code != std::errc() || end != value.data() + value.size())
         return nullptr;
-    for (const Word &word : *object->words)
-        if (word.text && word.value == number) return word.text;
+    for (const Word &word : object->words)
+        if (word.value == number) return word.text;
     return nullptr;
 }
 
@@ -167,9 +167,8 @@ std::string format_value(const Object *object, std::string_view value) {
 }
 
 std::string wire_value(const Object &object, std::string_view value) {
-    if (object.words)
-        for (const Word &word : *object.words)
-            if (word.text && same_name(word.text, value)) return std::to_string(word.value);
+    for (const Word &word : object.words)
+        if (same_name(word.text, value)) return std::to_string(word.value);
     return std::string(value);
 }
 
@@ -189,10 +188,15 @@ std::string set_text(const Object &object, std::string_view value, std::string *
 }
 
 std::string accepted_values(const Object &object) {
+    constexpr int MANY = 20;
     std::string out;
     if (object.words) {
-        for (const Word &word : *object.words) {
-            if (!word.text || !object.in_range(word.value)) continue;
+        const Word &last = object.words.end()[-1];
+        for (const Word &word : object.words) {
+            if (!object.in_range(word.value)) continue;
+            if (object.words.size() > MANY && word.value != object.words.begin()->value &&
+                word.value != last.value)
+                continue;
             out += (out.empty() ? "" : ", ") + std::to_string(word.value) + " (" + word.text + ")";
         }
         return out;

@@ -23,6 +23,8 @@ static std::string value_lines(const Value &value) {
             return "ipaddress\n" + to_text(value);
         case Syntax::GAUGE32:
             return "gauge\n" + to_text(value);
+        case Syntax::COUNTER32:
+            return "counter\n" + to_text(value);
         case Syntax::COUNTER64:
             return "counter64\n" + to_text(value);
         case Syntax::OCTET_STRING:

@@ -36,7 +36,10 @@ bool is_below(const Oid &oid, const Oid &branch) {
 Syntax syntax_of(const Object &object) {
     switch (object.type) {
         case INTEGER:
-            return object.is_byte_counter() ? Syntax::COUNTER64 : Syntax::INTEGER32;
+            return object.smi == GAUGE32     ? Syntax::GAUGE32
+                   : object.smi == COUNTER32 ? Syntax::COUNTER32
+                   : object.smi == COUNTER64 ? Syntax::COUNTER64
+                                             : Syntax::INTEGER32;
         case STRING:
             return Syntax::OCTET_STRING;
         case TIMETICKS:
@@ -68,6 +71,7 @@ std::optional<Value> to_value(const Object &object, std::string_view text) {
             return number_value(syntax, text, std::numeric_limits<int32_t>::min(),
                                 std::numeric_limits<int32_t>::max());
         case Syntax::GAUGE32:
+        case Syntax::COUNTER32:
             return number_value(syntax, text, 0, MAX32);
         case Syntax::COUNTER64:
             return number_value(syntax, text, 0, MAX64);

@@ -19,7 +19,7 @@ std::string oid_text(const Oid &oid);
 // Below or at `branch`.
 bool is_below(const Oid &oid, const Oid &branch);
 
-enum class Syntax { INTEGER32, OCTET_STRING, TIMETICKS, IPADDRESS, GAUGE32, COUNTER64, OTHER };
+enum class Syntax { INTEGER32, OCTET_STRING, TIMETICKS, IPADDRESS, GAUGE32, COUNTER32, COUNTER64, OTHER };
 
 struct Value {
     Syntax syntax = Syntax::OTHER;

@@ -75,7 +75,7 @@ static uint64_t moved(const std::string &before, const std::string &now) {
 }
 
 static bool is_counter(const Object &column) {
-    return std::string_view(column.unit) == "octets";
+    return column.smi == COUNTER32;
 }
 
 struct ShownRow {

@@ -3,8 +3,11 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <functional>
 #include <set>
 #include <sstream>
+
+#include "registry/notifications.h"
 
 // The branches that the registry knows by number only.
 
@@ -80,11 +83,12 @@ static constexpr const char *HEAD = R"(ZEVSIC-MIB DEFINITIONS ::= BEGIN
 -- Made by mib/generate from the daemon's registry and mib/descriptions.txt: change those, not this file.
 
 IMPORTS
-    MODULE-IDENTITY, OBJECT-TYPE, Integer32, IpAddress, TimeTicks, Counter64, enterprises
+    MODULE-IDENTITY, OBJECT-TYPE, NOTIFICATION-TYPE, Integer32, Gauge32, IpAddress, TimeTicks, Counter32,
+    Counter64, enterprises
         FROM SNMPv2-SMI
     TEXTUAL-CONVENTION, MacAddress
         FROM SNMPv2-TC
-    MODULE-COMPLIANCE, OBJECT-GROUP
+    MODULE-COMPLIANCE, OBJECT-GROUP, NOTIFICATION-GROUP
         FROM SNMPv2-CONF;
 
 zevsicMIB MODULE-IDENTITY
@@ -310,8 +314,8 @@ static void add_label(ValueSet *syntax, const Object &object, int value, const s
 ValueSet write_values(const Object &object, const Description &description, Errors *errors) {
     ValueSet syntax;
     if (object.type == INTEGER && object.words) {
-        for (const Word &word : *object.words)
-            if (word.text && object.in_range(word.value))
+        for (const Word &word : object.words)
+            if (object.in_range(word.value))
                 add_label(&syntax, object, word.value, smi_label(word.text, description.label_prefix),
                           errors);
     } else {
@@ -328,10 +332,8 @@ ValueSet write_values(const Object &object, const Description &description, Erro
 ValueSet read_values(const Object &object, const Description &description, Errors *errors) {
     ValueSet syntax;
     if (object.type == INTEGER && object.words) {
-        for (const Word &word : *object.words)
-            if (word.text)
-                add_label(&syntax, object, word.value, smi_label(word.text, description.label_prefix),
-                          errors);
+        for (const Word &word : object.words)
+            add_label(&syntax, object, word.value, smi_label(word.text, description.label_prefix), errors);
         for (const Description::Reads &reads : description.reads)
             add_label(&syntax, object, reads.range.low, reads.label, errors);
         std::sort(syntax.labels.begin(), syntax.labels.end());
@@ -353,7 +355,11 @@ ValueSet read_values(const Object &object, const Description &description, Error
 static std::string type_of(const Object &object) {
     switch (object.type) {
         case INTEGER:
-            return object.is_byte_counter() ? "Counter64" : object.words ? "INTEGER" : "Integer32";
+            return object.smi == COUNTER64   ? "Counter64"
+                   : object.smi == COUNTER32 ? "Counter32"
+                   : object.smi == GAUGE32   ? "Gauge32"
+                   : object.words            ? "INTEGER"
+                                             : "Integer32";
         case STRING:
             return "ZevsicText";
         case TIMETICKS:
@@ -487,6 +493,58 @@ static std::string auxiliary_definition(const Index &index, const Description &d
            "    " + place(oid, errors);
 }
 
+using Describe = std::function<const Description &(const std::string &name)>;
+
+static std::string notifications(const Describe &description_of) {
+    const std::string arc = std::to_string(NOTIFICATION_ARC);
+    const std::string object_arc = std::to_string(NOTIFICATION_OBJECT_ARC);
+    std::string out = "\n-- Notifications: arcs that the device never answers.\n\n";
+    out += "zevsicNotifications OBJECT IDENTIFIER ::= { zevsicMIB " + arc + " }\n";
+    out += "zevsicNotificationObjects OBJECT IDENTIFIER ::= { zevsicMIB " + object_arc + " }\n";
+    for (const NotificationObject &object : NOTIFICATION_OBJECTS) {
+        ValueSet values;
+        for (const Word &word : object.words)
+            values.labels.emplace_back(word.value, smi_label(word.text, ""));
+        out += std::string("\n") + object.name + " OBJECT-TYPE\n    SYNTAX " +
+               format({.type = INTEGER, .words = object.words}, values) + "\n";
+        out += "    MAX-ACCESS accessible-for-notify\n    STATUS current\n" +
+               described(description_of(object.name).paragraphs);
+        out += "    ::= { zevsicNotificationObjects " + std::to_string(object.arc) + " }\n";
+    }
+    for (const Notification &notification : NOTIFICATIONS) {
+        std::string objects;
+        for (const int number : notification.objects)
+            if (number > 0)
+                objects += (objects.empty() ? "" : ", ") + std::string(NOTIFICATION_OBJECTS[number - 1].name);
+        out += std::string("\n") + notification.name + " NOTIFICATION-TYPE\n";
+        if (!objects.empty()) out += "    OBJECTS { " + objects + " }\n";
+        out += "    STATUS current\n" + described(description_of(notification.name).paragraphs);
+        out += "    ::= { zevsicNotifications " + std::to_string(notification.kind) + " }\n";
+    }
+    return out;
+}
+
+// What is in `list`, for the braces of a group.
+template <typename List>
+static std::string members_of(const List &list) {
+    std::string out;
+    for (const auto &item : list)
+        out += (out.empty() ? "\n        " : ",\n        ") + std::string(item.name);
+    return out;
+}
+
+static std::string notification_groups() {
+    return "\nzevsicNotificationObjectGroup OBJECT-GROUP\n    OBJECTS {" + members_of(NOTIFICATION_OBJECTS) +
+           "\n    }\n    STATUS current\n    DESCRIPTION \"What comes with notifications.\"\n"
+           "    ::= { zevsicConformance " +
+           std::to_string(NOTIFICATION_OBJECT_ARC) +
+           " }\n"
+           "\nzevsicNotificationGroup NOTIFICATION-GROUP\n    NOTIFICATIONS {" +
+           members_of(NOTIFICATIONS) +
+           "\n    }\n    STATUS current\n    DESCRIPTION \"The notifications.\"\n"
+           "    ::= { zevsicConformance 253 }\n";
+}
+
 static std::string conformance(const Descriptions &descriptions, Errors *errors) {
     std::string out = "\n-- Conformance: arcs that the device never answers.\n\n";
     out += "zevsicConformance OBJECT IDENTIFIER ::= { zevsicMIB 255 }\n";
@@ -504,6 +562,8 @@ static std::string conformance(const Descriptions &descriptions, Errors *errors)
         out.append(".\"\n    ::= { zevsicConformance ").append(group.oid).append(" }\n");
         mandatory += (mandatory.empty() ? "\n        " : ",\n        ") + name;
     }
+    out += notification_groups();
+    mandatory += ",\n        zevsicNotificationObjectGroup,\n        zevsicNotificationGroup";
     out +=
         "\nzevsicCompliance MODULE-COMPLIANCE\n    STATUS current\n" +
         described(
@@ -552,6 +612,7 @@ std::string make_module(const Descriptions &descriptions, Errors *errors) {
             errors->push_back("no name for " + std::string(object.oid));
         }
     }
+    out += notifications(description_of);
     out += conformance(descriptions, errors);
     for (const auto &[name, description] : descriptions)
         if (!used.contains(name)) errors->push_back("describes nothing: " + name);

@@ -23,6 +23,10 @@ struct Range {
     int high = -1;  // low > high: no range
 };
 
+// What managers have an integer as: one of the type's own range, or a number that is never negative. A
+// counter starts anew at 2^32, or is one that outgrows 32 bits within minutes on a busy radio.
+enum Smi : uint8_t { BY_TYPE, GAUGE32, COUNTER32, COUNTER64 };
+
 // Which instance arcs an object has.
 enum Rows : uint8_t {
     SCALAR,           // 0
@@ -41,16 +45,13 @@ struct Object {
     ValueType type = TYPE_NONE;
     Access access = NO_ACCESS;
     std::array<Range, 3> range{};  // what a SET accepts; several ranges are alternatives
-    const Words *words = nullptr;
+    Words words;
     const char *unit = "";
+    Smi smi = BY_TYPE;
     bool secret = false;     // a key or password: shown only to those who ask for secrets
     bool transient = false;  // writable, but kept by the daemon only: no part of the configuration
 
     constexpr bool is_branch() const { return type == TYPE_NONE; }
-    // A byte counter outgrows 32 bits within minutes on a busy radio: managers get it as a Counter64.
-    constexpr bool is_byte_counter() const {
-        return type == INTEGER && access == READ_ONLY && std::string_view(unit) == "octets";
-    }
     constexpr bool has_range() const { return range[0].low <= range[0].high; }
     // True when the number is within one of the ranges, or there is no range.
     constexpr bool in_range(long number) const {

@@ -9,6 +9,7 @@
 
 #include "client/protocol.h"
 #include "client/subtree.h"
+#include "registry/notifications.h"
 #include "tests/device_root.h"
 #include "tests/process.h"
 
@@ -53,7 +54,7 @@ class SnmpTest : public testing::Test {
                     "100"});  // live values stay as they are for a test's length
     }
     ~SnmpTest() override {
-        for (const pid_t *process : {&daemon, &front_end, &master}) end(*process);
+        for (const pid_t process : {daemon, front_end, master, manager}) end(process);
         unsetenv("MIBS");
     }
     void run_zevcfg(std::vector<std::string> words) const {
@@ -111,13 +112,17 @@ class SnmpTest : public testing::Test {
     }
 
     DeviceRoot root;
-    pid_t daemon = 0, front_end = 0, master = 0;
+    pid_t daemon = 0, front_end = 0, master = 0, manager = 0;
     int port = 0;
 };
 
 // A value as the tools print it.
 static std::string printed(const Value &value) {
     switch (value.syntax) {
+        case Syntax::GAUGE32:
+            return "Gauge32: " + to_text(value);
+        case Syntax::COUNTER32:
+            return "Counter32: " + to_text(value);
         case Syntax::INTEGER32:
             return "INTEGER: " + to_text(value);
         case Syntax::COUNTER64:
@@ -201,7 +206,9 @@ TEST_F(SnmpTest, WalksEverythingInOrderAndAsksForNoRowTwice) {
     std::vector<std::string> asked;
     std::istringstream trace(root.read("/tmp/trace").substr(traced_before.size()));
     for (std::string line; std::getline(trace, line);)
-        if (line.starts_with("recv oid=")) asked.push_back(line);
+        if (line.starts_with("recv oid=") && line.find(".6.1.26.0") == std::string::npos &&
+            line.find(".6.1.62.0") == std::string::npos)  // those the notifications ask for too
+            asked.push_back(line);
 
     size_t unfit = 0;
     const std::vector<WalkedRow> rows = walk_socket(&unfit);
@@ -279,6 +286,61 @@ TEST_F(SnmpTest, AStoppedDaemonDelaysNobodyElse) {
     RecordProperty("other_ms", other.ms);
 }
 
+TEST_F(SnmpTest, NotifiesAManagerWhileTrapsAreEnabled) {
+    if (access("/usr/sbin/snmptrapd", X_OK) != 0) GTEST_SKIP() << "snmptrapd is not installed";
+    const std::string sink = "127.0.0.1:" + std::to_string(free_udp_port());
+    root.write("/etc/snmptrapd.conf", "disableAuthorization yes\n");
+    manager = start({"/usr/sbin/snmptrapd", "-f", "-n", "-On", "-Lo", "-C", "-c",
+                     root.path("/etc/snmptrapd.conf"), "udp:" + sink},
+                    root.path("/tmp/traps"));
+    run_zevcfg({"env", "set", "REBOOT_GROUPS", "syslog"});
+    root.write_tool("/sbin/wget", "exit 0");  // the configuration comes, and reaches no server
+    root.write_tool("/sbin/tftp", "exit 1");
+    start_daemon();
+    start_master("trap2sink " + sink + " public\n");
+    start_front_end();
+    ASSERT_TRUE(answers_within(20000));
+    // The values that have come with a notification, in the order of their arrival.
+    const auto received = [this](NotificationKind kind) {
+        std::vector<std::string> all;
+        std::istringstream lines(root.read("/tmp/traps"));
+        const std::string name = "OID: " + full("0." + std::to_string(kind));
+        for (std::string line; std::getline(lines, line);) {
+            const size_t at = line.find(name);
+            if (at == std::string::npos) continue;
+            std::string &values = all.emplace_back();
+            for (size_t value = at; (value = line.find("INTEGER: ", value)) != std::string::npos;)
+                values += line.substr(value += 9, 1);
+        }
+        return all;
+    };
+    const auto arrives = [&](NotificationKind kind, std::vector<std::string> values) {
+        EXPECT_TRUE(eventually([&] { return received(kind) == values; }))
+            << kind << "\n"
+            << root.read("/tmp/traps") << root.read("/tmp/front_end");
+    };
+
+    tool("snmpset", NAME + " s lobby " + full("1.62.0") + " i 1");  // traps are not enabled yet
+    ASSERT_TRUE(eventually([this] { return value(full("1.62.0")) == "0\n"; }));
+    tool("snmpset", full("1.26.0") + " i 2 " + full("1.62.0") + " i 1");
+    arrives(APPLY_ENDED, {"1"});
+    ASSERT_TRUE(answers_within(20000));
+
+    tool("snmpset",
+         full("1.63.1.0") + " a 127.0.0.1 " + full("1.63.2.0") + " s file " + full("1.63.3.0") + " i 2");
+    tool("snmpset", full("1.63.4.0") + " i 2");
+    arrives(TRANSFER_ENDED, {"125"});
+
+    tool("snmpset", full("1.29.0") + " i 2 " + full("1.62.0") + " i 1");
+    arrives(REBOOT_NEEDED, {""});
+
+    end(daemon);
+    arrives(DAEMON_SILENT, {""});
+    start_daemon();
+    arrives(DAEMON_ANSWERS, {""});
+    EXPECT_EQ(received(APPLY_ENDED).size(), 1U) << root.read("/tmp/traps");
+}
+
 TEST_F(SnmpTest, IsBackSoonAfterARestart) {
     start_all();
     end(daemon);
@@ -347,7 +409,9 @@ TEST_F(SnmpTest, PassPersistGivesTheSame) {
 
 TEST(Translate, TextsAndTheirSyntaxes) {
     constexpr Object NUMBER{.type = INTEGER};
-    constexpr Object BYTES{.type = INTEGER, .access = READ_ONLY, .unit = "octets"};
+    constexpr Object BYTES{.type = INTEGER, .smi = COUNTER64};
+    constexpr Object WRAPPING_BYTES{.type = INTEGER, .smi = COUNTER32};
+    constexpr Object LEVEL{.type = INTEGER, .smi = ::GAUGE32};
     constexpr Object TICKS{.type = ::TIMETICKS};
     constexpr Object ADDRESS{.type = ::IPADDRESS};
     const struct {
@@ -362,6 +426,10 @@ TEST(Translate, TextsAndTheirSyntaxes) {
         {&NUMBER, "Unknown", nullptr},
         {&BYTES, "2147483648", "Counter64: 2147483648"},
         {&BYTES, "-1", nullptr},
+        {&WRAPPING_BYTES, "4294967295", "Counter32: 4294967295"},
+        {&WRAPPING_BYTES, "4294967296", nullptr},
+        {&LEVEL, "98", "Gauge32: 98"},
+        {&LEVEL, "-1", nullptr},
         {&TICKS, "4294967297", "Timeticks: (1)"},
         {&ADDRESS, "255.0.0.1", "IpAddress: 255.0.0.1"},
         {&ADDRESS, "1.2.3", nullptr},

@@ -167,17 +167,22 @@ TEST(Mib, DefaultsAreThoseOfTheFactoryConfiguration) {
 
 // ---- other readers of modules ----
 
-TEST(Mib, LintFindsOnlyTheTablesBelowRows) {
+// mib/README.md gives the reason of each: the OIDs are the device's.
+TEST(Mib, LintFindsOnlyWhatTheOidsFix) {
     if (!has_tool("smilint")) GTEST_SKIP() << "smilint is not installed";
     const std::string found =
-        output_of("SMIPATH=" + FOLDER + "base smilint -s -m -l 4 " + FOLDER + "ZEVSIC-MIB 2>&1");
+        output_of("SMIPATH=" + FOLDER + "base smilint -s -m -l 6 " + FOLDER + "ZEVSIC-MIB 2>&1");
+    std::map<std::string, int> count;
     std::istringstream lines(found);
-    int count = 0;
-    for (std::string line; std::getline(lines, line); count++)
-        EXPECT_TRUE(line.find("{parent-table}") != std::string::npos ||
-                    line.find("{sequence-missing-column}") != std::string::npos)
-            << line;
-    EXPECT_EQ(count, 14) << "two lines for each table below a row: see mib/README.md";
+    for (std::string line; std::getline(lines, line);) {
+        const size_t open = line.find('{');
+        count[open == std::string::npos ? line : line.substr(open, line.find('}') + 1 - open)]++;
+    }
+    const std::map<std::string, int> fixed = {{"{parent-table}", 7},
+                                              {"{sequence-missing-column}", 7},
+                                              {"{sequence-order}", 3},
+                                              {"{index-element-accessible}", 12}};
+    EXPECT_EQ(count, fixed) << found;
 }
 
 TEST(Mib, EveryObjectIsTranslatedBothWays) {
