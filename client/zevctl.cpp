@@ -1,10 +1,13 @@
 // zevctl: the daemon's request socket from the command line.
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
 
 #include "client/commands.h"
+#include "client/metrics.h"
 #include "client/pass_persist.h"
 #include "client/protocol.h"
 #include "client/table.h"
@@ -122,6 +125,19 @@ static int run(std::vector<std::string> arguments) {
         ->type_name("N")
         ->check(CLI::PositiveNumber);
     watch_command->final_callback([&] { status = watch_stations(client, watching); });
+
+    bool http = false;
+    auto *metrics_command =
+        app.add_subcommand("metrics", "Print what a monitoring system wants, in the Prometheus text format");
+    auto *collectors = metrics_command->add_option("COLLECTOR", objects, "Some of it only")
+                           ->check(CLI::IsMember(metrics_collectors()));
+    metrics_command
+        ->add_flag("--http", http,
+                   "Answer one HTTP request on standard input and output, for a socket of systemd")
+        ->excludes(collectors);
+    metrics_command->final_callback([&] {
+        status = http ? serve_metrics(client, STDIN_FILENO, STDOUT_FILENO) : metrics(client, objects);
+    });
 
     app.add_subcommand("dump", "Have the daemon write its tree to its trace output")->final_callback([&] {
         status = dump(client);
