@@ -239,7 +239,7 @@ SetResult make_change(Subtree *subtree, const Oid &oid, const Value &value, Chan
     change->acts = is_action(object) && value.number != 0;
     if (!ask(subtree, KIND_SET, name, set_text(object, to_text(value), &error), change->acts, &reply))
         return SetResult::NO_ANSWER;
-    const SetResult result = set_result(object, reply.reply_status);
+    const SetResult result = set_result(object, reply.reply_status, change->before.has_value());
     if (result != SetResult::DONE) change->oid.clear();
     return result;
 }

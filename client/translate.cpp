@@ -101,23 +101,85 @@ std::string to_text(const Value &value) {
     return inet_ntop(AF_INET, &address, text, sizeof text);
 }
 
-static size_t instance_arcs(Rows rows) {
+// What the arcs of an instance can be, whatever the device has at the moment.
+static std::vector<Range> instance_arcs(Rows rows) {
+    constexpr Range RADIO = {1, 2}, VAP = {1, 16}, LINK = {1, 8}, ENTRY = {1, 5}, METHOD = {1, 4},
+                    ANY = {0, 255};
     switch (rows) {
         case SCALAR:
+            return {{0, 0}};
         case ENTRY_ROWS:
+            return {ANY};
         case RADIO_ROWS:
-            return 1;
+            return {RADIO};
         case VAP_ROWS:
+            return {RADIO, VAP};
         case LINK_ROWS:
-            return 2;
+            return {RADIO, LINK};
         case VAP_ENTRY_ROWS:
-            return 3;
+            return {RADIO, VAP, ENTRY};
         case VAP_METHOD_ROWS:
-            return 4;
+            return {RADIO, VAP, ENTRY, METHOD};
         case MAC_ROWS:
-            return 6;
+            return std::vector<Range>(6, ANY);
     }
-    return 0;
+    return {};
+}
+
+static bool can_be_instance(const Object &object, const Oid &instance) {
+    const std::vector<Range> arcs = instance_arcs(object.rows());
+    return std::equal(arcs.begin(), arcs.end(), instance.begin(), instance.end(),
+                      [](const Range &range, int64_t arc) { return arc >= range.low && arc <= range.high; });
+}
+
+// Objects that refuse values within their bounds for the state of the device. What the others refuse, they
+// always do.
+constexpr std::string_view CONDITIONAL_OBJECTS[] = {
+    "APSysNTPServer1",
+    "APSysNTPServer2",
+    "APSysSetDateDay",
+    "APSysApplyTime",
+    "APSysSNMPTrapServerIPAddress",
+    "APSysSystemLogServerIPAddress",
+    "APSysCAPWAPDomainNameSuffix",
+    "APSysCAPWAPACAddress1",
+    "APSysCAPWAPACAddress2",
+    "APSysCAPWAPACAddress3",
+    "APSysCAPWAPACAddress4",
+    "APSysCAPWAPACAddress5",
+    "APSysIPv6Mode",
+    "APSysIPv6IPAddress",
+    "APSysIPv6PrefixLen",
+    "APSysIPv6GWAddr",
+    "APSysIPv6FirstDNSAddr",
+    "APSysIPv6SecondDNSAddr",
+    "APSysRestart",
+    "APSysReset",
+    "APSysApplyConfig",
+    "TFTPUpdateCommand",
+    "FTPUpdateCommand",
+    "APSysPortSwitchMode",
+    "APSysSaveConfig",
+    "APRFRadioChannelConfig",
+    "APRFMaxTransmitRate",
+    "VAPWEPCipherKeyValue1",
+    "VAPWEPCipherKeyValue2",
+    "VAPWEPCipherKeyValue3",
+    "VAPWEPCipherKeyValue4",
+    "APWDSLinkEnabled",
+    "APWDSLinkMacAddr",
+    "APWDSLinkWEPKeyLength",
+    "APWDSLinkWEPKeyFormat",
+    "APWDSLinkWEPKeyValue",
+    "APWDSLinkPSKCipherSuite",
+    "APWDSLinkPSKKeyType",
+    "APWDSLinkPSKKeyValue",
+    "L2FirewallRuleIpv4ServiceSelected",
+};
+
+static bool is_conditional(const Object &object) {
+    return std::find(std::begin(CONDITIONAL_OBJECTS), std::end(CONDITIONAL_OBJECTS), object.name) !=
+           std::end(CONDITIONAL_OBJECTS);
 }
 
 SetResult check_set(const Object *object, const Oid &instance, const Value &value) {
@@ -130,12 +192,10 @@ SetResult check_set(const Object *object, const Oid &instance, const Value &valu
     std::string error;
     set_text(*object, to_text(value), &error);
     if (!error.empty()) return SetResult::WRONG_VALUE;  // more than a line, or than a record can carry
-    const bool instance_fits =
-        instance.size() == instance_arcs(object->rows()) && (object->rows() != SCALAR || instance[0] == 0);
-    return instance_fits ? SetResult::DONE : SetResult::NO_CREATION;
+    return can_be_instance(*object, instance) ? SetResult::DONE : SetResult::NO_CREATION;
 }
 
-SetResult set_result(const Object &object, int status) {
+SetResult set_result(const Object &object, int status, bool existed) {
     switch (status) {
         case STATUS_ACCEPTED:
             return SetResult::DONE;
@@ -144,7 +204,8 @@ SetResult set_result(const Object &object, int status) {
         case STATUS_WRONG_TYPE:
             return SetResult::WRONG_TYPE;
         case STATUS_WRONG_VALUE:
-            return object.has_range() ? SetResult::INCONSISTENT_VALUE : SetResult::WRONG_VALUE;
+            if (!existed) return SetResult::INCONSISTENT_NAME;
+            return is_conditional(object) ? SetResult::INCONSISTENT_VALUE : SetResult::WRONG_VALUE;
         default:
             return SetResult::INCONSISTENT_NAME;
     }

@@ -45,12 +45,12 @@ enum class SetResult {
     WRONG_VALUE,
     NO_CREATION,         // an instance that can never be
     INCONSISTENT_NAME,   // an instance that is not there now
-    INCONSISTENT_VALUE,  // within the object's range, and refused all the same
+    INCONSISTENT_VALUE,  // refused for the state of the device: another moment might take it
     NO_ANSWER,
 };
 
 // What can be said about a SET without the daemon. `object` may be null.
 SetResult check_set(const Object *object, const Oid &instance, const Value &value);
 
-// What the daemon's answer to a SET means.
-SetResult set_result(const Object &object, int status);
+// What the daemon's answer to a SET means. `existed`: it answered a GET of the instance before.
+SetResult set_result(const Object &object, int status, bool existed);

@@ -239,15 +239,16 @@ TEST_F(SnmpTest, SetsAllOrNothing) {
         std::string set;
         const char *error;
     } cases[] = {
-        {DESCRIPTION + " s other " + NAME + " s no/name",
-         "inconsistentValue"},  // in range, the second is refused
+        {DESCRIPTION + " s other " + NAME + " s no/name", "wrongValue"},  // in range, and none all the same
+        {DESCRIPTION + " s other " + full("1.47.0") + " i 1", "inconsistentValue"},  // IPv6 is off
         {DESCRIPTION + " s other " + full("1.4.0") + " i 69", "wrongValue"},
         {DESCRIPTION + " s other " + NAME + " s " + std::string(33, 'x'), "wrongLength"},
         {DESCRIPTION + " s other " + NAME + " i 1", "wrongType"},
         {DESCRIPTION + " s other " + full("1.18.0") + " a 10.0.0.1", "notWritable"},
         {DESCRIPTION + " s other " + full("1.99.0") + " i 1", "notWritable"},
         {DESCRIPTION + " s other " + full("1.1.1") + " s x", "noCreation"},
-        {DESCRIPTION + " s other " + full("2.1.1.15.9") + " i 1", "inconsistent"},
+        {DESCRIPTION + " s other " + full("2.1.1.15.3") + " i 1", "noCreation"},
+        {DESCRIPTION + " s other " + full("1.66.1.3.200") + " i 1", "inconsistentName"},
         {DESCRIPTION + " s other " + full("1.15.0") + " a 0.1.2.3", "wrongValue"},  // no range is known
         {DESCRIPTION + " s 'two\nlines'", "wrongValue"},
         {full("1.68.0") + " i 1 " + NAME + " s no/name", "undoFailed"},  // what is saved is saved
@@ -393,7 +394,7 @@ TEST_F(SnmpTest, PassPersistGivesTheSame) {
         {DESCRIPTION + " x 0a", "wrongValue"},
         {full("1.15.0") + " a 10.0.0.7", "IpAddress: 10.0.0.7"},
         {NAME + " i 1", "wrongType"},
-        {NAME + " s no/name", "inconsistentValue"},
+        {NAME + " s no/name", "wrongValue"},
         {full("1.18.0") + " a 10.0.0.1", "notWritable"},
     };
     for (const auto &c : cases) {
