@@ -101,10 +101,13 @@ static Failure add_store(bool demo) {
     // What is empty is none.
     if (stat(device_path(STORE_FILE).c_str(), &facts) == 0 && facts.st_size == 0)
         remove_device_file(STORE_FILE);
-    std::string image = device_file_exists(STORE_FILE) ? "" : new_store(contents);
-    Failure failed = image.empty() ? "" : add_file(STORE_FILE, 0600, image);
-    if (failed.empty()) open_store(&failed);
-    return failed;
+    Failure failed;
+    if (device_file_exists(STORE_FILE)) {
+        open_store(&failed);
+        return failed;
+    }
+    std::string image = new_store(contents);
+    return image.empty() ? "cannot make the store" : add_file(STORE_FILE, 0600, image);
 }
 
 std::string set_up_device(bool demo) {
