@@ -273,10 +273,36 @@ static bool lists_word(std::string_view list, std::string_view word) {
     return false;
 }
 
+// The lists of the firewall and the item that says how long each is.
+static constexpr struct {
+    const char *group, *entry, *size;
+} LISTS[] = {
+    {"bfirewall", "bfw_entry:", "table_size"},
+    {"bfw_service", "uds_entry:", "table_size"},
+    {"bfw_dai", "dhcp_entry:", "dtbl_size"},
+    {"bfw_dai", "privilege_entry:", "ptbl_size"},
+};
+
+// Whoever writes an item of an entry makes the entry: a list becomes long enough to have it.
+static void grow_lists(Cache &c, std::vector<StoreItem> *items) {
+    for (const auto &list : LISTS) {
+        const std::string *stored = look_up(c, LAYER_WORKING, list.group, list.size);
+        const int before = stored ? atoi(stored->c_str()) : 0;
+        int size = before;
+        for (const StoreItem &item : *items) {
+            if (item.group != list.group || !item.key.starts_with(list.entry)) continue;
+            size = std::max(size, atoi(item.key.c_str() + strlen(list.entry)) + 1);
+        }
+        if (size > before) items->push_back({list.group, list.size, std::to_string(size)});
+    }
+}
+
 // Writes the items and the marker of saved changes; both are there or neither.
-static bool save_items(Cache &c, const std::vector<StoreItem> &items) {
+static bool save_items(Cache &c, std::vector<StoreItem> *queued) {
     Transaction transaction(c.db.get());
     if (!transaction.started()) return false;
+    grow_lists(c, queued);
+    const std::vector<StoreItem> &items = *queued;
     const std::string *reboot_groups = look_up(c, LAYER_ENVIRONMENT, "", REBOOT_GROUPS);
     const Saved before = read_marker();
     bool reboot = before == Saved::CHANGES_FOR_REBOOT;
@@ -302,7 +328,7 @@ int set_cfg_items_snmp(zevcfg_handle *handle, const cfg_item *head) {
     }
     Cache &c = cache();
     std::lock_guard lock(c.mutex);
-    bool saved = look_at_store(c) && (items.empty() || save_items(c, items));
+    bool saved = look_at_store(c) && (items.empty() || save_items(c, &items));
     if (!saved && c.missing.empty()) c.failure = "nothing was saved: " + store_error(c.db.get());
     say_failure(c);
     if (!saved) return -1;
