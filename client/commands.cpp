@@ -10,45 +10,80 @@
 #include "client/output.h"
 #include "client/protocol.h"
 
+static std::vector<std::string> complaints;  // of this call
+static std::string document;
+
 int complain(int status, const std::string &text) {
     fprintf(stderr, "zevctl: %s\n", text.c_str());
+    complaints.push_back(text);
     return status;
 }
 
-static int print_value(const Client &client, const Target &target, int type, const std::string &value) {
-    printf("%s\n", (client.json ? value_json : value_line)(target, type, value).c_str());
-    return EXIT_DONE;
+void answer_json(std::string text) {
+    document = std::move(text);
 }
 
+int finish(const Client &client, int status) {
+    if (client.json) print_document(document, complaints);
+    document.clear();
+    complaints.clear();
+    return status;
+}
+
+// Values: printed, or kept for the document.
+struct Printer {
+    const Client &client;
+    std::vector<std::string> documents = {};
+
+    void print(const Target &target, int type, const std::string &value) {
+        if (client.json)
+            documents.push_back(value_json(target, type, value));
+        else
+            puts(value_line(target, type, value).c_str());
+    }
+    // A single value stands for itself.
+    void end(bool is_list) {
+        if (client.json && (is_list || !documents.empty()))
+            answer_json(is_list ? json_array(documents) : documents[0]);
+    }
+};
+
 // GET or GETNEXT of one OID, printed.
-static int print_answer(const Client &client, RequestKind kind, const Target &target) {
+static int print_answer(RequestKind kind, const Target &target, Printer *values) {
+    const Client &client = values->client;
     const Answer answer = exchange(client.socket, kind, target.oid, "", client.timeout_ms);
     if (!answer.error.empty()) return complain(EXIT_NO_DAEMON, answer.error);
     if (answer.reply.reply_status == STATUS_NOTHING)
         return complain(EXIT_REFUSED, format_name(target) + (kind == KIND_GET ? ": no such object or instance"
                                                                               : ": nothing behind it"));
-    return print_value(client, locate(answer.reply.oid), answer.reply.reply_status, answer.reply.value);
+    values->print(locate(answer.reply.oid), answer.reply.reply_status, answer.reply.value);
+    return EXIT_DONE;
 }
 
 int get(const Client &client, const std::vector<std::string> &objects) {
+    Printer values{client};
     int worst = EXIT_DONE;
     for (const std::string &object : objects) {
         const Target target = parse_instance(object);
-        const int status = target.error.empty() ? print_answer(client, KIND_GET, target)
+        const int status = target.error.empty() ? print_answer(KIND_GET, target, &values)
                                                 : complain(EXIT_REFUSED, target.error);
-        if (status == EXIT_NO_DAEMON) return status;
         if (status != EXIT_DONE) worst = status;
+        if (status == EXIT_NO_DAEMON) break;
     }
+    values.end(objects.size() > 1);
     return worst;
 }
 
 int get_next(const Client &client, const std::string &object) {
+    Printer values{client};
     const Target target = parse_target(object);
     if (!target.error.empty()) return complain(EXIT_REFUSED, target.error);
-    return print_answer(client, KIND_GETNEXT, target);
+    const int status = print_answer(KIND_GETNEXT, target, &values);
+    values.end(false);
+    return status;
 }
 
-static std::string refusal(const Object &object, int status) {
+std::string refusal(const Object &object, int status) {
     const std::string accepted = accepted_values(object);
     switch (status) {
         case STATUS_NOTHING:
@@ -84,7 +119,11 @@ int set(const Client &client, const std::string &object, const std::string &valu
     std::string wire;
     if (!target.error.empty()) return complain(EXIT_REFUSED, target.error);
     const int status = send_set(client, target, value, &wire);
-    return status == EXIT_DONE ? print_value(client, target, target.object->type, wire) : status;
+    if (status != EXIT_DONE) return status;
+    Printer values{client};
+    values.print(target, target.object->type, wire);
+    values.end(false);
+    return status;
 }
 
 int walk_values(const Client &client, const std::string &from,
@@ -123,25 +162,20 @@ int walk_values(const Client &client, const std::string &from,
 int walk(const Client &client, const std::string &from) {
     const Target target = parse_target(from.empty() ? ROOT_OID : from);
     if (!target.error.empty()) return complain(EXIT_REFUSED, target.error);
-    const char *separator = "[\n";
     std::string error;
+    Printer values{client};
     const auto print = [&](const Target &at, const snmp_reply &reply) {
-        if (client.json) {
-            printf("%s%s", separator, value_json(at, reply.reply_status, reply.value).c_str());
-            separator = ",\n";
-        } else {
-            print_value(client, at, reply.reply_status, reply.value);
-        }
+        values.print(at, reply.reply_status, reply.value);
     };
     const int status = walk_values(client, target.oid, print, &error);
-    if (client.json) puts(*separator == '[' ? "[]" : "\n]");
+    values.end(true);
     return status == EXIT_DONE ? status : complain(status, error);
 }
 
 int dump(const Client &client) {
     const Answer answer = exchange(client.socket, KIND_DUMP, ROOT_OID, "", client.timeout_ms);
     if (!answer.error.empty()) return complain(EXIT_NO_DAEMON, answer.error);
-    puts("The daemon has written its tree to its trace output.");
+    if (!client.json) puts("The daemon has written its tree to its trace output.");
     return EXIT_DONE;
 }
 

@@ -1,5 +1,5 @@
 // The subcommands of zevctl. Each prints its result on standard output, a failure as one line on standard
-// error, and returns the exit status.
+// error, and returns the exit status. With --json it keeps its result until finish prints the one document.
 #pragma once
 
 #include <functional>
@@ -33,10 +33,19 @@ int apply(const Client &client, bool wait, int limit_ms = 60000);
 // For subcommands elsewhere: prints a failure and returns its status.
 int complain(int status, const std::string &text);
 
+// What the command answers with --json; nothing else may then go to standard output.
+void answer_json(std::string document);
+
+// Ends a call: with --json prints its document, failures included. Returns the status.
+int finish(const Client &client, int status);
+
 // Calls `visit` for every value at or below an OID. `error` says why the walk is not complete: the daemon
 // does not answer, or the tables changed meanwhile (EXIT_REFUSED).
 int walk_values(const Client &client, const std::string &from,
                 const std::function<void(const Target &, const snmp_reply &)> &visit, std::string *error);
+
+// What a refusal means for an object, with what it accepts.
+std::string refusal(const Object &object, int status);
 
 // Sends a SET. On success `wire` holds the value as it was sent.
 int send_set(const Client &client, const Target &target, const std::string &value, std::string *wire);

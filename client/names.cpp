@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <cstdio>
 
 static const std::string ROOT = ROOT_OID;
 
@@ -10,7 +11,7 @@ static bool same_letter(char a, char b) {
     return tolower(static_cast<unsigned char>(a)) == tolower(static_cast<unsigned char>(b));
 }
 
-static bool same_name(std::string_view a, std::string_view b) {
+bool same_name(std::string_view a, std::string_view b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(), same_letter);
 }
 
@@ -30,18 +31,69 @@ static bool are_arcs(std::string_view text) {
     return digit_before;
 }
 
+// The arcs of a MAC address with colons or hyphens; any other text as it is.
+static std::string mac_arcs(const std::string &text) {
+    std::string arcs;
+    if (text.size() != 17) return text;
+    for (size_t at = 0; at < text.size(); at += 3) {
+        unsigned byte = 0;
+        const auto [end, code] = std::from_chars(&text[at], &text[at] + 2, byte, 16);
+        if (code != std::errc() || end != &text[at] + 2) return text;
+        if (at > 0 && text[at - 1] != ':' && text[at - 1] != '-') return text;
+        arcs += (at > 0 ? "." : "") + std::to_string(byte);
+    }
+    return arcs;
+}
+
 static Target failed(std::string error) {
     Target target;
     target.error = std::move(error);
     return target;
 }
 
+// How many letters to change, add, drop or swap with their neighbour make one text the other; case apart.
+static size_t distance(std::string_view a, std::string_view b) {
+    std::vector<size_t> before, last(b.size() + 1), row(b.size() + 1);
+    for (size_t j = 0; j <= b.size(); j++) last[j] = j;
+    for (size_t i = 1; i <= a.size(); i++) {
+        row[0] = i;
+        for (size_t j = 1; j <= b.size(); j++) {
+            const size_t changed = last[j - 1] + (same_letter(a[i - 1], b[j - 1]) ? 0 : 1);
+            row[j] = std::min({changed, last[j] + 1, row[j - 1] + 1});
+            if (i > 1 && j > 1 && same_letter(a[i - 1], b[j - 2]) && same_letter(a[i - 2], b[j - 1]))
+                row[j] = std::min(row[j], before[j - 2] + 1);
+        }
+        before = last;
+        last = row;
+    }
+    return last[b.size()];
+}
+
+std::string suggestion(std::string_view wrong, std::span<const char *const> names) {
+    const char *nearest = nullptr;
+    size_t least = std::max<size_t>(2, wrong.size() / 3) + 1;
+    for (const char *name : names) {
+        const size_t far = distance(wrong, name);
+        if (far >= least || far >= std::string_view(name).size()) continue;
+        least = far;
+        nearest = name;
+    }
+    return nearest ? std::string("; did you mean ") + nearest + "?" : "";
+}
+
+std::vector<const char *> object_names() {
+    std::vector<const char *> names;
+    for (const Object &object : OBJECTS)
+        if (!object.is_branch()) names.push_back(object.name);
+    return names;
+}
+
 static std::string unknown_name(std::string_view name) {
     std::string similar;
     int count = 0;
-    for (const Object &object : OBJECTS) {
-        const std::string_view other = object.name;
-        if (std::search(other.begin(), other.end(), name.begin(), name.end(), same_letter) == other.end())
+    for (const char *other : object_names()) {
+        const std::string_view text = other;
+        if (std::search(text.begin(), text.end(), name.begin(), name.end(), same_letter) == text.end())
             continue;
         if (++count > 8) {
             similar += ", ...";
@@ -49,6 +101,7 @@ static std::string unknown_name(std::string_view name) {
         }
         similar += (similar.empty() ? "; similar: " : ", ") + std::string(other);
     }
+    if (similar.empty()) similar = suggestion(name, object_names());
     return "unknown object " + printable(name) + similar;
 }
 
@@ -78,13 +131,14 @@ Target parse_target(std::string_view text) {
     const size_t dot = text.find('.');
     const std::string_view name = text.substr(0, dot);
     if (name.empty()) return failed("not an object: " + printable(text));
-    if (dot != std::string_view::npos && !are_arcs(text.substr(dot + 1)))
-        return failed("not an instance: " + printable(text));
     for (const Object &object : OBJECTS) {
-        if (!same_name(object.name, name)) continue;
-        std::string found = ROOT + "." + object.oid;
-        if (dot != std::string_view::npos) found += text.substr(dot);
-        return locate(found);
+        if (object.is_branch() || !same_name(object.name, name)) continue;
+        const std::string found = ROOT + "." + object.oid;
+        if (dot == std::string_view::npos) return locate(found);
+        std::string instance(text.substr(dot + 1));
+        if (object.rows() == MAC_ROWS) instance = mac_arcs(instance);
+        if (!are_arcs(instance)) return failed("not an instance: " + printable(text));
+        return locate(found + "." + instance);
     }
     return failed(unknown_name(name));
 }
@@ -120,10 +174,23 @@ Target parse_instance(std::string_view text) {
     return locate(target.oid + ".0");
 }
 
+std::string format_instance(const Object *object, const std::string &instance) {
+    unsigned bytes[6];
+    char text[32];
+    if (!object || object->rows() != MAC_ROWS || std::count(instance.begin(), instance.end(), '.') != 5 ||
+        sscanf(instance.c_str(), "%3u.%3u.%3u.%3u.%3u.%3u", &bytes[0], &bytes[1], &bytes[2], &bytes[3],
+               &bytes[4], &bytes[5]) != 6 ||
+        std::any_of(bytes, bytes + 6, [](unsigned byte) { return byte > 255; }))
+        return printable(instance);
+    snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", bytes[0], bytes[1], bytes[2], bytes[3],
+             bytes[4], bytes[5]);
+    return text;
+}
+
 std::string format_name(const Target &target) {
     if (!target.object) return printable(target.oid);
     std::string name = target.object->name;
-    if (!target.instance.empty()) name.append(".").append(printable(target.instance));
+    if (!target.instance.empty()) name.append(".").append(format_instance(target.object, target.instance));
     return name;
 }
 
@@ -157,8 +224,29 @@ std::string printable(std::string_view text) {
     return out;
 }
 
+// Hundredths of seconds: "3 days 22:51:34".
+static std::string time_text(uint64_t ticks) {
+    const uint64_t seconds = ticks / 100, days = seconds / 86400;
+    char text[64];
+    snprintf(text, sizeof text, "%02u:%02u:%02u", static_cast<unsigned>(seconds / 3600 % 24),
+             static_cast<unsigned>(seconds / 60 % 60), static_cast<unsigned>(seconds % 60));
+    return (days == 0 ? "" : days == 1 ? "1 day " : std::to_string(days) + " days ") + text;
+}
+
+std::string people_value(const Object *object, std::string_view value) {
+    uint64_t ticks = 0;
+    const auto [end, code] = std::from_chars(value.data(), value.data() + value.size(), ticks);
+    if (object && object->type == TIMETICKS && code == std::errc() && end == value.data() + value.size())
+        return time_text(ticks);
+    const char *word = word_of(object, value);
+    return word ? word : std::string(value);
+}
+
 std::string format_value(const Object *object, std::string_view value) {
     std::string out = printable(value);
+    if (object && object->type == TIMETICKS)
+        if (const std::string time = people_value(object, value); time != value)
+            return out + " (" + time + ")";
     if (const char *word = word_of(object, value))
         out += std::string(" (") + word + ")";
     else if (object && *object->unit && !value.empty())

@@ -1,5 +1,8 @@
 #include "client/output.h"
 
+#include <sys/ioctl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
@@ -12,13 +15,47 @@ static std::string dump(const Json &json) {
 }
 
 // A number when the value is one, so that "jq" and the like can compute with it.
-static Json typed_value(int type, const std::string &value) {
+static Json number_or_text(const std::string &value) {
     long long number = 0;
     const char *end = value.data() + value.size();
     const auto [rest, code] = std::from_chars(value.data(), end, number);
-    if ((type == INTEGER || type == TIMETICKS || type == GAUGE) && code == std::errc() && rest == end)
-        return number;
+    if (code == std::errc() && rest == end) return number;
     return value;
+}
+
+std::string json_text(const std::string &text) {
+    return text.empty() ? "null" : dump(Json(text));
+}
+
+std::string json_array(const std::vector<std::string> &documents) {
+    std::string text = "[";
+    for (const std::string &document : documents) text += (text.size() > 1 ? ",\n" : "\n") + document;
+    return text + (documents.empty() ? "]" : "\n]");
+}
+
+void print_document(const std::string &answer, const std::vector<std::string> &errors) {
+    if (errors.empty()) {
+        printf("%s\n", answer.empty() ? "{\"error\":null}" : answer.c_str());
+        return;
+    }
+    std::string joined;
+    for (const std::string &error : errors) joined += (joined.empty() ? "" : "\n") + error;
+    printf("{\"error\":%s,\"answer\":%s}\n", json_text(joined).c_str(),
+           answer.empty() ? "null" : answer.c_str());
+}
+
+TerminalSize terminal_size() {
+    winsize size{};
+    if (!isatty(STDOUT_FILENO) || ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) return {};
+    return {size.ws_col, size.ws_row};
+}
+
+static bool is_number(int type, const Object *object) {
+    return type == INTEGER || type == TIMETICKS || type == GAUGE || (object && *object->unit);
+}
+
+static Json number_or_null(const std::string &value) {
+    return value.empty() ? Json() : number_or_text(value);
 }
 
 std::string value_line(const Target &target, int type, const std::string &value) {
@@ -27,10 +64,10 @@ std::string value_line(const Target &target, int type, const std::string &value)
 
 std::string value_json(const Target &target, int type, const std::string &value) {
     Json json = {{"name", target.object ? target.object->name : ""},
-                 {"instance", target.instance},
+                 {"instance", format_instance(target.object, target.instance)},
                  {"oid", target.oid},
                  {"type", type_to_str(type)},
-                 {"value", typed_value(type, value)}};
+                 {"value", is_number(type, target.object) ? number_or_null(value) : Json(value)}};
     if (const char *word = word_of(target.object, value)) json["word"] = word;
     return dump(json);
 }
@@ -50,7 +87,7 @@ struct Place {
 static std::vector<Place> places(const Grid &grid) {
     const auto is_empty = [](const std::string &text) { return text.empty(); };
     const auto is_number = [](const std::string &text) {
-        return text.empty() || typed_value(INTEGER, text).is_number();
+        return text.empty() || number_or_text(text).is_number();
     };
     std::vector<Place> shown;
     for (size_t i = 0; i < grid.columns.size(); i++) {
@@ -61,6 +98,27 @@ static std::vector<Place> places(const Grid &grid) {
         shown.push_back(place);
     }
     return shown;
+}
+
+size_t aligned_width(const Grid &grid) {
+    size_t width = 0;
+    for (const Place &place : places(grid)) width += place.width + (width > 0 ? 2 : 0);
+    return width;
+}
+
+static void print_vertical(const Grid &grid) {
+    const std::vector<Place> shown = places(grid);
+    size_t width = 0;
+    for (const Place &place : shown) width = std::max(width, grid.columns[place.column].heading.size());
+    for (size_t row = 0; row < grid.rows.size(); row++) {
+        if (row > 0) puts("");
+        for (const Place &place : shown) {
+            const std::string &text = grid.rows[row][place.column];
+            const std::string heading = grid.columns[place.column].heading + ":";
+            if (!text.empty())
+                printf("%-*s %s\n", static_cast<int>(width + 1), heading.c_str(), printable(text).c_str());
+        }
+    }
 }
 
 static void print_aligned(const Grid &grid) {
@@ -97,20 +155,22 @@ static void print_csv(const Grid &grid) {
     }
 }
 
-static void print_json(const Grid &grid) {
-    Json rows = Json::array();
+std::string grid_json(const Grid &grid) {
+    std::vector<std::string> rows;
     for (const auto &row : grid.rows) {
         Json json = Json::object();
         for (size_t i = 0; i < row.size(); i++)
-            json[grid.columns[i].heading] = typed_value(grid.columns[i].is_number ? INTEGER : STRING, row[i]);
-        rows.push_back(json);
+            json[grid.columns[i].heading] = row[i].empty()              ? Json()
+                                            : grid.columns[i].is_number ? number_or_text(row[i])
+                                                                        : Json(row[i]);
+        rows.push_back(dump(json));
     }
-    printf("%s\n", dump(rows).c_str());
+    return json_array(rows);
 }
 
 void print_grid(const Grid &grid, Layout layout) {
-    if (layout == JSON_ROWS)
-        print_json(grid);
+    if (layout == VERTICAL)
+        print_vertical(grid);
     else if (layout == CSV)
         print_csv(grid);
     else

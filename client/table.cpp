@@ -4,8 +4,6 @@
 #include <cstring>
 #include <unordered_map>
 
-#include "client/output.h"
-
 // The radios
 
 static constexpr ViewColumn RADIO[] = {
@@ -266,6 +264,38 @@ std::span<const View> views() {
     return VIEWS;
 }
 
+std::vector<const char *> view_names() {
+    std::vector<const char *> names;
+    for (const View &view : VIEWS) names.push_back(view.name);
+    return names;
+}
+
+const View *find_view(std::string_view name) {
+    for (const View &view : VIEWS)
+        if (same_name(view.name, name)) return &view;
+    return nullptr;
+}
+
+int find_heading(const std::vector<std::string> &headings, const std::string &text) {
+    std::vector<int> found;
+    for (size_t i = 0; i < headings.size(); i++) {
+        if (same_name(headings[i], text)) return static_cast<int>(i);
+        if (!text.empty() && same_name(std::string_view(headings[i]).substr(0, text.size()), text))
+            found.push_back(static_cast<int>(i));
+    }
+    if (found.size() == 1) return found[0];
+    std::vector<const char *> names;
+    std::string all;
+    for (const std::string &heading : headings) {
+        names.push_back(heading.c_str());
+        all += (all.empty() ? "" : ", ") + heading;
+    }
+    const std::string near = found.empty() ? suggestion(text, names) : "";
+    complain(EXIT_USAGE, (found.empty() ? "no such column: " : "several columns begin so: ") +
+                             printable(text) + near + " (columns: " + all + ")");
+    return -1;
+}
+
 // What was read of the tree, as rows of objects.
 struct Sheet {
     struct Cell {
@@ -337,11 +367,17 @@ static int read_into(const Client &client, const std::string &oid, Sheet *sheet)
 }
 
 static bool is_number(const Object &object) {
-    return object.type == INTEGER || object.type == TIMETICKS || object.type == GAUGE;
+    return object.type == INTEGER || object.type == TIMETICKS || object.type == GAUGE || *object.unit;
 }
 
+// On a terminal that is too narrow for the lines, the rows are shown one under the other.
 static int print(const Client &client, const Grid &grid, const TableOptions &options) {
-    print_grid(grid, client.json ? JSON_ROWS : options.csv ? CSV : ALIGNED);
+    const size_t width = terminal_size().width;
+    const bool too_wide = width > 0 && aligned_width(grid) > width;
+    if (client.json)
+        answer_json(grid_json(grid));
+    else
+        print_grid(grid, options.csv ? CSV : options.vertical || too_wide ? VERTICAL : ALIGNED);
     return EXIT_DONE;
 }
 
@@ -384,50 +420,96 @@ static std::string cell_text(const Sheet &sheet, size_t row, const PlacedColumn 
     return column.compose ? column.compose(values) : values[0];
 }
 
-int print_view(const Client &client, const View &view, const TableOptions &options) {
-    Sheet sheet{.arcs = view.arcs};
-    std::vector<PlacedColumn> columns;
-    Grid grid;
-    if (view.key) grid.columns.push_back({view.key, view.arcs == 1});
-    const bool with_units = !client.json && !options.csv;
+// The columns of a view that are asked for, in that order.
+static int select_columns(const View &view, const TableOptions &options,
+                          std::vector<const ViewColumn *> *selected) {
+    std::vector<std::string> headings;
     for (const ViewColumn &column : view.columns) {
         if (column.secret && !options.secrets) continue;
-        const int status = read_column(client, column, &sheet, &columns.emplace_back());
+        headings.emplace_back(column.heading);
+        selected->push_back(&column);
+    }
+    if (options.columns.empty()) return EXIT_DONE;
+    const std::vector<const ViewColumn *> all = *selected;
+    selected->clear();
+    for (const std::string &name : options.columns) {
+        const int place = find_heading(headings, name);
+        if (place < 0) return EXIT_USAGE;
+        selected->push_back(all[static_cast<size_t>(place)]);
+    }
+    return EXIT_DONE;
+}
+
+int read_view(const Client &client, const View &view, const TableOptions &options, bool with_units,
+              Grid *grid) {
+    Sheet sheet{.arcs = view.arcs};
+    std::vector<const ViewColumn *> selected;
+    std::vector<PlacedColumn> columns;
+    if (const int status = select_columns(view, options, &selected); status != EXIT_DONE) return status;
+    if (view.key) grid->columns.push_back({view.key, view.arcs == 1});
+    for (const ViewColumn *column : selected) {
+        const int status = read_column(client, *column, &sheet, &columns.emplace_back());
         if (status != EXIT_DONE) return status;
         const std::vector<size_t> &places = columns.back().places;
         const Object &first = *sheet.objects[places[0]];
         const std::string unit = with_units && *first.unit ? std::string(" [") + first.unit + "]" : "";
-        grid.columns.push_back({column.heading + unit, places.size() == 1 && is_number(first)});
+        grid->columns.push_back(
+            {column->heading + unit, places.size() == 1 && is_number(first), first.smi == COUNTER32});
     }
+    grid->keys = sheet.keys;
     for (size_t row = 0; row < sheet.rows.size(); row++) {
-        auto &texts = grid.rows.emplace_back();
+        auto &texts = grid->rows.emplace_back();
         if (view.key) texts.push_back(sheet.keys[row]);
         for (const PlacedColumn &placed : columns) texts.push_back(cell_text(sheet, row, placed));
     }
-    return print(client, grid, options);
+    return EXIT_DONE;
 }
 
+int print_view(const Client &client, const View &view, const TableOptions &options) {
+    Grid grid;
+    const int status = read_view(client, view, options, !client.json && !options.csv, &grid);
+    return status == EXIT_DONE ? print(client, grid, options) : status;
+}
+
+// Objects and branches as columns, by the names of the objects.
 static int print_columns(const Client &client, const std::vector<std::string> &names,
                          const TableOptions &options) {
     constexpr int ALL_ARCS = 128;
     Sheet sheet{.arcs = ALL_ARCS};
     for (const std::string &name : names) {
         const Target target = parse_target(name);
-        if (!target.error.empty()) return complain(EXIT_REFUSED, target.error);
+        if (!target.error.empty()) {
+            const std::string view = names.size() == 1 ? suggestion(name, view_names()) : "";
+            return complain(EXIT_REFUSED,
+                            view.empty() ? target.error : "no such table: " + printable(name) + view);
+        }
         if (const int status = read_into(client, target.oid, &sheet); status != EXIT_DONE) return status;
     }
-    Grid grid{.columns = {{"instance"}}};
-    for (const Object *object : sheet.objects) grid.columns.push_back({object->name, is_number(*object)});
+    std::vector<std::string> headings;
+    std::vector<size_t> shown;
+    for (const Object *object : sheet.objects) headings.emplace_back(object->name);
+    for (size_t i = 0; i < headings.size() && options.columns.empty(); i++) shown.push_back(i);
+    for (const std::string &name : options.columns) {
+        const int place = find_heading(headings, name);
+        if (place < 0) return EXIT_USAGE;
+        shown.push_back(static_cast<size_t>(place));
+    }
+    const bool for_people = !client.json && !options.csv;
+    Grid grid{.columns = {{"instance"}}, .keys = sheet.keys};
+    for (const size_t i : shown) grid.columns.push_back({headings[i], is_number(*sheet.objects[i])});
     for (size_t row = 0; row < sheet.rows.size(); row++) {
-        auto &texts = grid.rows.emplace_back(1, sheet.keys[row]);
-        for (size_t i = 0; i < sheet.objects.size(); i++) texts.push_back(sheet.at(row, i).words);
+        const Object *first = sheet.objects.empty() ? nullptr : sheet.objects[0];
+        auto &texts = grid.rows.emplace_back(1, format_instance(first, sheet.keys[row]));
+        for (const size_t i : shown) {
+            const Sheet::Cell cell = sheet.at(row, i);
+            const bool is_time = sheet.objects[i]->type == TIMETICKS && for_people;
+            texts.push_back(is_time ? people_value(sheet.objects[i], cell.value) : cell.words);
+        }
     }
     return print(client, grid, options);
 }
 
 int table(const Client &client, const std::vector<std::string> &names, const TableOptions &options) {
-    if (names.size() == 1)
-        for (const View &view : VIEWS)
-            if (names[0] == view.name) return print_view(client, view, options);
-    return print_columns(client, names, options);
+    const View *view = names.size() == 1 ? find_view(names[0]) : nullptr;
+    return view ? print_view(client, *view, options) : print_columns(client, names, options);
 }

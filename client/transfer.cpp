@@ -103,7 +103,10 @@ static int wait_for_end(const Client &client, const TransferOrder &order, int li
         // While an apply runs the daemon shows nothing else.
         const bool answered = answer.reply.reply_status != STATUS_NOTHING;
         if (answered && value != shown) {
-            puts((client.json ? value_json : value_line)(target, answer.reply.reply_status, value).c_str());
+            if (client.json)
+                answer_json(value_json(target, answer.reply.reply_status, value));  // the last one counts
+            else
+                puts(value_line(target, answer.reply.reply_status, value).c_str());
             fflush(stdout);
             shown = value;
         }

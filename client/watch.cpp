@@ -1,7 +1,5 @@
 #include "client/watch.h"
 
-#include <strings.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,39 +12,11 @@
 #include <ctime>
 #include <limits>
 #include <thread>
+#include <unordered_map>
 
-#include "client/output.h"
-
-static constexpr char STATION_ENTRY[] = "5.1.1";
+#include "client/names.h"
 
 using Cells = std::vector<std::string>;
-
-const std::vector<const Object *> &station_columns() {
-    static const std::vector<const Object *> columns = [] {
-        std::vector<const Object *> found;
-        for (const Object &object : OBJECTS)
-            if (!object.is_branch() && object.entry_oid() == STATION_ENTRY) found.push_back(&object);
-        return found;
-    }();
-    return columns;
-}
-
-std::string heading(const Object &column) {
-    const std::string name = column.name;
-    const size_t common = name.find("Sta");
-    return common == std::string::npos ? name : name.substr(common + 3);
-}
-
-const Object *find_station_column(const std::string &text) {
-    const Object *found = nullptr;
-    for (const Object *column : station_columns()) {
-        if (strcasecmp(column->name, text.c_str()) == 0) return column;
-        if (strncasecmp(heading(*column).c_str(), text.c_str(), text.size()) != 0) continue;
-        if (found) return nullptr;
-        found = column;
-    }
-    return found;
-}
 
 // ---- one round as lines ----
 
@@ -74,35 +44,38 @@ static uint64_t moved(const std::string &before, const std::string &now) {
     return wrapped < (1ULL << 31) ? wrapped : to;
 }
 
-static bool is_counter(const Object &column) {
-    return column.smi == COUNTER32;
-}
-
 struct ShownRow {
     const char *mark;
     const Cells *before;  // null when it is new or gone
     const Cells *cells;
 };
 
-static std::string shown_cell(size_t i, const ShownRow &row) {
-    const Object &column = *station_columns()[i];
+static std::string shown_cell(const Grid::Column &column, size_t i, const ShownRow &row) {
     const std::string &value = (*row.cells)[i];
     if (value.empty()) return "-";
-    if (const char *word = word_of(&column, value)) return word;
-    if (!is_counter(column) || !row.before || (*row.before)[i].empty() || (*row.before)[i] == value)
+    if (!column.is_counter || !row.before || (*row.before)[i].empty() || (*row.before)[i] == value)
         return printable(value);
     return printable(value) + " +" + std::to_string(moved((*row.before)[i], value));
 }
 
-static std::vector<ShownRow> compare(const Stations *before, const Stations &now) {
+using RowsByKey = std::unordered_map<std::string, const Cells *>;
+
+static RowsByKey by_key(const Grid *grid) {
+    RowsByKey rows;
+    for (size_t i = 0; grid && i < grid->rows.size(); i++) rows[grid->keys[i]] = &grid->rows[i];
+    return rows;
+}
+
+static std::vector<ShownRow> compare(const Grid *before, const Grid &now) {
+    const RowsByKey old_rows = by_key(before), new_rows = by_key(&now);
     std::vector<ShownRow> rows;
-    for (const auto &[instance, cells] : now) {
-        const bool known = before && before->contains(instance);
-        rows.push_back({before && !known ? "new" : "", known ? &before->at(instance) : nullptr, &cells});
+    for (size_t i = 0; i < now.rows.size(); i++) {
+        const auto known = old_rows.find(now.keys[i]);
+        const bool is_known = known != old_rows.end();
+        rows.push_back({before && !is_known ? "new" : "", is_known ? known->second : nullptr, &now.rows[i]});
     }
-    if (!before) return rows;
-    for (const auto &[instance, cells] : *before)
-        if (!now.contains(instance)) rows.push_back({"gone", nullptr, &cells});
+    for (size_t i = 0; before && i < before->rows.size(); i++)
+        if (!new_rows.contains(before->keys[i])) rows.push_back({"gone", nullptr, &before->rows[i]});
     return rows;
 }
 
@@ -138,56 +111,40 @@ static void sort_rows(std::vector<ShownRow> *rows, size_t column) {
     std::transform(keys.begin(), keys.end(), rows->begin(), [](const Key &key) { return key.row; });
 }
 
-static std::string summary(const std::vector<ShownRow> &rows, size_t stations) {
+static std::string summary(const std::vector<ShownRow> &rows, const Grid &now) {
     const auto marked = [&](std::string_view mark) {
         return std::to_string(
             std::count_if(rows.begin(), rows.end(), [&](const ShownRow &row) { return mark == row.mark; }));
     };
     std::string text =
-        std::to_string(stations) + " stations, " + marked("new") + " new, " + marked("gone") + " gone";
-    for (size_t i = 0; i < station_columns().size(); i++) {
-        if (!is_counter(*station_columns()[i])) continue;
+        std::to_string(now.rows.size()) + " rows, " + marked("new") + " new, " + marked("gone") + " gone";
+    for (size_t i = 0; i < now.columns.size(); i++) {
+        if (!now.columns[i].is_counter) continue;
         uint64_t sum = 0;
         for (const ShownRow &row : rows)
             if (row.before && !(*row.before)[i].empty() && !(*row.cells)[i].empty())
                 sum += moved((*row.before)[i], (*row.cells)[i]);
-        text += ", " + heading(*station_columns()[i]) + " +" + std::to_string(sum);
+        text += ", " + now.columns[i].heading + " +" + std::to_string(sum);
     }
     return text;
 }
 
-std::vector<std::string> round_lines(const Stations *before, const Stations &now, const Object *sort) {
-    const auto &columns = station_columns();
-    const auto place = sort ? std::find(columns.begin(), columns.end(), sort) : columns.begin();
+std::vector<std::string> round_lines(const Grid *before, const Grid &now, int sort) {
     std::vector<ShownRow> rows = compare(before, now);
-    sort_rows(&rows, static_cast<size_t>(place - columns.begin()));
+    if (sort >= 0) sort_rows(&rows, static_cast<size_t>(sort));
     std::vector<Cells> table(1, {"    "});  // as wide as the widest mark, so that the columns stay in place
-    for (const Object *column : columns) table[0].push_back(heading(*column));
+    for (const Grid::Column &column : now.columns) table[0].push_back(column.heading);
     for (const ShownRow &row : rows) {
         table.push_back({row.mark});
-        for (size_t i = 0; i < columns.size(); i++) table.back().push_back(shown_cell(i, row));
+        for (size_t i = 0; i < now.columns.size(); i++)
+            table.back().push_back(shown_cell(now.columns[i], i, row));
     }
     std::vector<std::string> lines = aligned(table);
-    lines.insert(lines.begin(), summary(rows, now.size()));
+    lines.insert(lines.begin(), summary(rows, now));
     return lines;
 }
 
 // ---- round after round ----
-
-static int read_stations(const Client &client, Stations *stations) {
-    const auto &columns = station_columns();
-    const std::string entry = std::string(ROOT_OID) + "." + STATION_ENTRY;
-    std::string error;
-    const auto take = [&](const Target &at, const snmp_reply &reply) {
-        const auto column = std::find(columns.begin(), columns.end(), at.object);
-        if (column == columns.end()) return;
-        Cells &cells = (*stations)[at.instance];
-        cells.resize(columns.size());
-        cells[static_cast<size_t>(column - columns.begin())] = reply.value;
-    };
-    const int status = walk_values(client, entry, take, &error);
-    return status == EXIT_DONE ? status : complain(status, error);
-}
 
 static std::string time_of_day() {
     const time_t now = time(nullptr);
@@ -198,21 +155,24 @@ static std::string time_of_day() {
     return text;
 }
 
-// Over the round before on a terminal, cut to its size; one behind the other elsewhere.
-static void print_round(const std::vector<std::string> &lines) {
+// Over the round before on a terminal, cut to its size, which the first line says; one behind the other
+// elsewhere.
+static void print_round(std::vector<std::string> lines) {
     static bool first = true;
-    winsize size{};
     const bool terminal = isatty(STDOUT_FILENO) != 0;
     if (terminal)
         fputs("\033[H\033[J", stdout);
     else if (!first)
         puts("");
     first = false;
-    if (!terminal || ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0 || size.ws_row < 4)
-        size = {};
-    const size_t most = size.ws_row ? size.ws_row - 2U : lines.size();
-    const int width = size.ws_col ? size.ws_col : std::numeric_limits<int>::max();
-    for (size_t i = 0; i < std::min(most, lines.size()); i++) printf("%.*s\n", width, lines[i].c_str());
+    TerminalSize size = terminal_size();
+    if (size.height < 4) size = {};
+    const size_t width = size.width ? size.width : std::numeric_limits<int>::max();
+    const size_t most = size.height ? size.height - 2 : lines.size();
+    if (std::any_of(lines.begin(), lines.end(), [&](const std::string &line) { return line.size() > width; }))
+        lines[0] = "(lines are cut) " + lines[0];
+    for (size_t i = 0; i < std::min(most, lines.size()); i++)
+        printf("%.*s\n", static_cast<int>(width), lines[i].c_str());
     if (lines.size() > most) printf("and %zu more\n", lines.size() - most);
     fflush(stdout);
 }
@@ -222,35 +182,30 @@ static void end_watch(int) {
     _exit(EXIT_DONE);
 }
 
-int watch_stations(const Client &client, const WatchOptions &options) {
-    const Object *sort = nullptr;
-    if (client.json) {
-        fputs("zevctl: watch prints no JSON\n", stderr);
-        return EXIT_USAGE;
-    }
-    if (!options.sort.empty() && !(sort = find_station_column(options.sort))) {
-        fprintf(stderr, "zevctl: %s names no column, or several:", printable(options.sort).c_str());
-        for (const Object *column : station_columns()) fprintf(stderr, " %s", heading(*column).c_str());
-        fputs("\n", stderr);
-        return EXIT_USAGE;
-    }
+static int find_sort_column(const Grid &grid, const std::string &sort) {
+    std::vector<std::string> headings;
+    for (const Grid::Column &column : grid.columns) headings.push_back(column.heading);
+    return find_heading(headings, sort);
+}
+
+int watch(const Client &client, const View &view, const WatchOptions &options) {
+    if (client.json) return complain(EXIT_USAGE, "watch prints no JSON");
     signal(SIGINT, end_watch);
     const auto interval = std::chrono::duration<double>(options.interval_s);
-    Stations before;
-    bool have_before = false;
+    Grid before;
+    int sort = -1;
     for (int round = 1;; round++) {
         const auto begin = std::chrono::steady_clock::now();
-        Stations now;
-        const int status = read_stations(client, &now);
-        if (status == EXIT_NO_DAEMON) return status;
-        if (status == EXIT_DONE) {
-            std::vector<std::string> lines = round_lines(have_before ? &before : nullptr, now, sort);
-            lines[0] = time_of_day() + "  " + lines[0];
-            print_round(lines);
-            before = std::move(now);
-            have_before = true;
-        }
-        if (round == options.count) return status;
+        Grid now;
+        const int status = read_view(client, view, {.columns = options.columns}, false, &now);
+        if (status != EXIT_DONE) return status;
+        if (round == 1 && !options.sort.empty() && (sort = find_sort_column(now, options.sort)) < 0)
+            return EXIT_USAGE;
+        std::vector<std::string> lines = round_lines(round > 1 ? &before : nullptr, now, sort);
+        lines[0] = time_of_day() + "  " + lines[0];
+        print_round(lines);
+        before = std::move(now);
+        if (round == options.count) return EXIT_DONE;
         std::this_thread::sleep_until(begin + interval);
     }
 }

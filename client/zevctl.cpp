@@ -10,26 +10,34 @@
 #include "client/metrics.h"
 #include "client/pass_persist.h"
 #include "client/protocol.h"
+#include "client/settings.h"
+#include "client/status.h"
 #include "client/table.h"
 #include "client/transfer.h"
 #include "client/watch.h"
 #include "registry/registry.h"
 
-static int names() {
-    for (const Object &object : OBJECTS)
-        if (!object.is_branch()) puts(object.name);
+// For completion: the words that may stand where something is asked for.
+static int print_words(const Client &client, const std::string &kind, const std::string &object) {
+    std::vector<const char *> words;
+    if (kind == "tables" || kind == "views") words = view_names();
+    if (kind == "settings") words = setting_groups();
+    if (kind == "objects" || kind == "tables" || kind == "settings")
+        for (const char *name : object_names()) words.push_back(name);
+    for (const char *word : words) puts(word);
+    const Target target = parse_target(object.substr(0, object.find('.')));
+    if (kind == "values" && target.object)
+        for (const Word &word : target.object->words)
+            if (target.object->in_range(word.value)) puts(word.text);
+    std::string error;
+    const auto print = [](const Target &at, const snmp_reply &) { puts(format_name(at).c_str()); };
+    if (kind == "instances" && target.object) walk_values(client, target.oid, print, &error);
     return EXIT_DONE;
 }
 
-// What `zevctl table` takes as a name.
-static int table_names() {
-    for (const View &view : views()) puts(view.name);
-    return names();
-}
-
-static std::string view_names() {
+static std::string joined(const std::vector<const char *> &names) {
     std::string text;
-    for (const View &view : views()) text += (text.empty() ? "" : ", ") + std::string(view.name);
+    for (const char *name : names) text += (text.empty() ? "" : ", ") + std::string(name);
     return text;
 }
 
@@ -56,6 +64,23 @@ static void add_transfer(CLI::App *app, const Client &client, const char *name, 
     });
 }
 
+// The first word that is no option must be a command. Options with a value, which it may follow, are these
+// two.
+static std::string unknown_command(const CLI::App &app, const std::vector<std::string> &arguments) {
+    size_t i = 0;
+    while (i < arguments.size() && arguments[i].starts_with('-'))
+        i += arguments[i] == "--socket" || arguments[i] == "--timeout" ? 2 : 1;
+    if (i >= arguments.size()) return "";
+    std::vector<std::string> names;
+    for (const CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; })) {
+        if (command->check_name(arguments[i])) return "";
+        if (!command->get_group().empty()) names.push_back(command->get_name());
+    }
+    std::vector<const char *> texts;
+    for (const std::string &name : names) texts.push_back(name.c_str());
+    return "no such command: " + arguments[i] + suggestion(arguments[i], texts);
+}
+
 static int run(std::vector<std::string> arguments) {
     Client client;
     client.socket = default_socket();
@@ -72,6 +97,7 @@ static int run(std::vector<std::string> arguments) {
         "zevctl");
     app.require_subcommand(1);
     app.fallthrough();
+    app.ignore_case();
     app.set_version_flag("--version", "zevctl " ZEVSIC_VERSION);
     app.add_option("--socket", client.socket, "Socket of the daemon")
         ->type_name("PATH")
@@ -80,7 +106,7 @@ static int run(std::vector<std::string> arguments) {
         ->type_name("SECONDS")
         ->check(CLI::Range(0.001, 3600.0))
         ->capture_default_str();
-    app.add_flag("--json", client.json, "Print values as JSON");
+    app.add_flag("--json", client.json, "Print one JSON document");
 
     auto *get_command = app.add_subcommand("get", "Print values");
     get_command->add_option("OBJ", objects)->required();
@@ -103,18 +129,26 @@ static int run(std::vector<std::string> arguments) {
     TableOptions table_options;
     auto *table_command = app.add_subcommand("table", "Print a table as people read it");
     table_command
-        ->add_option("NAME", objects,
-                     "One of " + view_names() + "; or objects and branches, to be columns side by side")
+        ->add_option(
+            "NAME", objects,
+            "One of " + joined(view_names()) + "; or objects and branches, to be columns side by side")
         ->required();
     table_command->add_flag("--csv", table_options.csv, "Print comma-separated values");
     table_command->add_flag("--secrets", table_options.secrets, "With keys and shared secrets");
+    table_command->add_flag("--vertical", table_options.vertical, "Print a line per value");
+    table_command->add_option("--columns", table_options.columns, "Print these columns only: A,B")
+        ->delimiter(',')
+        ->allow_extra_args(false);
     table_command->final_callback([&] { status = table(client, objects, table_options); });
 
     WatchOptions watching;
     auto *watch_command = app.add_subcommand(
         "watch",
         "Print a table round after round, and what changed; the daemon reads it anew every sample time");
-    watch_command->add_option("TABLE", from)->required()->check(CLI::IsMember({"station"}));
+    watch_command->add_option("TABLE", from, "One of " + joined(view_names()))->required();
+    watch_command->add_option("--columns", watching.columns, "Show these columns only: A,B")
+        ->delimiter(',')
+        ->allow_extra_args(false);
     watch_command->add_option("--interval", watching.interval_s, "Time from round to round")
         ->type_name("SECONDS")
         ->check(CLI::Range(0.1, 86400.0))
@@ -124,7 +158,43 @@ static int run(std::vector<std::string> arguments) {
     watch_command->add_option("--count", watching.count, "Rounds; without it until Ctrl-C")
         ->type_name("N")
         ->check(CLI::PositiveNumber);
-    watch_command->final_callback([&] { status = watch_stations(client, watching); });
+    watch_command->final_callback([&] {
+        const View *view = find_view(from);
+        status =
+            view ? watch(client, *view, watching)
+                 : complain(EXIT_USAGE, "no such table: " + printable(from) + suggestion(from, view_names()));
+    });
+
+    bool secrets = false, exit_code = false;
+    auto *export_command = app.add_subcommand("export", "Print the configuration as a settings file");
+    export_command->add_option(
+        "NAME", objects, "Objects, branches or " + joined(setting_groups()) + "; without one, everything");
+    export_command->add_flag("--secrets", secrets, "With keys and shared secrets");
+    export_command->final_callback([&] { status = export_settings(client, objects, secrets); });
+
+    LoadOptions loading;
+    auto *load_command = app.add_subcommand(
+        "load",
+        "Set what a settings file has otherwise. Exit status 1: something was refused, 2: the file is wrong");
+    load_command->add_option("FILE", loading.file, "Settings file, - for standard input")->required();
+    auto *dry_run = load_command->add_flag("--dry-run", loading.dry_run, "Print old and new values only");
+    load_command->add_flag("--secrets", loading.secrets, "With those of keys and shared secrets")
+        ->needs(dry_run);
+    load_command->add_flag("--save", loading.save, "Save, and try again what depends on other lines");
+    auto *load_apply = load_command->add_flag("--apply", loading.apply, "Save so, then apply");
+    load_command->add_flag("--wait", loading.wait, "Wait for the end of the apply, at most 60 s")
+        ->needs(load_apply);
+    load_command->final_callback([&] { status = load_settings(client, loading); });
+
+    auto *diff_command =
+        app.add_subcommand("diff", "Print where the device differs from a settings file: DEVICE -> FILE");
+    diff_command->add_option("FILE", from, "Settings file, - for standard input")->required();
+    diff_command->add_flag("--secrets", secrets, "With keys and shared secrets");
+    diff_command->add_flag("--exit-code", exit_code, "Exit status 1 when there is a difference");
+    diff_command->final_callback([&] { status = diff_settings(client, from, secrets, exit_code); });
+
+    app.add_subcommand("status", "Print how the daemon is. Exit status 0: well, 1: not, 3: no daemon")
+        ->final_callback([&] { status = status_report(client); });
 
     bool http = false;
     auto *metrics_command =
@@ -158,13 +228,11 @@ static int run(std::vector<std::string> arguments) {
     app.add_subcommand("pass-persist", "Answer snmpd's pass_persist on standard input and output")
         ->final_callback([&] { pass_persist(client.socket, std::cin, std::cout); });
 
-    app.add_subcommand("names", "Print the names of all objects")->group("")->final_callback([&] {
-        status = names();
-    });
-
-    app.add_subcommand("table-names", "Print what table takes as a name")->group("")->final_callback([&] {
-        status = table_names();
-    });
+    std::string kind;
+    auto *words_command = app.add_subcommand("words", "Print the words that completion offers")->group("");
+    words_command->add_option("KIND", kind)->required();
+    words_command->add_option("OBJ", from);
+    words_command->final_callback([&] { status = print_words(client, kind, from); });
 
     app.parse_complete_callback([&] { client.timeout_ms = static_cast<int>(seconds * 1000); });
 
@@ -173,13 +241,17 @@ static int run(std::vector<std::string> arguments) {
         return argument == "--" || (argument[0] == '-' && argument[1] >= '0' && argument[1] <= '9');
     });
     if (negative != arguments.end() && *negative != "--") arguments.insert(negative, "--");
+    client.json = std::find(arguments.begin(), arguments.end(), "--json") != arguments.end();
+    if (const std::string unknown = unknown_command(app, arguments); !unknown.empty())
+        return finish(client, complain(EXIT_USAGE, unknown));
     std::reverse(arguments.begin(), arguments.end());  // as the parser takes them
     try {
         app.parse(arguments);
     } catch (const CLI::ParseError &error) {
-        return app.exit(error) == 0 ? EXIT_DONE : EXIT_USAGE;
+        if (error.get_exit_code() == 0) return app.exit(error);
+        return finish(client, complain(EXIT_USAGE, std::string(error.what()) + " (--help says more)"));
     }
-    return status;
+    return finish(client, status);
 }
 
 int main(int argc, char **argv) {

@@ -115,7 +115,7 @@ struct Commands : testing::Test {
     int run(const std::function<int()> &command) {
         testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();
-        const int status = command();
+        const int status = finish(client, command());
         out = testing::internal::GetCapturedStdout();
         err = testing::internal::GetCapturedStderr();
         return status;

@@ -108,9 +108,11 @@ TEST_F(Tables, Layouts) {
     EXPECT_EQ(out, "number,MAC address,IP address,state\n1,\"a,\"\"\\x1b\",,enabled\n12,b,,7\n");
     client.json = true;
     EXPECT_EQ(print("privilege"), EXIT_DONE);
-    EXPECT_EQ(out, R"([{"number":1,"MAC address":"a,\"\u001b","IP address":"","state":"enabled"},)"
-                   R"({"number":12,"MAC address":"b","IP address":"","state":7}])"
-                   "\n");
+    EXPECT_EQ(out, R"([
+{"number":1,"MAC address":"a,\"\u001b","IP address":null,"state":"enabled"},
+{"number":12,"MAC address":"b","IP address":null,"state":7}
+]
+)");
     client.json = options.csv = false;
     values({});
     EXPECT_EQ(print("dhcp"), EXIT_DONE);

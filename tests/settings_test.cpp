@@ -1,0 +1,217 @@
+// Settings files: from one real device to another, and what is refused of them.
+#include "client/settings.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <set>
+
+#include "platform/device.h"
+#include "tests/device_root.h"
+#include "tests/process.h"
+
+namespace {
+
+// A device with its daemon. Several live side by side, so each command names its root.
+struct Device {
+    explicit Device(const std::string &kind) {
+        run("zevcfg init " + kind);
+        // Both are of the simulated device's hardware.
+        root.write("/etc/k480ext.conf",
+                   "radio2.offload = 1\nradio2.capability = 0x20\nradio2.chain_mask = 3\n");
+        root.write("/proc/sys/net/ipv6/there", "");
+    }
+    ~Device() {
+        if (daemon <= 0) return;
+        kill(daemon, SIGTERM);
+        exit_status(daemon);
+    }
+    Device(const Device &) = delete;
+    Device &operator=(const Device &) = delete;
+
+    // The exit status; what was printed is in `out` and `err`.
+    int run(const std::string &command) {
+        const int status = exit_status(
+            start({"/bin/sh", "-c",
+                   "PATH=" ZEVSIC_BIN_DIR ":$PATH ZEVSIC_ROOT=" + root.path("") +
+                       "; export PATH ZEVSIC_ROOT; cd " + root.path("/tmp") + "; " + command + " >out 2>err"},
+                  "/dev/null"));
+        out = root.read("/tmp/out");
+        err = root.read("/tmp/err");
+        return status;
+    }
+    void start_daemon() {
+        setenv("ZEVSIC_ROOT", root.path("").c_str(), 1);
+        daemon = start({ZEVSIC_BIN_DIR "/zevsic", "-d", "0"}, root.path("/tmp/trace"));
+        ASSERT_TRUE(eventually([&] { return run("zevctl get APSysName") == 0; })) << err;
+    }
+    std::string settings() {
+        EXPECT_EQ(run("zevctl export --secrets"), 0) << err;
+        return out;
+    }
+
+    DeviceRoot root;
+    std::string out, err;
+    pid_t daemon = 0;
+};
+
+// The lines of one text that the other does not have.
+std::string differences(const std::string &a, const std::string &b) {
+    std::set<std::string> lines[2];
+    std::string text;
+    for (int i = 0; i < 2; i++) {
+        std::istringstream in(i == 0 ? a : b);
+        for (std::string line; std::getline(in, line);) lines[i].insert(line);
+    }
+    for (int i = 0; i < 2; i++)
+        for (const std::string &line : lines[i])
+            if (!lines[1 - i].contains(line)) text += (i == 0 ? "< " : "> ") + line + "\n";
+    return text.empty() && a != b ? "the order" : text;
+}
+
+// What the simulated device does not have: texts that need quotes, a radio whose band takes other settings
+// along, WEP for a whole radio, and values behind settings that are off.
+constexpr char MORE[] =
+    "device\tname\tAP #1 (lobby)\n"
+    "rf1_vap4\tssid\ta \"b\\\\c\" # d\n"
+    "rf2\tmode\t11a\nrf2\tch_width\t40\nrf2\trate\tmcs7\nrf2\tpuren\tenable\n"
+    "capwap\tdiscovery.dns_srv\tdisable\ncapwap\tdiscovery.srv_suffix\texample.org\n"
+    "capwap\tdiscovery.unicast\tdisable\ncapwap\taclist.ac_entry:1.ip\t10.1.1.1\n"
+    "ipv6\taddr\t2001:db8::1\nipv6\tgateway\tfe80::1\n"
+    "rf1_wds1\twep.keylen\t128\nrf1_wds1\twep.key0\tabcdefghijklm\nrf1_wds1\twpa.passphrase\tbehind-a-door\n"
+    "rf1_vap3_sec\tmode\tshared\nrf1_vap3_sec\twep.enabled\tenable\nrf1_vap5_sec\tmode\t8021x\n";
+
+TEST(Settings, TheRoundTripIsEqualForEveryObject) {
+    Device demo("--demo"), plain("");
+    std::string more = MORE;
+    for (int vap = 1; vap <= 16; vap++) {
+        const std::string group = "rf1_vap" + std::to_string(vap) + "_sec\twep.";
+        more +=
+            group + "keylen\t128\n" + group + "method\thex\n" + group + "key2\t0123456789abcdef0123456789\n";
+    }
+    demo.root.write("/tmp/more", more);
+    ASSERT_EQ(demo.run("zevcfg import more"), 0) << demo.err;
+    demo.start_daemon();
+    plain.start_daemon();
+    const std::string wanted = demo.settings(), before = plain.settings();
+    for (const Object &object : OBJECTS) {
+        const std::string name = std::string(object.name) + ".";
+        const bool is_there =
+            wanted.find("\n" + name) != std::string::npos || wanted.find("\n# " + name) != std::string::npos;
+        EXPECT_EQ(is_there, is_setting(object)) << name;
+    }
+
+    plain.root.write("/tmp/file", wanted);
+    EXPECT_EQ(plain.run("zevctl load file --dry-run"), 0) << plain.err;
+    EXPECT_NE(plain.out.find("VAPPSKCipherKeyValue.1.1: (secret) -> (secret)\n"), std::string::npos);
+    EXPECT_EQ(plain.run("zevctl get APSysName"), 0);
+    EXPECT_NE(plain.out.find("zevsic-ap"), std::string::npos) << "a dry run sets nothing";
+
+    EXPECT_EQ(plain.run("zevctl load file --apply --wait"), 0) << plain.err;
+    printf("round trip: %s", plain.out.c_str());
+    EXPECT_EQ(differences(wanted, plain.settings()), "") << "read anew from the store after the apply";
+    EXPECT_EQ(plain.run("zevctl load file"), 0) << plain.err;
+    EXPECT_NE(plain.out.find(" 0 set, 0 refused"), std::string::npos) << plain.out;
+    EXPECT_EQ(plain.run("zevctl export VAPPSKCipherKeyValue.1.1"), 0);
+    EXPECT_NE(plain.out.find("\n# VAP 1.1\n# VAPPSKCipherKeyValue.1.1 is secret"), std::string::npos)
+        << plain.out;
+    EXPECT_EQ(plain.run("zevcfg get rf1_wds1 wpa.enabled"), 0);
+    EXPECT_EQ(plain.out, "disable\n") << "what was opened for a moment is closed again";
+
+    plain.root.write("/tmp/file", before);
+    EXPECT_EQ(plain.run("zevctl load file --save"), 0) << plain.err;
+}
+
+TEST(Settings, WhatIsRefusedAndWhatIsWrong) {
+    Device device("");
+    const auto load = [&](const std::string &text, const std::string &options) {
+        device.root.write("/tmp/file", text);
+        return device.run("zevctl load file " + options);
+    };
+    EXPECT_EQ(load("APSysName = x\n", ""), EXIT_NO_DAEMON);
+    device.start_daemon();
+    EXPECT_EQ(load("APSysLocation = here\nAPSysName = \"a/b\"\n\nAPWDSLinkWEPKeyValue.1.1 = abcde\n", ""),
+              EXIT_REFUSED);
+    EXPECT_EQ(
+        device.err.substr(0, device.err.find("nothing was saved")),
+        "zevctl: file:2: APSysName.0: value refused (accepted: 1..32 characters)\n"
+        "zevctl: file:4: APWDSLinkWEPKeyValue.1.1: refused: needs APWDSLinkSecurityType.1.1 = WEP, it is "
+        "none\nzevctl: ");
+    EXPECT_EQ(
+        load(
+            "APSysPortVlanId.9 = 5\nVAPWEPCipher80211Auth.1.1 = shared\nAPRFBandSteeringEnabled.1 = enabled\n"
+            "APRFBandSteeringEnabled.2 = disabled\n",
+            "--save"),
+        EXIT_REFUSED);
+    for (const char *text : {"file:1: APSysPortVlanId.9: not on this device",
+                             "file:2: VAPWEPCipher80211Auth.1.1: belongs to VAPAuthenMode = WEP",
+                             "file:4: APRFBandSteeringEnabled.2: accepted, but the device has enabled"})
+        EXPECT_NE(device.err.find(text), std::string::npos) << device.err;
+
+    const std::string before = device.settings();
+    EXPECT_EQ(load("APSysLocation = there\nAPSysNam = x\n", "--save --json"), EXIT_USAGE);
+    EXPECT_EQ(device.out,
+              "{\"error\":\"file:2: unknown object APSysNam; similar: APSysName\",\"answer\":null}\n");
+    EXPECT_EQ(device.settings(), before) << "nothing is set of a file that is wrong";
+}
+
+TEST(Settings, LinesOfAFile) {
+    const struct {
+        const char *line, *value;  // what is set, or what is wrong, with a '!' in front
+    } cases[] = {
+        {"APSysName=ap", "ap"},
+        {"  apsysname.0 = lobby west  # comment", "lobby west"},
+        {"APSysName = a#1", "a#1"},
+        {"APSysName = \"a # \\\"b\\\" \\\\ \\x41\"# comment", "a # \"b\" \\ A"},
+        {"1.5 = Manual", "2"},
+        {"APSysTimeSource = 2", "2"},
+        {"VAPVlanId.2.16 = 0", "0"},
+        {"L2FirewallServiceName.29 = x", "x"},
+        {"APSysIPAddress = 10.0.0.1", "10.0.0.1"},
+        {"APSysDescription = \"\"", ""},
+        {"APSysName", "!not NAME.INSTANCE = VALUE"},
+        {"APSysName =", "!no value"},
+        {"APSysName = \"a", "!a quote is missing"},
+        {"APSysName = \"a\" b", "!something follows"},
+        {"APSysName = \"a\\qb\"", "!a backslash begins"},
+        {"APSysName = a\"b", "!stands in quotes"},
+        {"APSysName = \"\"", "!wrong length of 0 (accepted: 1..32"},
+        {"APSysTimeSource = manuel",
+         "!no such word: manuel; did you mean manual? (accepted: 1 (ntp), 2 (manual))"},
+        {"APSysMgmtVlanId = 4095", "!value refused (accepted: 0..4094)"},
+        {"APSysIPAddress = 10.0.0", "!no address"},
+        {"APSysNmae = x", "!unknown object APSysNmae; did you mean APSysName?"},
+        {"VAPESSID = x", "!needs an instance: RADIO.VAP"},
+        {"VAPESSID.1.17 = x", "!no such instance of VAPESSID (there are: 1..2.1..16)"},
+        {"L2FirewallServiceName.28 = x", "!there are: 29..255"},
+        {"APSysRestart = 1", "!is an action"},
+        {"APSysSetDateYear = 2024", "!not kept in the configuration"},
+        {"APSysUpTime = 1", "!cannot be written"},
+    };
+    const DeviceRoot root;
+    for (const auto &c : cases) {
+        root.write("/file", std::string("# first\n\n") + c.line + "\r\n");
+        const SettingsFile file = read_settings_file(root.path("/file"));
+        if (*c.value == '!') {
+            ASSERT_EQ(file.mistakes.size(), 1U) << c.line;
+            EXPECT_NE(file.mistakes[0].find("/file:3: "), std::string::npos) << file.mistakes[0];
+            EXPECT_NE(file.mistakes[0].find(c.value + 1), std::string::npos) << file.mistakes[0];
+            EXPECT_TRUE(file.settings.empty()) << c.line;
+            continue;
+        }
+        EXPECT_EQ(file.mistakes.size(), 0U) << c.line;
+        ASSERT_EQ(file.settings.size(), 1U) << c.line;
+        const auto &[place, value] = *file.settings.begin();
+        EXPECT_EQ(value, c.value) << c.line;
+        std::string error;  // what is written is read as the same
+        EXPECT_EQ(read_file_value(object_of(place), file_value(object_of(place), value), &error), value)
+            << error;
+    }
+    root.write("/file", "APSysName = a\nAPSysName.0 = b\n");
+    EXPECT_NE(read_settings_file(root.path("/file")).mistakes.at(0).find("stands in line 1 already"),
+              std::string::npos);
+    EXPECT_NE(read_settings_file(root.path("/none")).mistakes.at(0).find("cannot be read"),
+              std::string::npos);
+}
+
+}  // namespace
