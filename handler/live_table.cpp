@@ -59,7 +59,7 @@ void visit_tool_lines(const std::string &command, size_t fields, int *rows,
         split(piece.substr(length), &line);
         if (line.field_count < fields) continue;
         if (++*rows > MOST_TOOL_ROWS) {
-            report_once("a tool listed too many stations or access points, the rest is left out: " + command);
+            report_tool(command, "listed too many stations or access points, the rest is left out");
             return;
         }
         visit(line);

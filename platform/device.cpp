@@ -148,13 +148,17 @@ static pid_t start_command(std::string command, int output, int errors) {
 static std::set<std::string> reported;
 
 // Nothing grows with what tools say.
-void report_once(std::string text) {
+static void report_once(std::string text) {
     constexpr size_t MOST_REPORTS = 100;
     constexpr size_t LONGEST = 500;
     if (reported.size() > MOST_REPORTS) return;
     text.resize(std::min(text.size(), LONGEST));
     if (reported.size() == MOST_REPORTS) text = "more messages of tools are left out until the next rebuild";
     if (reported.insert(text).second) fprintf(stderr, "zevsic: %s\n", text.c_str());
+}
+
+void report_tool(const std::string &command, const char *what) {
+    report_once(command.substr(0, command.find(' ')) + ": " + what);
 }
 
 void forget_reports() {
@@ -299,11 +303,11 @@ static int finish_command(const std::string &command, pid_t pid, Stream *out, St
     // Half a line is none.
     out->text.resize(out->text.rfind('\n') + 1);
     if (end == ToolEnd::OUTPUT_FULL) {
-        report_once("a tool printed too much, the rest is left out: " + command);
+        report_tool(command, "printed too much, the rest is left out");
         return status;
     }
     tool_time.cut_short++;
-    report_once("a tool took too long and was ended: " + command);
+    report_tool(command, "took too long and was ended");
     return -1;
 }
 

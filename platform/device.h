@@ -24,9 +24,9 @@ void end_tools();
 // How many tools of this request were ended, or not even started, because the time was up.
 int tools_cut_short();
 
-// What tools print on standard error, and what became of them, is said on standard error once until the next
-// rebuild. Only in the thread that serves requests.
-void report_once(std::string text);
+// What tools print on standard error, and what is wrong with one, is said on standard error once until the
+// next rebuild. Only in the thread that serves requests.
+void report_tool(const std::string &command, const char *what);
 void forget_reports();
 
 // Runs a command line in /bin/sh and waits: the exit status, 128 + signal, or −1 when it could not start, was
