@@ -47,7 +47,7 @@ static bool is_zevsic(pid_t pid) {
     for (pid_t rest = pid; rest > 0; rest /= 10) digits[count++] = static_cast<char>('0' + rest % 10);
     char *end = path + strlen(path);
     while (count > 0) *end++ = digits[--count];
-    strcpy(end, "/comm");
+    memcpy(end, "/comm", sizeof "/comm");
     static const char NAME[] = "zevsic\n";
     char name[16];
     ssize_t length = read_start(path, name, sizeof name);
