@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -9,6 +10,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -86,6 +88,13 @@ class DaemonTest : public testing::Test {
         return exchange(record(KIND_GET, FULL + oid)).substr(4097).c_str();
     }
     std::string trace() const { return root.read("/tmp/trace"); }
+    // How often a line stands in the trace.
+    int traced(const std::string &line) const {
+        const std::string text = trace();
+        int count = 0;
+        for (size_t at = 0; (at = text.find(line, at)) != std::string::npos; at += line.size()) count++;
+        return count;
+    }
 
     const std::string FULL = std::string(ROOT_OID) + ".";
     const std::string NAME = FULL + "1.1.0";
@@ -114,15 +123,33 @@ TEST_F(DaemonTest, Options) {
         EXPECT_EQ(root.read("/tmp/out"), c.output);
     }
     EXPECT_EQ(root.read("/tmp/zevsic_log.txt"), "Usage: \n zevsic [-d Debug ]\n");
+    struct stat log;
+    stat(root.path("/tmp/zevsic_log.txt").c_str(), &log);
+    EXPECT_EQ(log.st_mode & 0777, 0600U) << "it holds what managers write";
 }
 
 TEST_F(DaemonTest, FailuresOfTheStart) {
-    // A log that cannot be opened without following a link.
+    // A log that is none: a link, a second name of a file, a pipe with and without a reader.
     root.write("/etc/precious", "untouched");
-    symlink(root.path("/etc/precious").c_str(), root.path("/tmp/zevsic_log.txt").c_str());
-    EXPECT_EQ(run({"/zevsic", "-d", "1"}), 1);
-    EXPECT_NE(root.read("/tmp/out").find("dup stderr to file fail\n: "), std::string::npos);
-    EXPECT_EQ(root.read("/etc/precious"), "untouched");
+    const std::string precious = root.path("/etc/precious"), log = root.path("/tmp/zevsic_log.txt");
+    int reader = -1;
+    const std::function<int()> in_the_way[] = {[&] { return symlink(precious.c_str(), log.c_str()); },
+                                               [&] { return link(precious.c_str(), log.c_str()); },
+                                               [&] { return mkfifo(log.c_str(), 0666); },
+                                               [&] {
+                                                   mkfifo(log.c_str(), 0666);
+                                                   reader = open(log.c_str(), O_RDONLY | O_NONBLOCK);
+                                                   return reader < 0 ? -1 : 0;
+                                               }};
+    for (const auto &put : in_the_way) {
+        ASSERT_EQ(put(), 0);
+        unlink(root.path("/tmp/out").c_str());
+        EXPECT_EQ(run({"/zevsic", "-d", "1"}), 1);
+        EXPECT_NE(root.read("/tmp/out").find("dup stderr to file fail\n: "), std::string::npos);
+        EXPECT_EQ(root.read("/etc/precious"), "untouched");
+        unlink(log.c_str());
+    }
+    close(reader);
 
     // A socket that cannot be bound: after the agent was built, with status 0.
     root.write("/tmp/zevsic_sock/in the way", "");
@@ -217,6 +244,68 @@ TEST_F(DaemonTest, AReloadReadsEverythingAnew) {
     EXPECT_EQ(value_of("1.1.0"), "zevsic-demo");
     kill(daemon, SIGUSR2);
     EXPECT_TRUE(eventually([&] { return value_of("1.1.0") == "other"; }));
+}
+
+// Signals that come while a request is served are one rebuild, and it comes before the connection that waits.
+TEST_F(DaemonTest, AReloadComesBeforeTheNextConnection) {
+    root.write_tool("/sbin/iwlist", ": >$ZEVSIC_ROOT/started; : <$ZEVSIC_ROOT/go");
+    for (const char *pipe : {"/started", "/go"}) mkfifo(root.path(pipe).c_str(), 0600);
+    start_daemon();
+    EXPECT_EQ(value_of("1.1.0"), "zevsic-demo");
+    run({"/zevcfg", "set", "device", "name", "other"});
+    const auto send = [&](const std::string &oid) {
+        const std::string request = record(KIND_GET, oid);
+        const int client = connect_client();
+        EXPECT_EQ(write(client, request.data(), request.size()), static_cast<ssize_t>(request.size()));
+        return client;
+    };
+    for (int round = 1; round <= 5; round++) {
+        const int served = send(FULL + "6.1.1.1.0");
+        close(open(root.path("/started").c_str(), O_RDONLY));  // from here on it waits for its tool
+        const int waiting = send(NAME);
+        for (int i = 0; i < 200; i++) kill(daemon, SIGUSR2);
+        close(open(root.path("/go").c_str(), O_WRONLY));
+        close(open(root.path("/started").c_str(), O_RDONLY));  // the other radio's
+        close(open(root.path("/go").c_str(), O_WRONLY));
+        EXPECT_EQ(read_reply(served).size(), RECORD_SIZE);
+        EXPECT_STREQ(read_reply(waiting).substr(4097).c_str(), "other");
+        EXPECT_EQ(traced("Start sic_zevcfg\n"), 1 + round);
+        close(served);
+        close(waiting);
+    }
+}
+
+TEST_F(DaemonTest, WaitingPeersLeaveDescriptorsToOthers) {
+    start_daemon();
+    const auto limit = [&](rlim_t most) {
+        rlimit now{};
+        prlimit(daemon, RLIMIT_NOFILE, nullptr, &now);
+        now.rlim_cur = most;
+        ASSERT_EQ(prlimit(daemon, RLIMIT_NOFILE, &now, nullptr), 0);
+    };
+    const auto failures = [&] { return traced("accept clisock error, code = -1\n"); };
+    // Fewer than the peers that may wait: each that finds no room takes the place of the oldest.
+    limit(40);
+    std::vector<int> silent;
+    for (int i = 0; i < 60; i++) silent.push_back(connect_client());
+    EXPECT_EQ(exchange(record(KIND_GET, NAME)).size(), RECORD_SIZE);
+    EXPECT_EQ(read_reply(silent[0]), "") << "dropped";
+    EXPECT_GT(failures(), 0);
+    EXPECT_LE(failures(), 61);
+    for (const int client : silent) close(client);
+    EXPECT_EQ(exchange(record(KIND_GET, NAME)).size(), RECORD_SIZE);
+
+    // None at all and nobody to drop: the connection waits, which is said once.
+    const int before = failures();
+    limit(3);
+    const int client = connect_client();
+    const std::string request = record(KIND_GET, NAME);
+    EXPECT_EQ(write(client, request.data(), request.size()), static_cast<ssize_t>(request.size()));
+    EXPECT_TRUE(eventually([&] { return failures() > before; }));
+    limit(1024);
+    EXPECT_EQ(read_reply(client).size(), RECORD_SIZE);
+    EXPECT_EQ(failures(), before + 1);
+    close(client);
 }
 
 TEST_F(DaemonTest, AReloadAtAnyMomentOfTheStart) {

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 
 #include "function/agent.h"
 #include "platform/device.h"
@@ -24,6 +25,13 @@ static void write_pid_file() {
     fclose(file);
 }
 
+// Must not ask for memory itself.
+[[noreturn]] static void out_of_memory() {
+    static const char message[] = "zevsic: out of memory\n";
+    if (write(STDERR_FILENO, message, sizeof message - 1) < 0) _exit(1);
+    _exit(1);
+}
+
 int main(int argc, char **argv) {
     // A reload asked for while the agent is still being built waits until the loop can serve it.
     sigset_t usr2;
@@ -31,6 +39,8 @@ int main(int argc, char **argv) {
     sigaddset(&usr2, SIGUSR2);
     sigprocmask(SIG_BLOCK, &usr2, nullptr);
     signal(SIGPIPE, SIG_IGN);
+    signal(SIGXFSZ, SIG_IGN);  // a log that may not grow any more is no reason to end
+    std::set_new_handler(out_of_memory);
 
     setvbuf(stdout, nullptr, _IOLBF, 0);  // a killed daemon leaves whole trace lines behind
     read_options(argc, argv);

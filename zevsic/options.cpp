@@ -1,8 +1,10 @@
 #include "zevsic/options.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
@@ -14,10 +16,22 @@
     exit(1);
 }
 
+// The log holds whatever managers write, keys too, in a folder where anyone may have put something of that
+// name: only a file of our own will do, under no second name. The descriptor, or −1 with errno.
+static int open_log() {
+    const int log = open_device_file("/tmp/zevsic_log.txt", O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK, 0600);
+    struct stat facts = {};
+    if (log < 0 || fstat(log, &facts) != 0) return -1;
+    if (S_ISREG(facts.st_mode) && facts.st_uid == geteuid() && facts.st_nlink == 1) return log;
+    close(log);
+    errno = EEXIST;
+    return -1;
+}
+
 // With a level above 0, standard error goes to the log file: level 2 is a trace into the log.
 static void init_output() {
     if (debugLevel > 0) {
-        const int log = open_device_file("/tmp/zevsic_log.txt", O_WRONLY | O_APPEND | O_CREAT, 0644);
+        const int log = open_log();
         if (log < 0 || dup2(log, STDERR_FILENO) < 0) {
             perror("dup stderr to file fail\n");
             exit(1);

@@ -63,12 +63,16 @@ Received read_request(int client, snmp_request *request) {
 }
 
 Received recv_cli(int listener, snmp_request *request, int *client) {
+    static bool reported;
     *client = accept4(listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
-    if (*client < 0) {
-        printf("accept clisock error, code = %d\n", *client);
-        return Received::FAILED;
+    if (*client >= 0) {
+        reported = false;
+        return read_request(*client, request);
     }
-    return read_request(*client, request);
+    if (errno == EINTR || errno == ECONNABORTED) return Received::FAILED;
+    if (!reported) printf("accept clisock error, code = %d\n", *client);
+    reported = true;
+    return Received::NOT_ACCEPTED;
 }
 
 void serve_request(int client, snmp_request *request) {

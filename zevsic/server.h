@@ -9,12 +9,14 @@ int init_nonblock_socket();
 
 enum class Received {
     RECORD,
-    NOTHING_YET,  // connected, but the peer has sent nothing so far
-    FAILED,       // reported; there is no connection any more
+    NOTHING_YET,   // connected, but the peer has sent nothing so far
+    FAILED,        // reported; there is no connection any more
+    NOT_ACCEPTED,  // reported; the connection goes on waiting, for want of a descriptor as a rule
 };
 // Reads a request with one call. What it brings is the record: missing bytes are zero.
 Received read_request(int client, snmp_request *request);
-// Accepts a connection (non-blocking) and reads its request if it is there already.
+// Accepts a connection (non-blocking) and reads its request if it is there already. Failures in a row are
+// reported once.
 Received recv_cli(int listener, snmp_request *request, int *client);
 
 // Executes the request, writes the reply with one call and closes the connection.
