@@ -26,7 +26,7 @@ static bool limit(int fd, int option, Clock::time_point deadline) {
         errno = EAGAIN;
         return false;
     }
-    const timeval time = {left / 1000000, left % 1000000};
+    const timeval time = {static_cast<time_t>(left / 1000000), static_cast<suseconds_t>(left % 1000000)};
     return setsockopt(fd, SOL_SOCKET, option, &time, sizeof time) == 0;
 }
 
@@ -35,6 +35,20 @@ static bool connect_until(int fd, const sockaddr_un &address, Clock::time_point 
         if (connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0) return true;
         if (errno != EINTR) return false;
     }
+    return false;
+}
+
+// A request may carry a password, and an answer is believed: only a server of root's or of the caller's own
+// gets one. The kernel tells whose it is (unix(7)).
+static bool is_trusted(int fd, std::string *error) {
+    ucred server{};
+    socklen_t size = sizeof server;
+    if (getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &server, &size) != 0) {
+        *error = std::system_category().message(errno);
+        return false;
+    }
+    if (server.uid == 0 || server.uid == geteuid()) return true;
+    *error = "its server runs as user " + std::to_string(server.uid) + ", who is neither root nor you";
     return false;
 }
 
@@ -104,6 +118,8 @@ Answer exchange(const std::string &socket_path, RequestKind kind, std::string_vi
     }
     if (!connect_until(fd, address, deadline)) {
         answer.error = "cannot connect to " + socket_path + ": " + failure(errno, timeout_ms);
+    } else if (std::string why; !is_trusted(fd, &why)) {
+        answer.error = "not asked: " + socket_path + ": " + why;
     } else if (!send_all(fd, &request, deadline) || !receive_all(fd, &answer.reply, deadline)) {
         answer.error = failure(errno, timeout_ms);
     }

@@ -16,8 +16,8 @@ struct Answer {
 // The daemon's socket of this device.
 std::string default_socket();
 
-// Sends one request and waits for its reply; the time limit covers all of it, the connecting included.
-// `set` is the whole SET text (type word, blank, value) and empty for the other kinds. Nothing is sent when a
-// text does not fit its field.
+// Sends one request to a server that runs as root or as the caller, and waits for its reply; the time limit
+// covers all of it, the connecting included. `set` is the whole SET text (type word, blank, value) and empty
+// for the other kinds. Nothing is sent when a text does not fit its field.
 Answer exchange(const std::string &socket_path, RequestKind kind, std::string_view oid, std::string_view set,
                 int timeout_ms);

@@ -205,7 +205,7 @@ int watch(const Client &client, const View &view, const WatchOptions &options) {
         lines[0] = time_of_day() + "  " + lines[0];
         print_round(lines);
         before = std::move(now);
-        if (round == options.count) return EXIT_DONE;
+        if (round == options.count || ferror(stdout)) return EXIT_DONE;
         std::this_thread::sleep_until(begin + interval);
     }
 }

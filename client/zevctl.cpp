@@ -256,7 +256,10 @@ static int run(std::vector<std::string> arguments) {
 
 int main(int argc, char **argv) {
     try {
-        return run({argv + 1, argv + argc});
+        const int status = run({argv + 1, argv + argc});
+        const bool written = fflush(stdout) == 0 && !ferror(stdout);
+        if (!written) complain(EXIT_REFUSED, "the output could not be written");
+        return written || status != EXIT_DONE ? status : EXIT_REFUSED;
     } catch (const std::exception &error) {
         fprintf(stderr, "zevctl: %s\n", error.what());
         return EXIT_REFUSED;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -36,8 +37,8 @@ bool check_int_range(const char *text, int low, int high) {
     const bool negative = *text == '-';
     if (negative) text++;
     if (*text == '\0' || !all_of(text, is_digit)) return false;
-    constexpr long BEYOND = 1L << 32;
-    long value = 0;
+    constexpr int64_t BEYOND = int64_t{1} << 32;
+    int64_t value = 0;
     for (; *text != '\0'; text++) value = std::min(value * 10 + (*text - '0'), BEYOND);
     if (negative) value = -value;
     return value >= low && value <= high;
@@ -72,16 +73,22 @@ static bool each_part(std::string_view text, char separator, Part part) {
     return true;
 }
 
+// A number of digits only, cut to one that is beyond every bound here; −1 for any other text.
+static int small_number(std::string_view digits) {
+    if (digits.empty() || !all_of(digits, is_digit)) return -1;
+    int value = 0;
+    for (const char c : digits) value = std::min(value * 10 + (c - '0'), 1000);
+    return value;
+}
+
 bool check_ipv4_addr(const char *text) {
     const std::string_view address = text;
     if (address.empty() || address.size() > 15 || std::count(address.begin(), address.end(), '.') != 3)
         return false;
     int parts = 0;
     const bool valid = each_part(address, '.', [&](std::string_view part) {
-        if (!all_of(part, is_digit)) return false;
-        int value = 0;
-        for (const char c : part) value = std::min(value * 10 + (c - '0'), 1000);
-        return value <= 255 && (parts++ > 0 || value != 0);
+        const int value = small_number(part);
+        return value >= 0 && value <= 255 && (parts++ > 0 || value != 0);
     });
     return valid && parts == 4;
 }
@@ -186,11 +193,12 @@ bool check_psk_key(const char *key, const char *type) {
 }
 
 bool parse_firewall_interface(const char *text, int rule, char (&key)[64], char (&ifname)[64]) {
-    char side = 0;
-    char radio_text[8], vap_text[8], rest = 0;
-    if (sscanf(text, "%c.%7[0-9].%7[0-9]%c", &side, radio_text, vap_text, &rest) != 3) return false;
-    const int radio = atoi(radio_text) - 1;
-    const int vap = atoi(vap_text) - 1;
+    const std::string_view given = text;
+    const size_t dot = given.find('.', 2);
+    if (dot == std::string_view::npos || given[1] != '.') return false;
+    const char side = given[0];
+    const int radio = small_number(given.substr(2, dot - 2)) - 1;
+    const int vap = small_number(given.substr(dot + 1)) - 1;
     if (radio < 0 || radio > 1 || vap < -1 || vap > 15) return false;
     if (side != 's' && side != 'd') return false;
     if (vap < 0)

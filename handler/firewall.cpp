@@ -74,7 +74,7 @@ static bool number(const char *value) {
 
 // An opcode of no text is 0; the others are counted from 0 in the store and from 1 in the object.
 static std::string opcode_shown(const std::string &stored) {
-    return stored.empty() ? "0" : std::to_string(atoi(stored.c_str()) + 1L);
+    return stored.empty() ? "0" : std::to_string(int64_t{atoi(stored.c_str())} + 1);
 }
 static std::string opcode_stored(const char *value) {
     return std::to_string(atoi(value) - 1);

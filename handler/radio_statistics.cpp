@@ -17,7 +17,7 @@ std::string first_word(const std::string &text) {
 
 OBJECT(APRFNumOfStation) {
     return read_only_column(call, RADIO, LIVE, [](const Row &row) {
-        long stations = 0;
+        int64_t stations = 0;
         for (int vap = 1; vap <= VAPS; vap++) {
             const agent_vap &state = zevap->vap[row[0] - 1][vap - 1];
             if (state.enabled != 1 || state.ifindex <= 0) continue;
@@ -83,10 +83,10 @@ OBJECT(APRFCCI) {
 // Busy time that is neither received nor sent here.
 OBJECT(APRFACI) {
     return radio_read_only(call, LIVE, [](int radio) {
-        const long busy = statistic_number(radio, "rx_clear_rate");
-        const long received = statistic_number(radio, "rx_frame_rate");
-        const long sent = statistic_number(radio, "tx_frame_rate");
-        return std::to_string(std::max(busy - received - sent, 0L));
+        const int64_t busy = statistic_number(radio, "rx_clear_rate");
+        const int64_t received = statistic_number(radio, "rx_frame_rate");
+        const int64_t sent = statistic_number(radio, "tx_frame_rate");
+        return std::to_string(std::max<int64_t>(busy - received - sent, 0));
     });
 }
 

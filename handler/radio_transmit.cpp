@@ -31,7 +31,7 @@ static std::string rate_number(const std::string &stored) {
 
 static int transmit_chains(int radio) {
     int chains = 0;
-    for (long n = get_txchainmask(radio - 1) + 1L; n > 1; n /= 2) chains++;
+    for (int64_t n = int64_t{get_txchainmask(radio - 1)} + 1; n > 1; n /= 2) chains++;
     return chains;
 }
 
@@ -69,7 +69,7 @@ static int lowest_power_level(int radio) {
 static std::string power_number(int radio) {
     const std::string group = format("rf%d", radio);
     Reading reading = read_item(group.c_str(), "txpwr_customized_lv");
-    long level = atoi(reading.text.c_str());
+    int64_t level = atoi(reading.text.c_str());
     if (reading.result == STORE_NO_SUCH_ITEM) {
         reading = read_item(group.c_str(), "txpwr");
         const bool found = reading.result != STORE_NO_SUCH_ITEM;
@@ -84,13 +84,13 @@ OBJECT(APRFTxPowerConfig) {
     if (call.kind == KIND_GET) return radio_get(call, CACHED, power_number);
     Row row{};
     if (!parse_row(call, RADIO, &row)) return set_refused(call);
-    long level = atoi(call.value) - 1L;
-    TRACE("SET str=%s,index:%d,set_val:%ld, get_max_txpwr_level:%d\n", call.value, row[0], level,
-          get_max_txpwr_level(row[0]));
+    int64_t level = int64_t{atoi(call.value)} - 1;
+    TRACE("SET str=%s,index:%d,set_val:%lld, get_max_txpwr_level:%d\n", call.value, row[0],
+          static_cast<long long>(level), get_max_txpwr_level(row[0]));
     if (!within_bounds(call.object, call.value)) return set_refused(call);
     if (level > lowest_power_level(row[0])) {
         level = lowest_power_level(row[0]);
-        TRACE("set_val is too large,change set_val to %ld\n", level);
+        TRACE("set_val is too large,change set_val to %lld\n", static_cast<long long>(level));
     }
     const unsigned group = radio_group(row).id;
     if (has_item(group, "txpwr_customized_lv")) {

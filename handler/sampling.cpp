@@ -1,10 +1,11 @@
 #include "handler/sampling.h"
 
 #include <sys/sysinfo.h>
-#include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <string>
+#include <thread>
 
 #include "platform/device.h"
 
@@ -34,7 +35,7 @@ static CpuSample take_sample() {
 double sample_cpu_busy_ratio() {
     const CpuSample first = take_sample();
     if (first.total == 0) return -1.0;
-    usleep(500000);
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));  // a signal does not shorten it
     const CpuSample second = take_sample();
     if (second.total == first.total) return 0.0;
     return 1.0 -

@@ -87,8 +87,8 @@ static std::string vap_item(const StationVap &vap, const char *key) {
     return reading.text;
 }
 
-static long signal_dbm(const sta_entry &station) {
-    return station.rssi - 95L;
+static int64_t signal_dbm(const sta_entry &station) {
+    return int64_t{station.rssi} - 95;
 }
 
 // Counters show their low 32 bits.
@@ -127,7 +127,7 @@ OBJECT(APReceivedStaSignalStrength) {
 OBJECT(APStaSNR) {
     return station_column(call, [](const sta_entry &station) {
         const float percents = static_cast<float>(signal_dbm(station)) / -95.0F * 100.0F;
-        return std::to_string(static_cast<long>(percents));
+        return std::to_string(static_cast<int64_t>(percents));
     });
 }
 

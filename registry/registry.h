@@ -54,7 +54,7 @@ struct Object {
     constexpr bool is_branch() const { return type == TYPE_NONE; }
     constexpr bool has_range() const { return range[0].low <= range[0].high; }
     // True when the number is within one of the ranges, or there is no range.
-    constexpr bool in_range(long number) const {
+    constexpr bool in_range(int64_t number) const {
         if (!has_range()) return true;
         for (const Range &r : range)
             if (r.low <= r.high && number >= r.low && number <= r.high) return true;

@@ -87,6 +87,16 @@ TEST(Checks, Keys) {
     expect(psk("psk"), {a63 + "a"}, {a63, x63 + "x"});
 }
 
+TEST(Checks, FirewallInterfaces) {
+    char key[64], name[64];
+    const auto parsed = [&](const char *text) { return parse_firewall_interface(text, 7, key, name); };
+    expect(parsed, {"d.1.16", "s.0000000002.00"},
+           {"s", "s.1", "s.1.", "s..1", "s.1.4294967297", "s.18446744073709551617.1", "s.1.-0", " s.1.1"});
+    EXPECT_TRUE(parsed("s.0000000002.00"));
+    EXPECT_STREQ(key, "bfw_entry:6.sInterface");
+    EXPECT_STREQ(name, "ath1ap+");
+}
+
 TEST(Checks, BandModes) {
     debugLevel = 0;
     fake = {};
