@@ -9,6 +9,7 @@
 
 #include "client/output.h"
 #include "client/protocol.h"
+#include "client/translate.h"
 
 static std::vector<std::string> complaints;  // of this call
 static std::string document;
@@ -53,7 +54,9 @@ static int print_answer(RequestKind kind, const Target &target, Printer *values)
     const Client &client = values->client;
     const Answer answer = exchange(client.socket, kind, target.oid, "", client.timeout_ms);
     if (!answer.error.empty()) return complain(EXIT_NO_DAEMON, answer.error);
-    if (answer.reply.reply_status == STATUS_NOTHING)
+    const bool answered =
+        kind == KIND_GET ? answers(answer.reply, parse_oid(target.oid)) : is_value(answer.reply.reply_status);
+    if (!answered)
         return complain(EXIT_REFUSED, format_name(target) + (kind == KIND_GET ? ": no such object or instance"
                                                                               : ": nothing behind it"));
     values->print(locate(answer.reply.oid), answer.reply.reply_status, answer.reply.value);
@@ -131,7 +134,7 @@ int walk_values(const Client &client, const std::string &from,
     *error = "the tables changed during the walk, which is not complete";
     // An instance is its own subtree and nothing follows it there.
     Answer answer = exchange(client.socket, KIND_GET, from, "", client.timeout_ms);
-    if (answer.error.empty() && answer.reply.reply_status != STATUS_NOTHING) {
+    if (answer.error.empty() && answers(answer.reply, parse_oid(from))) {
         visit(locate(answer.reply.oid), answer.reply);
         return EXIT_DONE;
     }
@@ -141,12 +144,12 @@ int walk_values(const Client &client, const std::string &from,
         answer = exchange(client.socket, KIND_GETNEXT, last, "", client.timeout_ms);
         if (!answer.error.empty()) break;
         const std::string next = answer.reply.oid;
-        if (answer.reply.reply_status == STATUS_NOTHING) {
+        if (!is_value(answer.reply.reply_status)) {
             // Either the end of the tree, or the row asked about is gone and the walk cannot go on.
             if (last == from) return EXIT_DONE;
             answer = exchange(client.socket, KIND_GET, last, "", client.timeout_ms);
             if (!answer.error.empty()) break;
-            return answer.reply.reply_status != STATUS_NOTHING ? EXIT_DONE : EXIT_REFUSED;
+            return answers(answer.reply, parse_oid(last)) ? EXIT_DONE : EXIT_REFUSED;
         }
         if (!next.starts_with(from + ".")) return EXIT_DONE;
         // Rows of live tables are made anew now and then, so a walk may be led back; it must end all the
@@ -180,8 +183,13 @@ int dump(const Client &client) {
 }
 
 int save(const Client &client) {
-    std::string wire;
-    return send_set(client, parse_instance("APSysSaveConfig"), "1", &wire);
+    const Target target = parse_instance("APSysSaveConfig");
+    const Answer answer = exchange(client.socket, KIND_SET, target.oid, "integer 1", client.timeout_ms);
+    if (!answer.error.empty()) return complain(EXIT_NO_DAEMON, answer.error);
+    if (answer.reply.reply_status == STATUS_ACCEPTED) return EXIT_DONE;
+    if (answer.reply.reply_status != STATUS_WRONG_VALUE)
+        return complain(EXIT_REFUSED, "save: " + refusal(*target.object, answer.reply.reply_status));
+    return complain(EXIT_REFUSED, "not saved: the queued values were discarded: set them again");
 }
 
 // Waits until the daemon has the whole tree again and reads idle. While an apply runs the tree holds nothing
@@ -231,5 +239,7 @@ int apply(const Client &client, bool wait, int limit_ms) {
     if (state == "-1")
         return complain(EXIT_REFUSED, "saved, but a reboot is needed for the changes to take effect");
     if (state == "1") return complain(EXIT_REFUSED, "not applied: an apply is already running");
-    return complain(EXIT_REFUSED, "not applied: no changes are saved, or they could not be written");
+    return complain(EXIT_REFUSED,
+                    "not applied: no changes are saved, or the queued values could not be written and were "
+                    "discarded: set them again");
 }

@@ -245,7 +245,7 @@ static void take_answer() {
     const Question question = std::move(round_now.questions.front());
     round_now.questions.erase(round_now.questions.begin());
     // While an apply runs, the daemon has no other object.
-    if (round_now.reply.reply_status != STATUS_NOTHING) question.answered(atoi(round_now.reply.value));
+    if (is_value(round_now.reply.reply_status)) question.answered(atoi(round_now.reply.value));
     if (round_now.questions.empty())
         end_round();
     else

@@ -95,7 +95,7 @@ SubtreeReading read_instance(Subtree *subtree, const Oid &oid) {
     if (!belongs) return {Outcome::NO_OBJECT, oid, {}};
     snmp_reply reply;
     if (!ask(subtree, KIND_GET, oid_text(oid), "", is_slow(index), &reply)) return {};
-    if (reply.reply_status == STATUS_NOTHING) return {Outcome::NO_INSTANCE, oid, {}};
+    if (!answers(reply, oid)) return {Outcome::NO_INSTANCE, oid, {}};
     std::optional<Value> value = value_of(subtree, index, reply.value);
     if (!value) return {Outcome::NO_INSTANCE, oid, {}};
     return {Outcome::VALUE, oid, std::move(*value)};
@@ -138,7 +138,7 @@ static Chain follow_column(Subtree *subtree, size_t index) {
         !ask(subtree, KIND_GETNEXT, oid_text(column_oid), "", slow, &reply))
         return Chain::NO_ANSWER;
     std::set<Oid> seen;
-    while (reply.reply_status != STATUS_NOTHING) {
+    while (is_value(reply.reply_status)) {
         const Oid oid = parse_oid(reply.oid);
         bool belongs = false;
         const size_t at = object_at(oid, &belongs);
@@ -150,10 +150,10 @@ static Chain follow_column(Subtree *subtree, size_t index) {
         if (std::optional<Value> value = value_of(subtree, index, reply.value)) rows[oid] = std::move(*value);
         const std::string from = reply.oid;
         if (!ask(subtree, KIND_GETNEXT, from, "", slow, &reply)) return Chain::NO_ANSWER;
-        if (reply.reply_status != STATUS_NOTHING) continue;
+        if (is_value(reply.reply_status)) continue;
         // The end of the tree, or the row is gone and the walk cannot go on from it.
         if (!ask(subtree, KIND_GET, from, "", slow, &reply)) return Chain::NO_ANSWER;
-        return reply.reply_status == STATUS_NOTHING ? Chain::BROKEN : Chain::WHOLE;
+        return answers(reply, parse_oid(from)) ? Chain::WHOLE : Chain::BROKEN;
     }
     return Chain::WHOLE;
 }
@@ -164,10 +164,9 @@ static bool read_scalar(Subtree *subtree, size_t index) {
     rows.clear();
     oid.push_back(0);
     snmp_reply reply;
-    if (!take_early(subtree, index, &reply) &&
-        !ask(subtree, KIND_GET, oid_text(oid), "", is_slow(index), &reply))
-        return false;
-    if (reply.reply_status == STATUS_NOTHING) return true;
+    const bool early = take_early(subtree, index, &reply) && answers(reply, oid);
+    if (!early && !ask(subtree, KIND_GET, oid_text(oid), "", is_slow(index), &reply)) return false;
+    if (!answers(reply, oid)) return true;
     if (std::optional<Value> value = value_of(subtree, index, reply.value)) rows[oid] = std::move(*value);
     return true;
 }
@@ -233,7 +232,7 @@ SetResult make_change(Subtree *subtree, const Oid &oid, const Value &value, Chan
     change->oid.clear();
     // Asking first also keeps a SET from a daemon that is stopped and would execute it when it goes on.
     if (!ask(subtree, KIND_GET, name, "", false, &reply)) return SetResult::NO_ANSWER;
-    if (reply.reply_status != STATUS_NOTHING) change->before = reply.value;
+    if (answers(reply, oid)) change->before = reply.value;
     forget_columns(subtree);
     change->oid = oid;  // from here on it may have been done, answered or not
     change->acts = is_action(object) && value.number != 0;

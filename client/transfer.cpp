@@ -101,7 +101,7 @@ static int wait_for_end(const Client &client, const TransferOrder &order, int li
         if (!answer.error.empty()) return complain(EXIT_NO_DAEMON, answer.error);
         const std::string value = answer.reply.value;
         // While an apply runs the daemon shows nothing else.
-        const bool answered = answer.reply.reply_status != STATUS_NOTHING;
+        const bool answered = is_value(answer.reply.reply_status);
         if (answered && value != shown) {
             if (client.json)
                 answer_json(value_json(target, answer.reply.reply_status, value));  // the last one counts

@@ -29,6 +29,10 @@ std::string oid_text(const Oid &oid) {
     return text;
 }
 
+bool answers(const snmp_reply &reply, const Oid &oid) {
+    return is_value(reply.reply_status) && !oid.empty() && parse_oid(reply.oid) == oid;
+}
+
 bool is_below(const Oid &oid, const Oid &branch) {
     return oid.size() >= branch.size() && std::equal(branch.begin(), branch.end(), oid.begin());
 }

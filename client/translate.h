@@ -16,6 +16,9 @@ using Oid = std::vector<uint32_t>;  // compares as SNMP orders OIDs
 Oid parse_oid(std::string_view text);
 std::string oid_text(const Oid &oid);
 
+// True when the reply holds a value, and that of the instance asked for.
+bool answers(const snmp_reply &reply, const Oid &oid);
+
 // Below or at `branch`.
 bool is_below(const Oid &oid, const Oid &branch);
 

@@ -44,7 +44,7 @@ static int read_ifindex(int radio, int vap) {
         snprintf(name, sizeof name, "ath%dap%d", radio, vap);
     std::string text;
     if (!read_device_file(std::string("/sys/class/net/") + name + "/ifindex", 255, &text)) return 0;
-    return atoi(text.c_str());
+    return atoi(first_line(text).c_str());
 }
 
 static void update_vap(int radio, int vap) {

@@ -153,6 +153,16 @@ void clear_child_node(mib_node *node) {
     next->list_prev = node;
 }
 
+void forget_values() {
+    for (mib_node *node = head->list_next; node != head; node = node->list_next) {
+        const bool live = node->update_bit == 1 && node->update_stamp != 0;
+        if (node->kind != LEAF || live) continue;
+        clear_child_node(node);
+        node->update_bit = 1;
+        node->update_stamp = 0;
+    }
+}
+
 void free_tree() {
     if (!head) return;
     clear_child_node(head);

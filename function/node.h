@@ -70,6 +70,10 @@ void free_tree();
 // Frees everything below the node: the rest of its run. The node itself stays.
 void clear_child_node(mib_node *node);
 
+// Makes every object that shows cached or written values due again and drops what it shows. Objects that are
+// live by themselves keep their rows.
+void forget_values();
+
 // Slot index of the arc: the number of set bits at positions 0 to arc, minus 1.
 int child_slot(int arc, const uint32_t (&map)[8]);
 // Makes the slot of the arc exist, empty when new. Arc 0 to MAX_ARC.

@@ -72,7 +72,8 @@ int need_update(const mib_node *object) {
     const auto now = static_cast<int32_t>(time(nullptr));
     const auto age =
         static_cast<int32_t>(static_cast<uint32_t>(now) - static_cast<uint32_t>(object->update_stamp));
-    if (age < zevap->sample_time) {
+    // What was never refreshed is due, whatever the clock says.
+    if (object->update_stamp != 0 && age < zevap->sample_time) {
         TRACE("don't need update\n");
         return 0;
     }
@@ -104,7 +105,7 @@ mib_node *search_to_leaf(mib_node *object, const char *instance, int *last_arc) 
 snmp_reply *just_output(snmp_reply *reply, mib_node *node, int arc) {
     TRACE_LOCATION("function", __func__);
     const mib_node *child = find_child(node, arc);
-    if (!child) return reply;
+    if (!child || !is_value(child->type)) return reply;  // a level of a row index is no value
     TRACE("type=%s data=%s\n", type_to_str(child->type), child->value ? child->value.get() : "");
     reply->reply_status = child->type;
     if (child->value) put_text(reply->value, child->value.get());

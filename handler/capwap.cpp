@@ -29,7 +29,7 @@ static snmp_reply *feature_switch(const HandlerCall &call, const Group &group, c
     const Row row{any_instance ? call.index : 0};
     if (call.kind == KIND_GET && is_requested(call, row)) {
         feature.absent(nullptr);
-        stamp(call, CACHED);
+        if (row[0] == 0) stamp(call, CACHED);
         publish(call, row, "1");
         return call.reply;
     }

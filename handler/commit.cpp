@@ -69,6 +69,7 @@ static bool save_pending_items() {
     const int result = set_cfg_items_snmp(sic_zevcfg, pending_items);
     free_item_list(pending_items);
     pending_items = nullptr;
+    if (result != 0) forget_values();  // what was written and shown is lost
     return result == 0;
 }
 
@@ -108,13 +109,14 @@ static snmp_reply *start_apply(HandlerCall call) {
         return set_refused(call);
     };
     if (!save_pending_items()) return refuse();
-    std::string first_line;
-    if (!read_device_file(SAVED_CHANGES_FILE, 1024, &first_line)) {
+    std::string changes;
+    if (!read_device_file(SAVED_CHANGES_FILE, 1024, &changes)) {
         TRACE("Need not to apply since no config saved\n");
+        forget_values();
         return refuse();
     }
     TRACE("sync_config exists\n");
-    if (atoi(first_line.c_str()) == 1) {
+    if (atoi(first_line(changes).c_str()) == 1) {
         TRACE("Some configs need to reboot to take effect\n");
         show_state(call, "-1");
         return refuse();

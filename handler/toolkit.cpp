@@ -27,6 +27,7 @@ snmp_reply *set_read_only(const HandlerCall &call) {
 }
 
 bool is_requested(const HandlerCall &call, const Row &row) {
+    if (row.count == 1) return call.index == row[0] && !strchr(call.instance, '.');
     char text[6 * 12];
     int length = 0;
     for (int i = 0; i < row.count; i++)
@@ -152,7 +153,7 @@ snmp_reply *scalar(const HandlerCall &call, const Group &group, const Field &fie
     if (call.kind == KIND_GET) {
         const Reading reading = read_item(group.name.c_str(), field.key);
         TRACE("ans= %s from ZEVCFG ret=%d.\n", reading.text.c_str(), reading.result);
-        stamp(call, field.refresh);
+        if (row[0] == 0) stamp(call, field.refresh);
         publish(call, row, shown(field, reading.text));
         return call.reply;
     }

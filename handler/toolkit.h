@@ -54,7 +54,8 @@ struct Row {
     int operator[](int i) const { return arcs[i]; }
 };
 
-// True when the call's instance text is exactly the row's arcs.
+// True when the call is for the row: a row of one arc by the number of the arc, others by the text that their
+// arcs have without zeros in front.
 bool is_requested(const HandlerCall &call, const Row &row);
 // Publishes a row of the object: into the call's reply when the row is the one requested, else only into the
 // tree.
@@ -118,7 +119,7 @@ struct Field {
     const Codes *codes = nullptr;
     std::string (*show)(const std::string &stored) = nullptr;  // in place of codes
     std::string (*store)(const char *value) = nullptr;         // in place of codes
-    bool any_instance = false;                                 // scalars: answers whatever arc is asked for
+    bool any_instance = false;  // scalars: answers whatever arc is asked for, due until it is 0
     Refresh refresh = CACHED;
     // Columns (handler/column.h) only:
     const char *trace = nullptr;    // of each item read

@@ -13,7 +13,7 @@ static constexpr Table LINKS = {.arcs = "rv",
                                 .counts = {RADIOS, WDS_LINKS},
                                 .group = link_group,
                                 .set_trace = "SET str=%s\n",
-                                .order = Table::TRACE_VALUE_ROW};
+                                .order = Table::ROW_TRACE_VALUE};
 
 static constexpr const char *READ_TRACE = "ans= %s from ZEVCFG ret=%e.\n";
 

@@ -371,6 +371,10 @@ bool read_device_file(std::string_view absolute, size_t limit, std::string *out)
     return readable;
 }
 
+std::string first_line(std::string_view text) {
+    return std::string(text.substr(0, text.find('\n')));
+}
+
 bool device_file_exists(std::string_view absolute) {
     return access(device_path(absolute).c_str(), F_OK) == 0;
 }

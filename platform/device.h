@@ -65,6 +65,9 @@ int open_device_file(std::string_view absolute, int flags, unsigned mode = 0);
 // when it is a link.
 bool read_device_file(std::string_view absolute, size_t limit, std::string *out);
 
+// A text up to its first newline.
+std::string first_line(std::string_view text);
+
 bool device_file_exists(std::string_view absolute);
 
 // Creates a lock file that must not exist yet (O_EXCL) holding the time in seconds and a newline.

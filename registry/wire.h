@@ -23,6 +23,12 @@ enum ReplyStatus : uint8_t {
     STATUS_WRONG_VALUE = 34,  // SET value refused: length, range, format, or the state of the device
 };
 
+// True when a reply with that status holds a value: the one place that decides it. A node of the tree holds
+// one when its type is such a status.
+constexpr bool is_value(int status) {
+    return status >= INTEGER && status <= GAUGE;
+}
+
 // Texts are NUL-terminated inside their fields; bytes after the terminator are zero.
 struct snmp_request {
     uint8_t type;         // RequestKind

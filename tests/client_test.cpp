@@ -159,6 +159,13 @@ TEST(ClientExchange, NobodyAccepts) {
     close(listener);
 }
 
+// Whoever may write below /tmp may put a socket there.
+TEST(ClientExchange, AServerOfAnotherUserIsNotAsked) {
+    if (geteuid() != 0) GTEST_SKIP() << "only root can be two users";
+    Server server([](const snmp_request &, snmp_reply *) { return static_cast<int>(RECORD_SIZE); }, 65534);
+    EXPECT_NE(exchange(server.path, KIND_GET, ROOT, "", 5000).error.find("user 65534"), std::string::npos);
+}
+
 TEST_F(Commands, WalkStaysInItsSubtreeAndEnds) {
     EXPECT_EQ(run([&] { return walk(client, ""); }), EXIT_DONE);
     EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 4);
@@ -201,8 +208,26 @@ TEST_F(Commands, GetAndSetSayWhatTheDaemonAnswered) {
         EXPECT_EQ(run([&] { return set(client, "APSysL2STPEnabled", "3"); }), EXIT_REFUSED);
         EXPECT_EQ(err, std::string("zevctl: APSysL2STPEnabled.0: ") + words + "\n");
     }
+    EXPECT_EQ(run([&] { return save(client); }), EXIT_REFUSED);
+    EXPECT_EQ(err, "zevctl: not saved: the queued values were discarded: set them again\n");
+
+    // Only a value of the instance asked for is an answer, whatever comes.
+    const std::pair<uint8_t, const char *> others[] = {
+        {STRING, "1.2.0"}, {STRING, "1.1.0.0"}, {24, "1.1.0"}, {STATUS_WRONG_VALUE, "1.1.0"}};
+    for (const auto &[status, oid] : others) {
+        tree.get_status = status;
+        tree.answered_as = oid;
+        EXPECT_EQ(run([&] { return get(client, {"APSysName"}); }), EXIT_REFUSED) << oid;
+        EXPECT_EQ(out, "");
+        EXPECT_EQ(err, "zevctl: APSysName.0: no such object or instance\n");
+    }
     client.socket += "2";
     EXPECT_EQ(run([&] { return get(client, {"APSysName"}); }), EXIT_NO_DAEMON);
+}
+
+TEST(ClientOutput, AFullDiskIsAFailure) {
+    EXPECT_EQ(system(ZEVSIC_BIN_DIR "/zevctl names >/dev/null 2>&1"), 0);
+    EXPECT_EQ(WEXITSTATUS(system(ZEVSIC_BIN_DIR "/zevctl names >/dev/full 2>/dev/null")), EXIT_REFUSED);
 }
 
 TEST_F(Commands, ApplyWaitsForTheWholeTree) {

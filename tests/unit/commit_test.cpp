@@ -26,14 +26,23 @@ TEST_F(CommitTest, SaveWritesTheQueueAndNeverApplies) {
     EXPECT_EQ(queued(), Items{});
     EXPECT_EQ(get("1.68.0"), (Answer{INTEGER, "1.68.0", "0"}));
 
+    // A failed write discards the queue, and with it all that it made the objects show.
+    fake.system_items["date"] = "now";
+    for (const char *oid : {"1.1.0", "1.14.0", "7.1.1.3.1"}) get(oid);
     set("1.1.0", "string \"lost\"");
+    set("7.1.1.3.200", "string \"lost\"");
+    EXPECT_EQ(get("1.1.0").value, "lost");
     fake.saving_fails = true;
     EXPECT_EQ(set("1.68.0", "integer 1"), STATUS_WRONG_VALUE);
-    EXPECT_EQ(queued(), Items{}) << "a failed write discards the queue";
+    EXPECT_EQ(queued(), Items{});
+    EXPECT_EQ(get("1.1.0").value, "ap 2");
+    EXPECT_EQ(get("7.1.1.3.200"), (Answer{0, "", ""})) << "a row that was never stored";
+    fake.system_items["date"] = "later";
+    EXPECT_EQ(get("1.14.0").value, "now") << "what is live keeps its time";
 }
 
 TEST_F(CommitTest, ApplyLeavesNothingButItself) {
-    root.write("/tmp/sync_config", "0\n");
+    root.write("/tmp/sync_config", "\n1\n");  // the first line counts, and it is empty
     set("1.1.0", "string \"ap\"");
     // The walk has filled the tree below the leaf that the SET is called on.
     get("1.62.0");

@@ -7,12 +7,20 @@
 #include "function/rows.h"
 #include "tests/unit/agent_fixture.h"
 
+// The clock of the machine, or the one that a test has set. The linker leads the agent's calls here.
+static time_t clock_time = 0;
+extern "C" time_t __real_time(time_t *out);
+extern "C" time_t __wrap_time(time_t *out) {
+    return clock_time != 0 ? clock_time : __real_time(out);
+}
+
 class ResolveTest : public AgentTest {
   protected:
     ResolveTest() {
         fake.item("device", "name", "ap");
         build();
     }
+    ~ResolveTest() override { clock_time = 0; }
 };
 
 TEST_F(ResolveTest, OidsThatNameNoInstanceAnswerNothing) {
@@ -64,14 +72,49 @@ TEST_F(ResolveTest, LiveObjectsAreAskedAgainWhenDue) {
     zevap->sample_time = 0;
     EXPECT_EQ(get("1.14.0").value, "second");
 
-    // With the clock set back the stamp lies ahead: not due until the clock has passed it.
-    zevap->sample_time = 100;
-    mib_node *leaf = find_child(find_child(head, 1), 14);
-    leaf->update_stamp = static_cast<int32_t>(time(nullptr)) + 5000;
-    fake.system_items["date"] = "third";
-    EXPECT_EQ(get("1.14.0").value, "second");
-    leaf->update_stamp = static_cast<int32_t>(time(nullptr)) - 100;
-    EXPECT_EQ(get("1.14.0").value, "third");
+    // With the clock set back the stamp lies ahead: not due until the clock has passed it. What was never
+    // asked is due under any clock: right after 1970, across the end of 32-bit time and behind it.
+    for (const time_t begin : {time_t{3}, time_t{INT32_MAX}, time_t{INT32_MAX} + 5000, time_t{5000}}) {
+        clock_time = begin;
+        fake.system_items["date"] = "first";
+        build();
+        EXPECT_EQ(get("1.14.0").value, "first") << begin;
+        EXPECT_EQ(get("1.1.0").value, "ap") << begin;
+        fake.system_items["date"] = "second";
+        const std::pair<int, const char *> later[] = {{-2, "first"}, {99, "first"}, {100, "second"}};
+        for (const auto &[seconds, shown] : later) {
+            clock_time = begin + seconds;
+            EXPECT_EQ(get("1.14.0").value, shown) << begin << " + " << seconds;
+        }
+    }
+}
+
+TEST_F(ResolveTest, InstancesAreWholeAndNumbers) {
+    for (int round = 0; round < 2; round++) {
+        const char *const when = round == 0 ? "fresh" : "cached";
+        EXPECT_EQ(get("3.1.1.3.1"), (Answer{0, "", ""})) << "a part of a row index, " << when;
+        EXPECT_EQ(get("3.1.1.3.1.1").oid, "3.1.1.3.1.1") << when;
+        EXPECT_EQ(get("1.1.00").oid, "1.1.0") << when;
+        EXPECT_EQ(get("2.1.1.1.01").oid, "2.1.1.1.1") << when;
+        EXPECT_EQ(get("7.1.1.1.1.1"), (Answer{0, "", ""})) << when;
+    }
+    EXPECT_EQ(set("1.1.00", "string \"new\""), STATUS_ACCEPTED);
+    EXPECT_EQ(get("1.1.0").value, "new");
+    EXPECT_EQ(get("3.1.1.4.1.01"), (Answer{0, "", ""})) << "rows of two arcs compare their text";
+}
+
+TEST_F(ResolveTest, AnOddInstanceHidesNothing) {
+    fake.item("wan_ip", "mgmt_vid", "7");
+    fake.item("wes", "state", "enable");
+    for (const char *tool : {"", "/sbin/zevwes"}) {
+        if (*tool) root.write(tool, "");
+        for (const std::string object : {"1.24", "1.25", "1.53"}) {
+            build();
+            EXPECT_EQ(get(object + ".9").oid, object + ".9");
+            EXPECT_EQ(walked(object).size(), 2U) << object;
+            EXPECT_EQ(get(object + ".0").oid, object + ".0");
+        }
+    }
 }
 
 TEST_F(ResolveTest, SetTexts) {

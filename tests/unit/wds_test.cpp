@@ -24,6 +24,7 @@ TEST_F(WdsTest, AlwaysHasSixteenRows) {
                       REFUSED)
                 << object.name << " row " << row;
     }
+    EXPECT_EQ(traced([] { set("4.1.1.2.1.9", "integer 1"); }).find("SET str="), std::string::npos);
 }
 
 TEST_F(WdsTest, ALinkNeedsTheRadiosAutomaticRateAndAFixedChannel) {
