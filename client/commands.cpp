@@ -9,6 +9,7 @@
 
 #include "client/output.h"
 #include "client/protocol.h"
+#include "client/settings.h"
 #include "client/translate.h"
 
 static std::vector<std::string> complaints;  // of this call
@@ -111,10 +112,11 @@ int send_set(const Client &client, const Target &target, const std::string &valu
     if (!error.empty()) return complain(EXIT_REFUSED, format_name(target) + ": " + error);
     const Answer answer = exchange(client.socket, KIND_SET, target.oid, text, client.timeout_ms);
     if (!answer.error.empty()) return complain(EXIT_NO_DAEMON, answer.error);
-    if (answer.reply.reply_status != STATUS_ACCEPTED)
-        return complain(EXIT_REFUSED,
-                        format_name(target) + ": " + refusal(*target.object, answer.reply.reply_status));
-    return EXIT_DONE;
+    if (answer.reply.reply_status == STATUS_ACCEPTED) return EXIT_DONE;
+    std::string reason =
+        answer.reply.reply_status == STATUS_WRONG_VALUE ? value_mistake(*target.object, *wire) : "";
+    if (reason.empty()) reason = refusal(*target.object, answer.reply.reply_status);
+    return complain(EXIT_REFUSED, format_name(target) + ": " + reason);
 }
 
 int set(const Client &client, const std::string &object, const std::string &value) {

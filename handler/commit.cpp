@@ -14,6 +14,7 @@
 #include "handler/objects.h"
 #include "handler/toolkit.h"
 #include "platform/device.h"
+#include "zevsic/log.h"
 
 int access_lock = 0;
 
@@ -32,10 +33,12 @@ static bool start_detached(void *(*worker)(void *), void *argument) {
 static void *apply_worker(void *handle) {
     pthread_detach(pthread_self());
     if (apply_cfg(static_cast<zevcfg_handle *>(handle)) != 0) {
+        log_event("apply failed, the daemon ends", Severity::ERROR);
         // Half a configuration is in force: whoever supervises the daemon decides. The lock file tells.
         fflush(nullptr);
         _exit(1);
     }
+    log_event("apply ended");
     remove_device_file(APPLY_LOCK_FILE);
     return nullptr;
 }
@@ -44,6 +47,7 @@ static void *reboot_worker(void *with_factory_settings) {
     pthread_detach(pthread_self());
     if (with_factory_settings) reset_zevcfg();
     sleep(1);
+    log_event(with_factory_settings ? "reboot with factory settings" : "reboot");
     run_command("reboot");
     return nullptr;
 }
@@ -129,7 +133,9 @@ static snmp_reply *start_apply(HandlerCall call) {
     ALLOC_NODE("1", TYPE_NONE, nullptr);
     call.node = ALLOC_NODE("1.62", INTEGER, APSysApplyConfig);
     show_state(call, "1");
+    log_event("apply begun");
     if (!start_detached(apply_worker, sic_zevcfg)) {
+        log_event("apply not begun: no thread", Severity::ERROR);
         TRACE("Create pthread error!\n");
         return refuse();
     }

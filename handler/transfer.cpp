@@ -143,7 +143,11 @@ static bool start_transfer(const Transfer &transfer, UpdateCommand command) {
         TRACE("cmd:%s\n", commands.first.c_str());
     else
         TRACE("cmd:%s,next_cmd:%s\n", commands.first.c_str(), commands.second.c_str());
-    start_transfer_process(commands, files.backup, lock_file);
+    const std::string work = operation == Operation::UPGRADE  ? "upgrade"
+                             : operation == Operation::BACKUP ? "backup"
+                                                              : "restore";
+    start_transfer_process(commands, files.backup, lock_file,
+                           work + (transfer.protocol == Protocol::FTP ? " over FTP" : " over TFTP"));
     return true;
 }
 

@@ -10,6 +10,7 @@
 
 #include "platform/detach.h"
 #include "platform/device.h"
+#include "zevsic/log.h"
 
 // Everything the process needs, ready before the fork: other threads of the daemon may hold any lock at that
 // moment, so from then on only calls that are safe in a signal handler are made.
@@ -19,6 +20,7 @@ struct Prepared {
     char *second_end;  // where the size goes, with room for it; null: it is complete
     const char *file;  // what the first brings, for the second
     const char *lock_file;
+    LogLine ended, failed;
 };
 static constexpr size_t SIZE_ROOM = 24;  // digits of any file size, quote and terminator
 
@@ -69,19 +71,20 @@ static void leave_failed(const char *file, bool restoring) {
 }
 
 static void transfer(const Prepared &prepared) {
-    const bool done = run_to_the_end(prepared.first);
+    bool done = run_to_the_end(prepared.first);
     const unsigned long long size = size_of(prepared.file);
     const bool restoring = prepared.second_end != nullptr;
     if (restoring) add_size(prepared.second_end, size);
     if (prepared.second && (done || size > 0))
-        run_to_the_end(prepared.second);
+        done = run_to_the_end(prepared.second);
     else if (prepared.second)
         leave_failed(prepared.file, restoring);
+    send_log_line(done ? prepared.ended : prepared.failed);
     unlink(prepared.lock_file);
 }
 
 void start_transfer_process(const TransferCommands &commands, const std::string &file,
-                            const std::string &lock_file) {
+                            const std::string &lock_file, const std::string &work) {
     const std::string file_path = device_path(file);
     const std::string lock_path = device_path(lock_file);
     std::vector<char> second(commands.second.begin(), commands.second.end());
@@ -92,8 +95,12 @@ void start_transfer_process(const TransferCommands &commands, const std::string 
         .second_end = commands.second_takes_size ? second.data() + commands.second.size() : nullptr,
         .file = file_path.c_str(),
         .lock_file = lock_path.c_str(),
+        .ended = prepare_log_line(work + " ended"),
+        .failed = prepare_log_line(work + " ended, a tool failed", Severity::ERROR),
     };
+    log_event((work + " begun").c_str());
     const pid_t child = fork();
+    if (child < 0) log_event((work + " not begun: no process").c_str(), Severity::ERROR);
     if (child != 0) {
         wait_for(child);
         return;
@@ -105,6 +112,7 @@ void start_transfer_process(const TransferCommands &commands, const std::string 
         umask(077);
         transfer(prepared);
     } else if (grandchild < 0) {
+        send_log_line(prepared.failed);
         unlink(prepared.lock_file);
     }
     _exit(0);

@@ -346,6 +346,40 @@ TEST_F(DaemonTest, ApplyThreads) {
     EXPECT_EQ(stop(), 128 + SIGTERM);
 }
 
+// A silent daemon: what must be known of it goes to the system's log, and nothing that a manager wrote.
+TEST_F(DaemonTest, TellsTheSystemsLog) {
+    std::filesystem::create_directories(root.path("/dev"));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    strcpy(address.sun_path, root.path("/dev/log").c_str());
+    const int log = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    ASSERT_EQ(bind(log, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+    const timeval patience = {20, 0};
+    setsockopt(log, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    const auto next = [&] {
+        char line[256] = "";
+        EXPECT_GT(recv(log, line, sizeof line - 1, 0), 0);
+        return std::string(line);
+    };
+    start_daemon({"-d", "0"});
+    const std::string tag = "zevsic[" + std::to_string(daemon) + "]: ";
+    EXPECT_EQ(next(), "<30>" + tag + "started, version " ZEVSIC_VERSION);
+    exchange(record(KIND_SET, FULL + "1.1.0", "string \"told nobody\""));
+    exchange(record(KIND_SET, FULL + "1.62.0", "integer 1"));
+    for (const char *line : {"apply begun", "apply ended", "rebuilt from the store"})
+        EXPECT_EQ(next(), "<30>" + tag + line);
+    root.write_tool("/sbin/wget", "exit 1");
+    exchange(record(KIND_SET, FULL + "1.63.1.0", "ipaddress 192.0.2.1"));
+    exchange(record(KIND_SET, FULL + "1.63.2.0", "string \"a\""));
+    exchange(record(KIND_SET, FULL + "1.63.3.0", "integer 2"));
+    exchange(record(KIND_SET, FULL + "1.63.4.0", "integer 2"));
+    EXPECT_EQ(next(), "<30>" + tag + "backup over TFTP begun");
+    EXPECT_EQ(next(), "<27>" + tag + "backup over TFTP ended, a tool failed");
+    exchange(record(KIND_SET, FULL + "1.55.0", "integer 1"));
+    EXPECT_EQ(next(), "<30>" + tag + "reboot with factory settings");
+    close(log);
+}
+
 TEST_F(DaemonTest, AFailedApplyEndsTheDaemonThreads) {
     root.write_tool("/etc/zevcfg/apply", "exit 3");
     start_daemon({"-d", "0"});

@@ -10,6 +10,7 @@
 #include "function/agent.h"
 #include "platform/device.h"
 #include "platform/zevcfg.h"
+#include "zevsic/log.h"
 #include "zevsic/loop.h"
 #include "zevsic/options.h"
 #include "zevsic/reload.h"
@@ -49,6 +50,7 @@ int main(int argc, char **argv) {
     init_norvalis();
     init_loop();
     const int listener = init_nonblock_socket();
+    log_event("started, version " ZEVSIC_VERSION);
     run_loop(listener, reload_agent);
     close(listener);
     free_agent();

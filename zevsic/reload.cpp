@@ -3,6 +3,7 @@
 #include "function/agent.h"
 #include "handler/commit.h"
 #include "platform/zevcfg.h"
+#include "zevsic/log.h"
 
 void reload_agent() {
     if (access_lock > 0) {
@@ -11,4 +12,5 @@ void reload_agent() {
     }
     free_agent();
     init_norvalis();
+    log_event("rebuilt from the store");
 }
