@@ -143,34 +143,19 @@ Target parse_target(std::string_view text) {
     return failed(unknown_name(name));
 }
 
-static const char *row_arcs(Rows rows) {
-    switch (rows) {
-        case SCALAR:
-            return "0";
-        case ENTRY_ROWS:
-            return "ENTRY";
-        case RADIO_ROWS:
-            return "RADIO";
-        case VAP_ROWS:
-            return "RADIO.VAP";
-        case VAP_ENTRY_ROWS:
-            return "RADIO.VAP.ENTRY";
-        case VAP_METHOD_ROWS:
-            return "RADIO.VAP.REALM.METHOD";
-        case LINK_ROWS:
-            return "RADIO.LINK";
-        case MAC_ROWS:
-            return "six bytes of a MAC address in decimal";
-    }
-    return "";
+// "RADIO.VAP" and the like.
+static std::string row_arcs(const Table &table) {
+    if (table.is_by_mac()) return "six bytes of a MAC address in decimal";
+    std::string text;
+    for (int i = 0; i < table.levels(); i++) text.append(i ? "." : "").append(table.arcs[i].name);
+    return text;
 }
 
 Target parse_instance(std::string_view text) {
     Target target = parse_target(text);
     if (!target.error.empty() || !target.object || !target.instance.empty()) return target;
-    if (target.object->rows() != SCALAR)
-        return failed(std::string(target.object->name) +
-                      " needs an instance: " + row_arcs(target.object->rows()));
+    if (const Table *table = table_of(*target.object))
+        return failed(std::string(target.object->name) + " needs an instance: " + row_arcs(*table));
     return locate(target.oid + ".0");
 }
 

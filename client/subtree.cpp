@@ -178,7 +178,7 @@ static const Column *column_at(Subtree *subtree, size_t index, bool inside) {
     const bool read = column.read != Clock::time_point();
     if (read && now - column.read < (inside ? WALK : FRESH)) return &column;
     column.read = {};
-    if (object_of(index).rows() == SCALAR) {
+    if (!table_of(object_of(index))) {
         if (!read_scalar(subtree, index)) return nullptr;
     } else {
         Chain chain = follow_column(subtree, index);
@@ -194,7 +194,7 @@ SubtreeReading read_next(Subtree *subtree, const Oid &oid) {
     bool belongs = false;
     for (size_t i = object_at(oid, &belongs); i < objects.size(); i++) {
         const bool inside = is_below(oid, objects[i].oid) && oid.size() > objects[i].oid.size();
-        if (inside && objects[i].object->rows() == SCALAR) continue;
+        if (inside && !table_of(*objects[i].object)) continue;
         const Column *column = column_at(subtree, i, inside);
         if (!column) return {};
         const auto row = column->rows.upper_bound(oid);
@@ -211,8 +211,8 @@ static void forget_columns(Subtree *subtree) {
 // Objects that make the daemon act at once, which no second SET takes back. The values of the others wait in
 // it for a save or an apply.
 static bool is_action(const Object &object) {
-    return object.words == &APPLY_WORDS || object.words == &PERFORM_WORDS ||
-           object.words == &TRANSFER_COMMAND_WORDS;
+    return object.words == APPLY_WORDS || object.words == &PERFORM_WORDS ||
+           object.words == TRANSFER_COMMAND_WORDS;
 }
 
 SetResult check_change(const Oid &oid, const Value &value) {

@@ -105,85 +105,17 @@ std::string to_text(const Value &value) {
     return inet_ntop(AF_INET, &address, text, sizeof text);
 }
 
-// What the arcs of an instance can be, whatever the device has at the moment.
-static std::vector<Range> instance_arcs(Rows rows) {
-    constexpr Range RADIO = {1, 2}, VAP = {1, 16}, LINK = {1, 8}, ENTRY = {1, 5}, METHOD = {1, 4},
-                    ANY = {0, 255};
-    switch (rows) {
-        case SCALAR:
-            return {{0, 0}};
-        case ENTRY_ROWS:
-            return {ANY};
-        case RADIO_ROWS:
-            return {RADIO};
-        case VAP_ROWS:
-            return {RADIO, VAP};
-        case LINK_ROWS:
-            return {RADIO, LINK};
-        case VAP_ENTRY_ROWS:
-            return {RADIO, VAP, ENTRY};
-        case VAP_METHOD_ROWS:
-            return {RADIO, VAP, ENTRY, METHOD};
-        case MAC_ROWS:
-            return std::vector<Range>(6, ANY);
-    }
-    return {};
-}
-
 static bool can_be_instance(const Object &object, const Oid &instance) {
-    const std::vector<Range> arcs = instance_arcs(object.rows());
-    return std::equal(arcs.begin(), arcs.end(), instance.begin(), instance.end(),
-                      [](const Range &range, int64_t arc) { return arc >= range.low && arc <= range.high; });
+    const Table *table = table_of(object);
+    if (!table) return instance == Oid{0};
+    return std::equal(table->arcs.begin(), table->arcs.begin() + table->levels(), instance.begin(),
+                      instance.end(),
+                      [](const Arc &arc, int64_t number) { return number >= arc.low && number <= arc.high; });
 }
 
-// Objects that refuse values within their bounds for the state of the device. What the others refuse, they
-// always do.
-constexpr std::string_view CONDITIONAL_OBJECTS[] = {
-    "APSysNTPServer1",
-    "APSysNTPServer2",
-    "APSysSetDateDay",
-    "APSysApplyTime",
-    "APSysSNMPTrapServerIPAddress",
-    "APSysSystemLogServerIPAddress",
-    "APSysCAPWAPDomainNameSuffix",
-    "APSysCAPWAPACAddress1",
-    "APSysCAPWAPACAddress2",
-    "APSysCAPWAPACAddress3",
-    "APSysCAPWAPACAddress4",
-    "APSysCAPWAPACAddress5",
-    "APSysIPv6Mode",
-    "APSysIPv6IPAddress",
-    "APSysIPv6PrefixLen",
-    "APSysIPv6GWAddr",
-    "APSysIPv6FirstDNSAddr",
-    "APSysIPv6SecondDNSAddr",
-    "APSysRestart",
-    "APSysReset",
-    "APSysApplyConfig",
-    "TFTPUpdateCommand",
-    "FTPUpdateCommand",
-    "APSysPortSwitchMode",
-    "APSysSaveConfig",
-    "APRFRadioChannelConfig",
-    "APRFMaxTransmitRate",
-    "VAPWEPCipherKeyValue1",
-    "VAPWEPCipherKeyValue2",
-    "VAPWEPCipherKeyValue3",
-    "VAPWEPCipherKeyValue4",
-    "APWDSLinkEnabled",
-    "APWDSLinkMacAddr",
-    "APWDSLinkWEPKeyLength",
-    "APWDSLinkWEPKeyFormat",
-    "APWDSLinkWEPKeyValue",
-    "APWDSLinkPSKCipherSuite",
-    "APWDSLinkPSKKeyType",
-    "APWDSLinkPSKKeyValue",
-    "L2FirewallRuleIpv4ServiceSelected",
-};
-
+// True for what may be refused for the state of the device. What the others refuse, they always do.
 static bool is_conditional(const Object &object) {
-    return std::find(std::begin(CONDITIONAL_OBJECTS), std::end(CONDITIONAL_OBJECTS), object.name) !=
-           std::end(CONDITIONAL_OBJECTS);
+    return object.acts || object.conditional || object.needs[0].key;
 }
 
 SetResult check_set(const Object *object, const Oid &instance, const Value &value) {

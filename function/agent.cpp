@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "function/groups.h"
 #include "platform/device.h"
 #include "platform/k480ext.h"
 #include "zevsic/trace.h"
@@ -84,15 +85,19 @@ void update_zevap() {
 void init_norvalis() {
     zevap = new agent_state{};
     forget_reports();
-    int groups[7];
-    const char *const arcs[7] = {"1", "2", "3", "4", "5", "6", "7"};
-    for (int i = 0; i < 7; i++) groups[i] = atoi(arcs[i]);
     TRACE_LOCATION("function", __func__);
     alloc_root();
     zevap->root = head;
     init_agent_defaults(zevap);
     update_zevap();
-    register_groups(groups);
+    // In this order managers see them.
+    init_norvalisAPDeviceList();
+    init_norvalisAPRFInfo();
+    init_norvalisAPVAPInfo();
+    init_norvalisAPWDSInfo();
+    init_norvalisAPStaInfo();
+    init_norvalisNeighborhoodAPInfo();
+    init_norvalisL2FirewallInfo();
 }
 
 void free_agent() {

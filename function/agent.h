@@ -6,10 +6,11 @@
 
 #include "function/node.h"
 #include "platform/zevcfg.h"
+#include "registry/object.h"
 
-constexpr int RADIOS = 2;
-constexpr int VAPS = 16;      // a radio
-constexpr int WDS_LINKS = 8;  // a radio
+constexpr int RADIOS = RADIO_ARC.high;
+constexpr int VAPS = VAP_ARC.high;        // a radio
+constexpr int WDS_LINKS = LINK_ARC.high;  // a radio
 
 struct agent_vap {
     int32_t enabled;  // 1 when the VAP's configured state is "enable"
@@ -52,6 +53,3 @@ void free_agent();
 void init_agent_defaults(agent_state *state);
 void reopen_config_handles();
 void update_zevap();
-
-// Registers the groups of the numbers given (0: none), in ascending order.
-void register_groups(int (&groups)[7]);

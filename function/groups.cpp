@@ -1,14 +1,15 @@
 #include "function/groups.h"
 
-#include <algorithm>
-#include <cstring>
+#include <string>
 
-#include "function/agent.h"
 #include "function/node.h"
 #include "handler/objects.h"
+#include "registry/registry.h"
 
 #define BRANCH(oid) ALLOC_NODE(oid, TYPE_NONE, nullptr);
+#define TABLE(oid, ...) BRANCH(oid)
 #define OBJECT(oid, name, type, ...) ALLOC_NODE(oid, type, name);
+#define SPECIAL(rule, ...) OBJECT(__VA_ARGS__)
 
 void init_norvalisAPDeviceList() {
 #include "registry/groups/ap_device_list.def"
@@ -34,40 +35,12 @@ void init_norvalisNeighborhoodAPInfo() {
 #include "registry/groups/neighborhood_ap_info.def"
 }
 
-void init_norvalisL2FirewallInfo() {
+void init_norvalisL2FirewallInfo(){
 #include "registry/groups/l2_firewall_info.def"
 }
 
-#undef BRANCH
-#undef OBJECT
-
-void register_groups(int (&groups)[7]) {
-    std::sort(std::begin(groups), std::end(groups));
-    for (const int group : groups) {
-        switch (group) {
-            case 1:
-                init_norvalisAPDeviceList();
-                break;
-            case 2:
-                init_norvalisAPRFInfo();
-                break;
-            case 3:
-                init_norvalisAPVAPInfo();
-                break;
-            case 4:
-                init_norvalisAPWDSInfo();
-                break;
-            case 5:
-                init_norvalisAPStaInfo();
-                break;
-            case 6:
-                init_norvalisNeighborhoodAPInfo();
-                break;
-            case 7:
-                init_norvalisL2FirewallInfo();
-                break;
-            default:
-                break;
-        }
-    }
+mib_node *register_apply_object() {
+    constexpr const Object *object = find_object("APSysApplyConfig");
+    ALLOC_NODE(std::string(object->entry_oid()).c_str(), TYPE_NONE, nullptr);
+    return ALLOC_NODE(object->oid, object->type, APSysApplyConfig);
 }

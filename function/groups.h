@@ -8,3 +8,7 @@ void init_norvalisAPWDSInfo();
 void init_norvalisAPStaInfo();
 void init_norvalisNeighborhoodAPInfo();
 void init_norvalisL2FirewallInfo();
+
+// Registers the apply object alone, with the branch above it: all that there is while the store applies.
+struct mib_node;
+mib_node *register_apply_object();

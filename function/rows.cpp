@@ -40,37 +40,42 @@ static mib_node *find_or_create(mib_node *parent, int arc, uint8_t type, TraceAs
     return node;
 }
 
-static snmp_reply *publish(snmp_reply *reply, mib_node *column, const char *value, const int *arcs, int n,
-                           TraceAs trace_as) {
-    if (std::any_of(arcs, arcs + n, [](int arc) { return arc < 0 || arc > MAX_ARC; })) return reply;
+// The cell of a row, made when it is missing, with its value in it. Null when an arc has no cell.
+static mib_node *store_cell(mib_node *column, const char *value, const int *arcs, int n, TraceAs trace_as) {
+    if (std::any_of(arcs, arcs + n, [](int arc) { return arc < 0 || arc > MAX_ARC; })) return nullptr;
     mib_node *cell = column;
-    for (int i = 0; i < n; i++) {
+    for (int i = 0; i < n && cell; i++)
         cell =
             find_or_create(cell, arcs[i], i == n - 1 ? column->type : static_cast<uint8_t>(INDEX), trace_as);
-        if (!cell) return reply;
-    }
+    if (!cell) return nullptr;
     cell->value = copy_text(value);
-    put_text(reply->oid, cell->oid.get());
-    reply->reply_status = cell->type;
-    put_text(reply->value, value);
     TRACE("oid=%s value=%s\n", cell->oid.get(), value);
     TRACE(" value=%s\n", value);
+    return cell;
+}
+
+// Fills the reply, if there is one, from a cell, if there is one.
+static snmp_reply *answer(snmp_reply *reply, const mib_node *cell) {
+    if (!reply || !cell) return reply;
+    put_text(reply->oid, cell->oid.get());
+    reply->reply_status = cell->type;
+    put_text(reply->value, cell->value.get());
     return reply;
 }
 
 snmp_reply *update_data(snmp_reply *reply, mib_node *column, const char *value, int arc) {
-    return publish(reply, column, value, &arc, 1, TraceAs::TYPE);
+    return answer(reply, store_cell(column, value, &arc, 1, TraceAs::TYPE));
 }
 
 snmp_reply *update_data_by_mulindex(snmp_reply *reply, mib_node *column, const char *value, const int *arcs,
                                     int n) {
     TRACE_LOCATION("function", __func__);
-    return publish(reply, column, value, arcs, n, TraceAs::SILENT);
+    return answer(reply, store_cell(column, value, arcs, n, TraceAs::SILENT));
 }
 
 snmp_reply *update_data_by_mac(snmp_reply *reply, mib_node *column, const char *value, const int *mac) {
     TRACE_LOCATION("function", __func__);
-    return publish(reply, column, value, mac, 6, TraceAs::LEAF);
+    return answer(reply, store_cell(column, value, mac, 6, TraceAs::LEAF));
 }
 
 snmp_reply *update_data_by_ifindex(snmp_reply *reply, mib_node *column, const char *value, int ifindex) {
@@ -85,7 +90,7 @@ snmp_reply *update_data_by_ifindex(snmp_reply *reply, mib_node *column, const ch
         }
     }
     if (arcs[0] == 0) return reply;
-    return publish(reply, column, value, arcs, 2, TraceAs::LEAF);
+    return answer(reply, store_cell(column, value, arcs, 2, TraceAs::LEAF));
 }
 
 int parse_mulindex(const char *text, int *arcs, int n) {

@@ -1,7 +1,7 @@
 // Publishing values: the only way in which instance nodes come into being. Each operation creates the cell
 // (and the levels above it) when it is missing, stores the value text in it and fills the reply as a GET
-// reply for that cell. All return the reply they were given. An arc outside 0 to MAX_ARC has no cell: nothing
-// happens.
+// reply for that cell. Without a reply (null) the cell alone is stored. All return the reply they were given.
+// An arc outside 0 to MAX_ARC has no cell: nothing happens.
 #pragma once
 
 #include "function/node.h"

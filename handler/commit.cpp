@@ -9,10 +9,10 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "function/groups.h"
 #include "function/resolve.h"
-#include "handler/check.h"
-#include "handler/objects.h"
-#include "handler/toolkit.h"
+#include "handler/engine.h"
+#include "handler/rules.h"
 #include "platform/device.h"
 #include "zevsic/log.h"
 
@@ -92,8 +92,8 @@ static int apply_state() {
 }
 
 static void show_state(const HandlerCall &call, const char *state) {
-    stamp(call, LIVE);
-    publish_written(call, {0}, state);
+    stamp(call);
+    store_cell(call, {0}, state);
 }
 
 static snmp_reply *start_apply(HandlerCall call) {
@@ -130,8 +130,7 @@ static snmp_reply *start_apply(HandlerCall call) {
     // rest.
     clear_child_node(head);
     prev = head;
-    ALLOC_NODE("1", TYPE_NONE, nullptr);
-    call.node = ALLOC_NODE("1.62", INTEGER, APSysApplyConfig);
+    call.node = register_apply_object();
     show_state(call, "1");
     log_event("apply begun");
     if (!start_detached(apply_worker, sic_zevcfg)) {
@@ -142,19 +141,19 @@ static snmp_reply *start_apply(HandlerCall call) {
     return set_accepted(call);
 }
 
-OBJECT(APSysApplyConfig) {
+snmp_reply *apply_config(const HandlerCall &call) {
     if (!is_instance_0(call)) return call.reply;
     if (call.kind == KIND_GET) {
         const int state = apply_state();
-        stamp(call, LIVE);
+        stamp(call);
         publish(call, {0}, std::to_string(state));
         return call.reply;
     }
     TRACE("SET str=%s\n", call.value);
-    if (!within_bounds(call.object, call.value)) return set_refused(call);
+    if (!within_range(call.object, call.value)) return set_refused(call);
     return atoi(call.value) == 1 ? start_apply(call) : set_accepted(call);
 }
 
-OBJECT(APSysSaveConfig) {
+snmp_reply *save_config(const HandlerCall &call) {
     return action_scalar(call, save_pending_items);
 }

@@ -1,11 +1,11 @@
 // The services that rules name: objects 7.2.1.1 to 7.2.1.5. The predefined ones come first and are fixed,
 // the user-defined ones behind them are a list of the store.
-#include <algorithm>
 #include <cstring>
 #include <iterator>
 
-#include "handler/check.h"
+#include "handler/engine.h"
 #include "handler/firewall.h"
+#include "handler/rules.h"
 
 // Ports: one, a range with ':' or a list with blanks; empty is any.
 struct Service {
@@ -43,80 +43,43 @@ static constexpr Service PREDEFINED[] = {
     {"OSPF", "89", "", ""},
 };
 constexpr int PREDEFINED_COUNT = static_cast<int>(std::size(PREDEFINED));
+static_assert(table_of(*find_object("L2FirewallServiceName"))->predefined == PREDEFINED_COUNT);
 
-static Group service_group(const Row &) {
-    return {"bfw_service", GID_BFW_SERVICE};
-}
-// As many as the table can show, whatever the store says.
-static int user_defined_count() {
-    return std::clamp(read_size(service_group({}), "table_size"), 0, MAX_ARC - PREDEFINED_COUNT);
-}
-static int service_count() {
-    return PREDEFINED_COUNT + user_defined_count();
-}
-
-static constexpr FirewallList SERVICES{service_group, service_count};
-
-// Where a row above the predefined ones is in the list of the store.
-static Row user_defined(const Row &row) {
-    return {row[0] - PREDEFINED_COUNT};
-}
-
-static snmp_reply *service_get(const HandlerCall &call, const Field &field, const char *Service::*member) {
-    const Table table = firewall_table(SERVICES, service_count());
-    stamp(call, CACHED);
-    for_each_row(table, [&](const Row &row) {
-        publish(call, row,
-                row[0] <= PREDEFINED_COUNT ? PREDEFINED[row[0] - 1].*member
-                                           : read_field(call, table, field, user_defined(row)).text);
-    });
-    return call.reply;
-}
-
-static snmp_reply *service(const HandlerCall &call, Field field, const char *Service::*member) {
-    field.trace = FIREWALL_READ_TRACE;
-    if (call.kind == KIND_GET) return service_get(call, field, member);
-    const Table table = firewall_table(SERVICES, 0);
-    Row row{};
-    if (!accept_row(call, table, field, &row)) return call.reply;
-    if (row[0] <= PREDEFINED_COUNT) return set_refused(call);
-    queue_item(GID_BFW_SERVICE, expand(field.key, table, user_defined(row)).c_str(), call.value);
-    publish_written(call, row, call.value);
-    return set_accepted(call);
-}
+static const Table &SERVICES = *table_of(*find_object("L2FirewallServiceName"));
 
 bool is_service_name(const char *text) {
     for (const Service &predefined : PREDEFINED)
         if (strcmp(text, predefined.name) == 0) return true;
-    const int count = user_defined_count();
+    const int count = last_row(SERVICES) - PREDEFINED_COUNT;
     for (int i = 0; i < count; i++)
-        if (read_item("bfw_service", format("uds_entry:%d.name", i).c_str()).text == text) return true;
+        if (read_item(SERVICES.group, format("uds_entry:%d.name", i).c_str()).text == text) return true;
     return false;
 }
 
-// A protocol is a name in upper case, as the value is rewritten, or a number.
-static bool protocol(char *value) {
-    for (char *c = value; *c != '\0'; c++)
-        if (*c >= 'a' && *c <= 'z') *c = static_cast<char>(*c - 'a' + 'A');
-    if (strcmp(value, "TCP") == 0 || strcmp(value, "UDP") == 0) return true;
-    return *value != '-' && check_int_range(value, 0, 255);
-}
-static bool port(const char *value) {
-    return check_int_range(value, 1, 65535);
+// Rows above the predefined ones are in the list of the store, counted on from there.
+static snmp_reply *service(const HandlerCall &call, const char *Service::*predefined) {
+    if (call.kind == KIND_GET)
+        return get_rows(call, [&](const Row &row) -> std::string {
+            if (row[0] <= PREDEFINED_COUNT) return PREDEFINED[row[0] - 1].*predefined;
+            return read_row(call, {row[0] - PREDEFINED_COUNT}).text;
+        });
+    Row row{};
+    if (!accept_row(call, &row)) return call.reply;
+    if (row[0] <= PREDEFINED_COUNT) return set_refused(call);
+    queue_row(call, {row[0] - PREDEFINED_COUNT}, call.value);
+    store_cell(call, row, call.value);
+    return set_accepted(call);
 }
 
-OBJECT(L2FirewallServiceIndex) {
-    return firewall_index(call, SERVICES);
+snmp_reply *service_name(const HandlerCall &call) {
+    return service(call, &Service::name);
 }
-OBJECT(L2FirewallServiceName) {
-    return service(call, {.key = "uds_entry:%k.name", .check = empty_or<check_printable>}, &Service::name);
+snmp_reply *service_protocol(const HandlerCall &call) {
+    return service(call, &Service::protocol);
 }
-OBJECT(L2FirewallServiceProtocolType) {
-    return service(call, {.key = "uds_entry:%k.protocol", .check = empty_or<protocol>}, &Service::protocol);
+snmp_reply *service_source_ports(const HandlerCall &call) {
+    return service(call, &Service::source_ports);
 }
-OBJECT(L2FirewallServiceSourcePort) {
-    return service(call, {.key = "uds_entry:%k.sport", .check = empty_or<port>}, &Service::source_ports);
-}
-OBJECT(L2FirewallServiceDestinationPort) {
-    return service(call, {.key = "uds_entry:%k.dport", .check = empty_or<port>}, &Service::destination_ports);
+snmp_reply *service_destination_ports(const HandlerCall &call) {
+    return service(call, &Service::destination_ports);
 }

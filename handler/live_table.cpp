@@ -13,7 +13,7 @@ bool begin_rebuild(const HandlerCall &call) {
     clear_child_node(call.node);
     if (call.kind == KIND_SET) set_read_only(call);
     if (call.kind != KIND_GET) return false;
-    stamp(call, LIVE);
+    stamp(call);
     return true;
 }
 

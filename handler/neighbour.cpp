@@ -2,6 +2,7 @@
 // heard by both radios has the values of radio 2.
 #include "function/agent.h"
 #include "handler/live_table.h"
+#include "handler/rules.h"
 #include "platform/device.h"
 #include "platform/k480ext.h"
 
@@ -28,23 +29,23 @@ static std::string behind(std::string_view prefix, const std::string &field) {
     return field.starts_with(prefix) && field.size() > prefix.size() ? field.substr(prefix.size()) : "N/A";
 }
 
-OBJECT(NeighborhoodAPSSIDName) {
+snmp_reply *neighbour_ssid(const HandlerCall &call) {
     return neighbour_column(call, [](const ToolLine &line) {
         return line.field_count >= SSID_FIELD ? line.field(SSID_FIELD) : "N/A";
     });
 }
 
-OBJECT(NeighborhoodAPMacAddress) {
+snmp_reply *neighbour_mac(const HandlerCall &call) {
     return neighbour_column(call, [](const ToolLine &line) {
         const Row &byte = line.row;
         return format("%02X:%02X:%02X:%02X:%02X:%02X", byte[0], byte[1], byte[2], byte[3], byte[4], byte[5]);
     });
 }
 
-OBJECT(NeighborhoodAPReceivedSignalStrength) {
+snmp_reply *neighbour_signal(const HandlerCall &call) {
     return neighbour_column(call, [](const ToolLine &line) { return behind("level=", line.field(4)); });
 }
 
-OBJECT(NeighborhoodAPChannel) {
+snmp_reply *neighbour_channel(const HandlerCall &call) {
     return neighbour_column(call, [](const ToolLine &line) { return behind("Channel=", line.field(9)); });
 }

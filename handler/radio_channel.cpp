@@ -58,7 +58,7 @@ static bool parse_channels(const std::string &line, std::string *channels) {
     return true;
 }
 
-static std::string available_channels(int radio) {
+static std::string channel_list(int radio) {
     const std::string group = format("rf%d", radio);
     const Reading country = read_item(group.c_str(), "country");
     TRACE("rf%d country code:%s from ZEVCFG ret=%d.\n", radio, country.text.c_str(), country.result);
@@ -77,6 +77,6 @@ static std::string available_channels(int radio) {
     return "Invalid allowed channel list";
 }
 
-OBJECT(APRFAvailableChannel) {
-    return radio_read_only(call, LIVE, available_channels);
+snmp_reply *available_channels(const HandlerCall &call) {
+    return read_only_radios(call, channel_list);
 }

@@ -1,5 +1,4 @@
-// The live columns of the radios, 2.1.1.45 to 2.1.1.50, and the interfaces that ARP inspection trusts,
-// 2.1.1.52.
+// The live columns of the radios, 2.1.1.45 to 2.1.1.50.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -9,22 +8,19 @@
 #include "platform/device.h"
 #include "platform/k480ext.h"
 
-std::string first_word(const std::string &text) {
-    const char *const blanks = " \t\n";
-    const size_t begin = text.find_first_not_of(blanks);
-    return begin == std::string::npos ? "" : text.substr(begin, text.find_first_of(blanks, begin) - begin);
-}
-
-OBJECT(APRFNumOfStation) {
-    return read_only_column(call, RADIO, LIVE, [](const Row &row) {
+snmp_reply *radio_stations(const HandlerCall &call) {
+    if (call.kind == KIND_SET) return set_read_only(call);
+    stamp(call);
+    for (int radio = 1; radio <= RADIOS; radio++) {
         int64_t stations = 0;
         for (int vap = 1; vap <= VAPS; vap++) {
-            const agent_vap &state = zevap->vap[row[0] - 1][vap - 1];
+            const agent_vap &state = zevap->vap[radio - 1][vap - 1];
             if (state.enabled != 1 || state.ifindex <= 0) continue;
-            stations += atoi(read_system_item(format("rf%d_vap%d_sta", row[0], vap).c_str()).text.c_str());
+            stations += atoi(read_system_item(format("rf%d_vap%d_sta", radio, vap).c_str()).text.c_str());
         }
-        return std::to_string(stations);
-    });
+        publish(call, {radio}, std::to_string(stations));
+    }
+    return call.reply;
 }
 
 // The counters of a radio's live VAPs together. False when one of them has no name.
@@ -45,7 +41,7 @@ static bool radio_octets(int radio, bool received, uint64_t *octets) {
 // Ends early at a VAP without a name: the rows from there on keep what they hold.
 static snmp_reply *octets_column(const HandlerCall &call, bool received) {
     if (call.kind == KIND_SET) return set_read_only(call);
-    stamp(call, LIVE);
+    stamp(call);
     for (int radio = 1; radio <= RADIOS; radio++) {
         uint64_t octets = 0;
         if (!radio_octets(radio - 1, received, &octets)) break;
@@ -54,10 +50,10 @@ static snmp_reply *octets_column(const HandlerCall &call, bool received) {
     return call.reply;
 }
 
-OBJECT(APRFInOctets) {
+snmp_reply *radio_octets_received(const HandlerCall &call) {
     return octets_column(call, true);
 }
-OBJECT(APRFOutOctets) {
+snmp_reply *radio_octets_sent(const HandlerCall &call) {
     return octets_column(call, false);
 }
 
@@ -75,14 +71,14 @@ static int statistic_number(int radio, const char *name) {
     return atoi(statistic(radio, name).c_str());
 }
 
-OBJECT(APRFCCI) {
-    return radio_read_only(
-        call, LIVE, [](int radio) { return std::to_string(statistic_number(radio, "rx_frame_rate")); });
+snmp_reply *cochannel_interference(const HandlerCall &call) {
+    return read_only_radios(
+        call, [](int radio) { return std::to_string(statistic_number(radio, "rx_frame_rate")); });
 }
 
 // Busy time that is neither received nor sent here.
-OBJECT(APRFACI) {
-    return radio_read_only(call, LIVE, [](int radio) {
+snmp_reply *adjacent_channel_interference(const HandlerCall &call) {
+    return read_only_radios(call, [](int radio) {
         const int64_t busy = statistic_number(radio, "rx_clear_rate");
         const int64_t received = statistic_number(radio, "rx_frame_rate");
         const int64_t sent = statistic_number(radio, "tx_frame_rate");
@@ -90,23 +86,6 @@ OBJECT(APRFACI) {
     });
 }
 
-OBJECT(APRFWDI) {
-    return radio_read_only(call, LIVE, [](int radio) { return statistic(radio, "rx_clear_rate"); });
-}
-
-// One character per VAP, or no text at all.
-static bool is_vap_mask(char *value) {
-    return value[strspn(value, "01")] == '\0';
-}
-
-OBJECT(APRL2FirewallTrustInterface) {
-    static constexpr Table TRUST = radio_table(
-        [](const Row &) -> Group {
-            return {"bfw_dai", GID_BFW_DAI};
-        },
-        "SET str=%s\n");
-    return radio_column(call, TRUST,
-                        {.key = "trust_interface.entry:%I.vap",
-                         .check = is_vap_mask,
-                         .trace = "ans= %s from ZEVCFG ret=%e.\n"});
+snmp_reply *channel_use(const HandlerCall &call) {
+    return read_only_radios(call, [](int radio) { return statistic(radio, "rx_clear_rate"); });
 }

@@ -6,11 +6,6 @@
 #include "handler/radio.h"
 #include "platform/k480ext.h"
 
-// Optional items: the group may be without the key.
-static bool has_item(unsigned group_id, const char *key) {
-    return read_item(group_id, key).result != STORE_NO_SUCH_ITEM;
-}
-
 // The rates by their number: automatic, the legacy rates, the 802.11n MCS, and the 802.11ac rates as maps of
 // two bits per spatial stream for one, two and three streams (MCS 0 to 7, 8 or 9 each).
 static constexpr const char *RATES[] = {
@@ -35,21 +30,19 @@ static int transmit_chains(int radio) {
     return chains;
 }
 
-static bool may_have_rate(const Row &row, const char *value) {
-    const int rate = atoi(value);
+static bool may_have_rate(const HandlerCall &call, const Row &row) {
+    const int rate = atoi(call.value);
     if (rate == RATE_AUTO) return true;
-    if (read_item(radio_group(row).name.c_str(), "state").text == "disable") return false;
+    if (read_row(call, row, "state") == "disable") return false;
     const int chains = transmit_chains(row[0]);
     return rate < FIRST_11AC ? rate < FIRST_11N + MCS_PER_CHAIN * chains
                              : rate < FIRST_11AC + MAPS_PER_CHAIN * chains;
 }
 
-OBJECT(APRFMaxTransmitRate) {
-    return radio_column(call, {.key = "rate",
-                               .condition = may_have_rate,
-                               .show = rate_number,
-                               .store = [](const char *value) -> std::string { return RATES[atoi(value)]; },
-                               .trace = " Get rf%r max transmit rate: %s from ZEVCFG.\n"});
+snmp_reply *transmit_rate(const HandlerCall &call) {
+    return ordinary(call, {.condition = may_have_rate,
+                           .show = rate_number,
+                           .store = [](const char *value) -> std::string { return RATES[atoi(value)]; }});
 }
 
 // Transmit power is a level: steps below full power, which is level 0. Radios of the older form have the key
@@ -66,59 +59,57 @@ static int lowest_power_level(int radio) {
     return std::max(get_max_txpwr_level(radio), 1) - 1;
 }
 
-static std::string power_number(int radio) {
-    const std::string group = format("rf%d", radio);
+// Optional items: the group may be without the key.
+static bool has_item(const HandlerCall &call, const Row &row, const char *key) {
+    return read_item(group_id(call, row), key).result != STORE_NO_SUCH_ITEM;
+}
+
+static std::string power_number(const HandlerCall &call, const Row &row) {
+    const std::string group = group_name(call, row);
     Reading reading = read_item(group.c_str(), "txpwr_customized_lv");
     int64_t level = atoi(reading.text.c_str());
     if (reading.result == STORE_NO_SUCH_ITEM) {
         reading = read_item(group.c_str(), "txpwr");
         const bool found = reading.result != STORE_NO_SUCH_ITEM;
-        level = std::min(level_of_power(found ? atoi(reading.text.c_str()) : FULL_POWER),
-                         lowest_power_level(radio));
+        level = std::min<int64_t>(level_of_power(found ? atoi(reading.text.c_str()) : FULL_POWER),
+                                  lowest_power_level(row[0]));
     }
     TRACE(" Get txpwr:%s from ZEVCFG.\n", reading.text.c_str());
     return std::to_string(level + 1);
 }
 
-OBJECT(APRFTxPowerConfig) {
-    if (call.kind == KIND_GET) return radio_get(call, CACHED, power_number);
+snmp_reply *transmit_power(const HandlerCall &call) {
+    if (call.kind == KIND_GET) return get_rows(call, [&](const Row &row) { return power_number(call, row); });
     Row row{};
-    if (!parse_row(call, RADIO, &row)) return set_refused(call);
+    if (!parse_row(call, &row)) return set_refused(call);
     int64_t level = int64_t{atoi(call.value)} - 1;
     TRACE("SET str=%s,index:%d,set_val:%lld, get_max_txpwr_level:%d\n", call.value, row[0],
           static_cast<long long>(level), get_max_txpwr_level(row[0]));
-    if (!within_bounds(call.object, call.value)) return set_refused(call);
+    if (!within_range(call.object, call.value)) return set_refused(call);
     if (level > lowest_power_level(row[0])) {
         level = lowest_power_level(row[0]);
         TRACE("set_val is too large,change set_val to %lld\n", static_cast<long long>(level));
     }
-    const unsigned group = radio_group(row).id;
-    if (has_item(group, "txpwr_customized_lv")) {
-        queue_item(group, "txpwr_customized_lv", std::to_string(level));
+    if (has_item(call, row, "txpwr_customized_lv")) {
+        queue_row(call, row, "txpwr_customized_lv", std::to_string(level));
     } else {
         const int power = clamped_power(FULL_POWER - static_cast<int>(level) / 3 * 4);
         level = level_of_power(power);
-        if (has_item(group, "txpwr")) queue_item(group, "txpwr", std::to_string(power));
+        if (has_item(call, row, "txpwr")) queue_row(call, row, "txpwr", std::to_string(power));
     }
-    publish_written(call, row, std::to_string(level + 1));
+    store_cell(call, row, std::to_string(level + 1));
     return set_accepted(call);
 }
 
-OBJECT(APRFTxPowerCurrent) {
-    return radio_read_only(call, LIVE, [](int radio) {
-        const Reading power = read_system_item(format("rf%d_txpwr_dbm", radio).c_str());
-        TRACE(" Get txpwr_dbm:%s from ZEVCFG.\n", power.text.c_str());
-        const std::string word = first_word(power.text);
-        return word.empty() ? "N/A" : word;
-    });
-}
-
-OBJECT(APRFAckTimeout) {
-    return radio_column(call, {.key = "acktimeout", .trace = " Get rf%r ack_timeout:%s from ZEVCFG.\n"});
+snmp_reply *current_power(const HandlerCall &call) {
+    return ordinary(call, {.show = [](const std::string &stored) -> std::string {
+                        const std::string word = first_word(stored);
+                        return word.empty() ? "N/A" : word;
+                    }});
 }
 
 // The beacon interval is the radio's, or each of its VAPs' where the radio has none.
-static std::string beacon_interval(int radio) {
+static std::string current_interval(int radio) {
     Reading reading = read_item(format("rf%d", radio).c_str(), "beacon");
     if (reading.result != 0) reading = read_item(format("rf%d_vap1", radio).c_str(), "beacon");
     TRACE(" Get rf%d beacon interval:%s from ZEVCFG.\n", radio, reading.text.c_str());
@@ -136,17 +127,16 @@ static std::string lengthened_interval(int radio, const char *value) {
     return value;
 }
 
-OBJECT(APRFBeaconInterval) {
-    if (call.kind == KIND_GET) return radio_get(call, CACHED, beacon_interval);
+snmp_reply *beacon_interval(const HandlerCall &call) {
+    if (call.kind == KIND_GET) return get_rows(call, [](const Row &row) { return current_interval(row[0]); });
     Row row{};
-    if (!accept_row(call, RADIO, {}, &row)) return call.reply;
+    if (!accept_row(call, &row)) return call.reply;
     const std::string interval = lengthened_interval(row[0], call.value);
-    const unsigned group = radio_group(row).id;
-    if (has_item(group, "beacon")) {
-        queue_item(group, "beacon", interval);
+    if (has_item(call, row, "beacon")) {
+        queue_row(call, row, "beacon", interval);
     } else {
         for (int i = (row[0] - 1) * VAPS; i < row[0] * VAPS; i++) queue_item(gid_vap[i], "beacon", interval);
     }
-    publish_written(call, row, call.value);
+    store_cell(call, row, call.value);
     return set_accepted(call);
 }

@@ -5,6 +5,8 @@
 
 #include "function/agent.h"
 #include "handler/live_table.h"
+#include "handler/rules.h"
+#include "handler/value.h"
 #include "platform/device.h"
 #include "platform/k480ext.h"
 
@@ -96,42 +98,42 @@ static std::string low_word(uint64_t counter) {
     return std::to_string(static_cast<uint32_t>(counter));
 }
 
-OBJECT(APStaMACAddress) {
+snmp_reply *station_mac(const HandlerCall &call) {
     return station_column(call, [](const sta_entry &station) { return std::string(station.mac); });
 }
 
-OBJECT(APStaSSIDName) {
+snmp_reply *station_ssid(const HandlerCall &call) {
     return vap_column(call, [](const StationVap &vap) { return vap_item(vap, "ssid"); });
 }
 
-OBJECT(APStaVlanId) {
+snmp_reply *station_vlan(const HandlerCall &call) {
     return vap_column(call, [](const StationVap &vap) {
         const std::string text = vap_item(vap, "vid");
         const long id = strtol(text.c_str(), nullptr, 10);
-        return id >= 1 && id <= 4094 ? text : "4096";
+        return id >= 1 && id <= 4094 ? text : std::string(NO_VLAN);
     });
 }
 
-OBJECT(APStaTxBytes) {
+snmp_reply *station_bytes_sent(const HandlerCall &call) {
     return station_column(call, [](const sta_entry &station) { return low_word(station.tx_bytes); });
 }
 
-OBJECT(APStaRxBytes) {
+snmp_reply *station_bytes_received(const HandlerCall &call) {
     return station_column(call, [](const sta_entry &station) { return low_word(station.rx_bytes); });
 }
 
-OBJECT(APReceivedStaSignalStrength) {
+snmp_reply *station_signal(const HandlerCall &call) {
     return station_column(call, [](const sta_entry &station) { return std::to_string(signal_dbm(station)); });
 }
 
-OBJECT(APStaSNR) {
+snmp_reply *station_snr(const HandlerCall &call) {
     return station_column(call, [](const sta_entry &station) {
         const float percents = static_cast<float>(signal_dbm(station)) / -95.0F * 100.0F;
         return std::to_string(static_cast<int64_t>(percents));
     });
 }
 
-OBJECT(APStaBandCheck) {
+snmp_reply *station_band(const HandlerCall &call) {
     return vap_column(call, [](const StationVap &vap) {
         return std::string(zevap->rf_channel[vap.radio - 1] < 15 ? "1" : "2");
     });
@@ -155,9 +157,9 @@ static snmp_reply *tool_column(const HandlerCall &call, size_t field) {
     return call.reply;
 }
 
-OBJECT(APStaConnectionTime) {
+snmp_reply *station_connection_time(const HandlerCall &call) {
     return tool_column(call, 12);
 }
-OBJECT(APStaTransmitRate) {
+snmp_reply *station_rate(const HandlerCall &call) {
     return tool_column(call, 3);
 }

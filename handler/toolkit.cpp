@@ -1,15 +1,28 @@
 #include "handler/toolkit.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
+#include "function/oid.h"
 #include "function/resolve.h"
 #include "function/rows.h"
-#include "handler/check.h"
 
 cfg_item *pending_items = nullptr;
+
+Row requested_row(const char *instance) {
+    Row row{};
+    ArcReader arcs(instance);
+    bool canonical = *instance != '.';
+    for (int arc; arcs.next(&arc); row.count++) {
+        if (row.count == std::ssize(row.arcs)) return {};
+        const std::string_view text = arcs.text();
+        canonical = canonical && (text.size() == 1 || text[0] != '0');
+        row.arcs[row.count] = arc;
+    }
+    return canonical || row.count == 1 ? row : Row{};
+}
 
 static snmp_reply *with_status(const HandlerCall &call, ReplyStatus status) {
     call.reply->reply_status = status;
@@ -27,12 +40,8 @@ snmp_reply *set_read_only(const HandlerCall &call) {
 }
 
 bool is_requested(const HandlerCall &call, const Row &row) {
-    if (row.count == 1) return call.index == row[0] && !strchr(call.instance, '.');
-    char text[6 * 12];
-    int length = 0;
-    for (int i = 0; i < row.count; i++)
-        length += snprintf(text + length, sizeof text - length, i ? ".%d" : "%d", row[i]);
-    return strcmp(text, call.instance) == 0;
+    return call.requested.count == row.count &&
+           std::equal(row.arcs, row.arcs + row.count, call.requested.arcs);
 }
 
 static void publish_into(snmp_reply *reply, const HandlerCall &call, const Row &row,
@@ -46,20 +55,15 @@ static void publish_into(snmp_reply *reply, const HandlerCall &call, const Row &
 }
 
 void publish(const HandlerCall &call, const Row &row, const std::string &value) {
-    if (is_requested(call, row))
-        publish_into(call.reply, call, row, value);
-    else
-        publish_written(call, row, value);
+    publish_into(is_requested(call, row) ? call.reply : nullptr, call, row, value);
 }
 
-void publish_written(const HandlerCall &call, const Row &row, const std::string &value) {
-    snmp_reply scratch;
-    scratch.oid[0] = scratch.value[0] = '\0';
-    publish_into(&scratch, call, row, value);
+void store_cell(const HandlerCall &call, const Row &row, const std::string &value) {
+    publish_into(nullptr, call, row, value);
 }
 
-void stamp(const HandlerCall &call, Refresh refresh) {
-    if (refresh == LIVE)
+void stamp(const HandlerCall &call) {
+    if (call.object.live)
         update_time(call.node);
     else
         update_time_and_unset_update_bit(call.node);
@@ -98,89 +102,8 @@ std::string format(const char *format, ...) {
     return text;
 }
 
-std::string Codes::shown(const std::string &stored) const {
-    for (int i = 0; i < count; i++)
-        if (stored == list[i].text) return std::to_string(list[i].value);
-    return otherwise;
-}
-
-const char *Codes::stored(int value) const {
-    for (int i = 0; i < count; i++)
-        if (list[i].value == value) return list[i].text;
-    return nullptr;
-}
-
-bool within_bounds(const Object &object, const char *value) {
-    if (!object.has_range()) return true;
-    for (const Range &range : object.range) {
-        if (range.low > range.high) continue;
-        if (object.type == INTEGER && check_int_range(value, range.low, range.high)) return true;
-        const auto length = static_cast<long>(strlen(value));
-        if (object.type != INTEGER && length >= range.low && length <= range.high) return true;
-    }
-    return false;
-}
-
-bool is_acceptable(const HandlerCall &call, const Field &field) {
-    return within_bounds(call.object, call.value) && (!field.check || field.check(call.value));
-}
-
-std::string shown(const Field &field, const std::string &stored) {
-    if (field.show) return field.show(stored);
-    return field.codes ? field.codes->shown(stored) : stored;
-}
-
-std::string stored(const Field &field, const char *value) {
-    if (field.store) return field.store(value);
-    return field.codes ? field.codes->stored(atoi(value)) : value;
-}
-
-static bool is_no_instance(const HandlerCall &call) {
-    TRACE("The node is not exist: %d\n", call.index);
-    return false;
-}
-
-bool is_instance_0(const HandlerCall &call) {
-    return is_requested(call, {0}) || is_no_instance(call);
-}
-
-snmp_reply *scalar(const HandlerCall &call, const Group &group, const Field &field) {
-    const Row row{field.any_instance ? call.index : 0};
-    if (!is_requested(call, row)) {
-        is_no_instance(call);
-        return call.reply;
-    }
-    if (call.kind == KIND_GET) {
-        const Reading reading = read_item(group.name.c_str(), field.key);
-        TRACE("ans= %s from ZEVCFG ret=%d.\n", reading.text.c_str(), reading.result);
-        if (row[0] == 0) stamp(call, field.refresh);
-        publish(call, row, shown(field, reading.text));
-        return call.reply;
-    }
-    if (call.object.access == READ_ONLY) return set_read_only(call);
-    TRACE("SET str=%s\n", call.value);
-    if (!is_acceptable(call, field)) return set_refused(call);
-    if (field.condition && !field.condition(row, call.value)) return set_refused(call);
-    queue_item(group.id, field.key, stored(field, call.value));
-    publish_written(call, row, call.value);
-    return set_accepted(call);
-}
-
-snmp_reply *read_only_scalar(const HandlerCall &call, Refresh refresh, const std::string &value) {
-    if (call.kind == KIND_SET) return set_read_only(call);
-    stamp(call, refresh);
-    publish(call, {0}, value);
-    return call.reply;
-}
-
-snmp_reply *action_scalar(const HandlerCall &call, bool (*act)()) {
-    if (!is_instance_0(call)) return call.reply;
-    if (call.kind == KIND_GET) {
-        stamp(call, CACHED);
-        publish(call, {0}, "0");
-        return call.reply;
-    }
-    TRACE("SET str=%s\n", call.value);
-    if (!within_bounds(call.object, call.value)) return set_refused(call);
-    return atoi(call.value) != 1 || act() ? set_accepted(call) : set_refused(call);
+std::string first_word(const std::string &text) {
+    const char *const blanks = " \t\n";
+    const size_t begin = text.find_first_not_of(blanks);
+    return begin == std::string::npos ? "" : text.substr(begin, text.find_first_of(blanks, begin) - begin);
 }

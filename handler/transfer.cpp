@@ -11,7 +11,8 @@
 
 #include "function/oid.h"
 #include "function/resolve.h"
-#include "handler/toolkit.h"
+#include "handler/engine.h"
+#include "handler/rules.h"
 #include "handler/transfer_commands.h"
 #include "handler/transfer_process.h"
 #include "platform/device.h"
@@ -50,7 +51,7 @@ enum UpdateCommand { CLEAR, UPGRADE, BACKUP, RESTORE };
 // ---- settings ----
 
 static snmp_reply *show(const HandlerCall &call, const std::string &value) {
-    stamp(call, LIVE);
+    stamp(call);
     publish(call, {0}, value);
     return call.reply;
 }
@@ -62,9 +63,9 @@ static snmp_reply *text_setting(const HandlerCall &call, TextField field) {
     if (call.kind == KIND_GET) return show(call, text);
     TRACE("SET str=%s\n", call.value);
     const size_t length = strlen(call.value);
-    if (!within_bounds(call.object, call.value) || length >= sizeof text) return set_refused(call);
+    if (!within_range(call.object, call.value) || length >= sizeof text) return set_refused(call);
     memcpy(text, call.value, length + 1);
-    publish_written(call, {0}, call.value);
+    store_cell(call, {0}, call.value);
     return set_accepted(call);
 }
 
@@ -76,7 +77,7 @@ static snmp_reply *direction_setting(const HandlerCall &call, CodeField field) {
     const long number = strtol(call.value, nullptr, 10);
     if (!call.object.in_range(number)) return set_refused(call);
     zevap->*field = static_cast<uint8_t>(number);
-    publish_written(call, {0}, call.value);
+    store_cell(call, {0}, call.value);
     return set_accepted(call);
 }
 
@@ -165,11 +166,11 @@ static snmp_reply *update_command(const HandlerCall &call, const Transfer &trans
     if (!is_instance_0(call)) return call.reply;
     if (call.kind == KIND_GET) return show(call, std::to_string(zevap->*transfer.update_command));
     TRACE("SET str=%s\n", call.value);
-    if (!within_bounds(call.object, call.value)) return set_refused(call);
+    if (!within_range(call.object, call.value)) return set_refused(call);
     const auto command = static_cast<UpdateCommand>(atoi(call.value));
     // Kept and shown even when the transfer is refused.
     zevap->*transfer.update_command = static_cast<uint8_t>(command);
-    publish_written(call, {0}, call.value);
+    store_cell(call, {0}, call.value);
     make_due("TFTPActionStatus");
     make_due("FTPActionStatus");
     if (command == CLEAR) {
@@ -185,7 +186,7 @@ static snmp_reply *update_command(const HandlerCall &call, const Transfer &trans
 
 // ---- action status ----
 
-enum Status {
+enum TransferStatus {
     IDLE,
     UPDATING,  // an upgrade or a restore runs
     BACKING_UP,
@@ -199,7 +200,7 @@ static bool web_server_accepted(const char *status_file) {
     return !read_command("grep -r rebooting.asp " + shell_word(device_path(status_file))).text.empty();
 }
 
-static Status action_status(const Transfer &transfer) {
+static TransferStatus action_status(const Transfer &transfer) {
     if (device_file_exists(BACKUP_LOCK_FILE)) return BACKING_UP;
     if (device_file_exists(UPDATE_LOCK_FILE)) return UPDATING;
     const TransferFiles files = transfer_files(transfer.protocol);
@@ -221,40 +222,40 @@ static snmp_reply *status_object(const HandlerCall &call, const Transfer &transf
 
 // ---- the objects ----
 
-OBJECT(TFTPSrvIP) {
+snmp_reply *tftp_server(const HandlerCall &call) {
     return text_setting(call, TFTP.server);
 }
-OBJECT(TFTPRemoteFile) {
+snmp_reply *tftp_file(const HandlerCall &call) {
     return text_setting(call, TFTP.file);
 }
-OBJECT(TFTPCommand) {
+snmp_reply *tftp_direction(const HandlerCall &call) {
     return direction_setting(call, TFTP.command);
 }
-OBJECT(TFTPUpdateCommand) {
+snmp_reply *tftp_update_command(const HandlerCall &call) {
     return update_command(call, TFTP);
 }
-OBJECT(TFTPActionStatus) {
+snmp_reply *tftp_status(const HandlerCall &call) {
     return status_object(call, TFTP);
 }
 
-OBJECT(FTPSrvIP) {
+snmp_reply *ftp_server(const HandlerCall &call) {
     return text_setting(call, FTP.server);
 }
-OBJECT(FTPUserName) {
+snmp_reply *ftp_user(const HandlerCall &call) {
     return text_setting(call, FTP.user);
 }
-OBJECT(FTPPassword) {
+snmp_reply *ftp_password(const HandlerCall &call) {
     return text_setting(call, FTP.password);
 }
-OBJECT(FTPRemoteFile) {
+snmp_reply *ftp_file(const HandlerCall &call) {
     return text_setting(call, FTP.file);
 }
-OBJECT(FTPCommand) {
+snmp_reply *ftp_direction(const HandlerCall &call) {
     return direction_setting(call, FTP.command);
 }
-OBJECT(FTPUpdateCommand) {
+snmp_reply *ftp_update_command(const HandlerCall &call) {
     return update_command(call, FTP);
 }
-OBJECT(FTPActionStatus) {
+snmp_reply *ftp_status(const HandlerCall &call) {
     return status_object(call, FTP);
 }

@@ -21,62 +21,9 @@ static constexpr Branch GROUPS[] = {
     {"5", "aPStaInfo"},    {"6", "neighborhoodAPInfo"}, {"7", "l2FirewallInfo"},
 };
 
-struct ModuleTable {
-    const char *oid;
-    const char *name;   // without "Table" and "Entry"
-    const char *index;  // the INDEX clause, or the row that this one augments
-    bool augments = false;
-};
-static constexpr ModuleTable TABLES[] = {
-    {"1.66", "aPSysPort", "aPSysPortIndex"},
-    {"1.67", "aPSysMgmtIP", "aPSysMgmtIPIndex"},
-    {"2.1", "aPRF", "aPRFIndex"},
-    {"3.1", "vAP", "aPRFIndex, vAPIndex"},
-    {"3.1.1.68", "vAPRoam11rTargetAp", "aPRFIndex, vAPIndex, vAPRoam11rTargetApNumber"},
-    {"3.2", "vAPHS20", "vAPEntry", true},
-    {"3.2.1.6", "vAPHS20Venue", "aPRFIndex, vAPIndex, vAPHS20VenueIndex"},
-    {"3.2.1.9", "vAPHS20OUI", "aPRFIndex, vAPIndex, vAPHS20OUIIndex"},
-    {"3.2.1.12", "vAPHS20NAIrealm", "aPRFIndex, vAPIndex, vAPHS20NAIrealmNumber"},
-    {"3.2.1.12.1.3", "vAPHS20EAPType", "aPRFIndex, vAPIndex, vAPHS20NAIrealmNumber, vAPHS20EAPTypeIndex"},
-    {"3.2.1.13", "vAPHS20DomainName", "aPRFIndex, vAPIndex, vAPHS20DomainNameNumber"},
-    {"3.2.1.14", "vAPHS20Cellular", "aPRFIndex, vAPIndex, vAPHS20CellularNumber"},
-    {"4.1", "aPWDS", "aPRFIndex, aPWDSIndex"},
-    {"5.1", "aPSta", "aPStaIndex"},
-    {"6.1", "neighborhoodAP", "neighborhoodAPIndex"},
-    {"7.1", "l2FirewallRule", "l2FirewallRuleIndex"},
-    {"7.2", "l2FirewallService", "l2FirewallServiceIndex"},
-    {"7.4", "l2FirewallTrustDHCP", "l2FirewallTrustDHCPIndex"},
-    {"7.10", "l2FirewallPrivilege", "l2FirewallPrivilegeIndex"},
-};
-
-// The index objects. Those with an entry are auxiliary: the daemon has no column for them, or one that holds
-// the number as a text. They stand at the last arc that the daemon could serve, which it never registers.
-struct Index {
-    const char *name;
-    Range range;
-    const char *entry = nullptr;
-};
+// Index objects that no list has are auxiliary: the daemon has no column for them, or one that holds the
+// number as a text. They stand at the last arc that the daemon could serve, which it never registers.
 static constexpr int AUXILIARY_ARC = 255;
-static constexpr Index INDEXES[] = {
-    {"aPSysPortIndex", {0, 255}},
-    {"aPSysMgmtIPIndex", {1, 10}},
-    {"aPRFIndex", {1, 2}},
-    {"vAPIndex", {1, 16}},
-    {"vAPRoam11rTargetApNumber", {1, 5}, "3.1.1.68.1"},
-    {"vAPHS20VenueIndex", {1, 5}},
-    {"vAPHS20OUIIndex", {1, 5}},
-    {"vAPHS20NAIrealmNumber", {1, 5}, "3.2.1.12.1"},
-    {"vAPHS20EAPTypeIndex", {1, 4}},
-    {"vAPHS20DomainNameNumber", {1, 5}, "3.2.1.13.1"},
-    {"vAPHS20CellularNumber", {1, 5}, "3.2.1.14.1"},
-    {"aPWDSIndex", {1, 8}},
-    {"aPStaIndex", {}, "5.1.1"},  // no range: a MAC address
-    {"neighborhoodAPIndex", {}, "6.1.1"},
-    {"l2FirewallRuleIndex", {1, 255}},
-    {"l2FirewallServiceIndex", {1, 255}},
-    {"l2FirewallTrustDHCPIndex", {1, 255}},
-    {"l2FirewallPrivilegeIndex", {1, 255}},
-};
 
 static constexpr const char *HEAD = R"(ZEVSIC-MIB DEFINITIONS ::= BEGIN
 
@@ -246,32 +193,65 @@ static const Branch *group_of(std::string_view oid) {
     return nullptr;
 }
 
-static const ModuleTable *table_of(std::string_view oid) {
-    for (const ModuleTable &table : TABLES)
-        if (oid == table.oid) return &table;
-    return nullptr;
-}
-
 static std::string_view parent_of(std::string_view oid) {
     const size_t dot = oid.rfind('.');
     return dot == std::string_view::npos ? std::string_view() : oid.substr(0, dot);
 }
 
-static const ModuleTable *table_of_entry(std::string_view oid) {
-    return oid.ends_with(".1") ? table_of(parent_of(oid)) : nullptr;
+static const Table *table_of_entry(std::string_view oid) {
+    for (const Table &table : TABLES)
+        if (oid == table.oid) return &table;
+    return nullptr;
 }
 
-static const Index *index_of(std::string_view name) {
-    for (const Index &index : INDEXES)
-        if (name == index.name) return &index;
+// A table's object stands above its entry.
+static const Table *table_at(std::string_view oid) {
+    for (const Table &table : TABLES)
+        if (oid == parent_of(table.oid)) return &table;
     return nullptr;
+}
+
+// The arc that an index object shows, or null.
+static const Arc *arc_shown_by(std::string_view name) {
+    for (const Table &table : TABLES)
+        for (const Arc &arc : table.arcs)
+            if (arc.index && name == arc.index) return &arc;
+    return nullptr;
+}
+
+// The last arc of a table when its index object is auxiliary, else null.
+static const Arc *auxiliary_of(const Table &table) {
+    if (table.is_by_mac()) return &table.arcs[0];
+    const Arc &last = table.arcs[table.levels() - 1];
+    return find_object(last.index) ? nullptr : &last;
+}
+
+// The table before with the same rows, or null.
+static const Table *augmented_by(const Table &table) {
+    for (const Table &other : TABLES) {
+        if (&other == &table) return nullptr;
+        if (std::equal(table.arcs.begin(), table.arcs.end(), other.arcs.begin(),
+                       [](const Arc &a, const Arc &b) {
+                           return std::string_view(a.index ? a.index : "") == (b.index ? b.index : "");
+                       }))
+            return &other;
+    }
+    return nullptr;
+}
+
+static std::string index_clause(const Table &table) {
+    if (const Table *other = augmented_by(table)) return "AUGMENTS { " + smi_name(other->name) + "Entry }";
+    std::string names;
+    for (const Arc &arc : table.arcs)
+        if (arc.index) names += (names.empty() ? "" : ", ") + smi_name(arc.index);
+    return "INDEX { " + names + " }";
 }
 
 static std::string name_of(std::string_view oid, Errors *errors) {
     if (oid.empty()) return "zevsicMIB";
     if (const Branch *group = group_of(oid)) return group->name;
-    if (const ModuleTable *table = table_of(oid)) return std::string(table->name) + "Table";
-    if (const ModuleTable *table = table_of_entry(oid)) return std::string(table->name) + "Entry";
+    if (const Table *table = table_at(oid)) return smi_name(table->name) + "Table";
+    if (const Table *table = table_of_entry(oid)) return smi_name(table->name) + "Entry";
     for (const Object &object : OBJECTS)
         if (!object.is_branch() && oid == object.oid) return smi_name(object.name);
     errors->push_back("no name for " + std::string(oid));
@@ -342,7 +322,7 @@ ValueSet read_values(const Object &object, const Description &description, Error
     syntax = write_values(object, description, errors);
     if (syntax.ranges.empty()) {
         if (!description.reads.empty()) errors->push_back(std::string(object.name) + " has no bounds");
-        if (const Index *index = index_of(smi_name(object.name))) syntax.ranges.push_back(index->range);
+        if (const Arc *arc = arc_shown_by(object.name)) syntax.ranges.push_back({arc->low, arc->high});
         return syntax;
     }
     for (const Description::Reads &reads : description.reads) syntax.ranges.push_back(reads.range);
@@ -445,50 +425,48 @@ static std::string object_definition(const Object &object, const Description &de
     return out + "    " + place(object.oid, errors);
 }
 
-static std::string row_type(const ModuleTable &table) {
-    std::string name = std::string(table.name) + "Entry";
+static std::string row_type(const Table &table) {
+    std::string name = smi_name(table.name) + "Entry";
     name[0] = static_cast<char>(toupper(name[0]));
     return name;
 }
 
-static std::string table_definition(const ModuleTable &table, const Description &description,
-                                    Errors *errors) {
+static std::string table_definition(const Table &table, const Description &description, Errors *errors) {
+    const std::string oid(parent_of(table.oid));
     std::string out = "\n";
-    if (table_of_entry(parent_of(table.oid))) out += NESTED_NOTE;
-    out += std::string(table.name) + "Table OBJECT-TYPE\n    SYNTAX SEQUENCE OF " + row_type(table) + "\n";
+    if (table_of_entry(parent_of(oid))) out += NESTED_NOTE;
+    out += smi_name(table.name) + "Table OBJECT-TYPE\n    SYNTAX SEQUENCE OF " + row_type(table) + "\n";
     out += "    MAX-ACCESS not-accessible\n    STATUS current\n" + described(description.paragraphs);
-    return out + "    " + place(table.oid, errors);
+    return out + "    " + place(oid, errors);
 }
 
-static std::string entry_definition(const ModuleTable &table, std::string_view oid, Errors *errors) {
+static std::string entry_definition(const Table &table, Errors *errors) {
     const std::string type = row_type(table);
-    std::string out = "\n" + std::string(table.name) + "Entry OBJECT-TYPE\n    SYNTAX " + type + "\n";
+    std::string out = "\n" + smi_name(table.name) + "Entry OBJECT-TYPE\n    SYNTAX " + type + "\n";
     out += "    MAX-ACCESS not-accessible\n    STATUS current\n";
-    out += "    DESCRIPTION \"A row of " + std::string(table.name) + "Table.\"\n";
-    out += (table.augments ? "    AUGMENTS { " : "    INDEX { ") + std::string(table.index) + " }\n";
-    out += "    " + place(oid, errors) + "\n" + type + " ::= SEQUENCE {";
+    out += "    DESCRIPTION \"A row of " + smi_name(table.name) + "Table.\"\n";
+    out += "    " + index_clause(table) + "\n";
+    out += "    " + place(table.oid, errors) + "\n" + type + " ::= SEQUENCE {";
     const char *separator = "";
     for (const Object &object : OBJECTS) {
-        if (object.is_branch() || object.entry_oid() != oid) continue;
+        if (object.is_branch() || object.entry_oid() != table.oid) continue;
         out += separator + ("\n    " + smi_name(object.name) + " " + type_of(object));
         separator = ",";
     }
-    for (const Index &index : INDEXES)
-        if (index.entry && oid == index.entry)
-            out += ",\n    " + std::string(index.name) +
-                   (index.range.low <= index.range.high ? " Integer32" : " MacAddress");
+    if (const Arc *index = auxiliary_of(table))
+        out += ",\n    " + smi_name(index->index) + (table.is_by_mac() ? " MacAddress" : " Integer32");
     return out + "\n}\n";
 }
 
-static std::string auxiliary_definition(const Index &index, const Description &description, Errors *errors) {
+static std::string auxiliary_definition(const Table &table, const Arc &index, const Description &description,
+                                        Errors *errors) {
     std::string syntax = "MacAddress";
-    if (index.range.low <= index.range.high)
-        syntax =
-            "Integer32 (" + std::to_string(index.range.low) + ".." + std::to_string(index.range.high) + ")";
-    const std::string oid = std::string(index.entry) + "." + std::to_string(AUXILIARY_ARC);
+    if (!table.is_by_mac())
+        syntax = "Integer32 (" + std::to_string(index.low) + ".." + std::to_string(index.high) + ")";
+    const std::string oid = std::string(table.oid) + "." + std::to_string(AUXILIARY_ARC);
     for (const Object &object : OBJECTS)
-        if (oid == object.oid) errors->push_back(oid + " is not free for " + index.name);
-    return "\n" + std::string(AUXILIARY_NOTE) + index.name + " OBJECT-TYPE\n    SYNTAX " + syntax +
+        if (oid == object.oid) errors->push_back(oid + " is not free for " + index.index);
+    return "\n" + std::string(AUXILIARY_NOTE) + smi_name(index.index) + " OBJECT-TYPE\n    SYNTAX " + syntax +
            "\n    MAX-ACCESS not-accessible\n    STATUS current\n" + described(description.paragraphs) +
            "    " + place(oid, errors);
 }
@@ -601,13 +579,12 @@ std::string make_module(const Descriptions &descriptions, Errors *errors) {
             out += object_definition(object, description_of(object.name), errors);
         } else if (const Branch *group = group_of(object.oid)) {
             out += "\n" + std::string(group->name) + " OBJECT IDENTIFIER " + place(object.oid, errors);
-        } else if (const ModuleTable *table = table_of(object.oid)) {
-            out += table_definition(*table, description_of(std::string(table->name) + "Table"), errors);
-        } else if (const ModuleTable *rows = table_of_entry(object.oid)) {
-            out += entry_definition(*rows, object.oid, errors);
-            for (const Index &index : INDEXES)
-                if (index.entry && std::string_view(object.oid) == index.entry)
-                    out += auxiliary_definition(index, description_of(index.name), errors);
+        } else if (const Table *table = table_at(object.oid)) {
+            out += table_definition(*table, description_of(smi_name(table->name) + "Table"), errors);
+        } else if (const Table *rows = table_of_entry(object.oid)) {
+            out += entry_definition(*rows, errors);
+            if (const Arc *index = auxiliary_of(*rows))
+                out += auxiliary_definition(*rows, *index, description_of(smi_name(index->index)), errors);
         } else {
             errors->push_back("no name for " + std::string(object.oid));
         }

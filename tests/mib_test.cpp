@@ -155,7 +155,8 @@ TEST(Mib, DefaultsAreThoseOfTheFactoryConfiguration) {
         const Object &object = *object_of(cell.oid);
         const Description &description = all.at(object.name);
         if (!description.has_default) continue;
-        const bool per_radio = object.rows() != SCALAR && object.rows() != ENTRY_ROWS;
+        const Table *table = table_of(object);
+        const bool per_radio = table && table->arcs[0].letter == RADIO_ARC.letter;
         const bool radio_2 = per_radio && cell.oid[std::string(object.oid).size() + 1] == '2';
         EXPECT_EQ(cell.value, description.defaults[radio_2]) << object.name << " " << cell.oid;
         seen.insert(object.name);

@@ -15,10 +15,6 @@ bool is_secret(const std::string &object) {
     return false;
 }
 
-int arcs_of(Rows rows) {
-    return rows == MAC_ROWS ? 6 : rows == VAP_ROWS || rows == LINK_ROWS ? 2 : 1;
-}
-
 TEST(Views, AreMadeOfObjects) {
     for (const View &view : views()) {
         EXPECT_EQ(find_object(view.name), nullptr);
@@ -36,11 +32,11 @@ TEST(Views, AreMadeOfObjects) {
             const Object *condition = find_object(column.when.object ? column.when.object : "");
             EXPECT_EQ(condition != nullptr, column.when.object != nullptr);
             if (condition) {
-                EXPECT_EQ(arcs_of(condition->rows()), view.arcs);
+                EXPECT_EQ(arc_count(*condition), view.arcs);
             }
         }
         const Object *first = find_object(view.columns[0].objects[0]);
-        EXPECT_EQ(first ? arcs_of(first->rows()) : 0, view.arcs) << view.name;
+        EXPECT_EQ(first ? arc_count(*first) : 0, view.arcs) << view.name;
     }
 }
 

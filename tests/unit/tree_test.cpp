@@ -186,15 +186,6 @@ TEST_F(TreeTest, RowsByInterfaceIndex) {
     EXPECT_STREQ(scratch.oid + ROOT_PREFIX_LENGTH, "1.1.2.5") << "radio 2 counts over radio 1";
 }
 
-TEST_F(TreeTest, GroupNumbersChooseTheGroups) {
-    int groups[7] = {7, 0, 9, 1, 3, -2, 0};
-    register_groups(groups);
-    std::vector<std::string> top;
-    for (const std::string &oid : list_order())
-        if (oid.find('.') == std::string::npos) top.push_back(oid);
-    EXPECT_EQ(top, (std::vector<std::string>{"1", "3", "7"}));
-}
-
 TEST(Instances, ParseMulindex) {
     struct {
         const char *text;

@@ -1,0 +1,384 @@
+#include "handler/engine.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+#include "function/rows.h"
+#include "platform/k480ext.h"
+
+// ---- patterns ----
+
+static int arc_named(const Table *table, const Row &row, char letter) {
+    for (int i = 0; table && i < row.count; i++)
+        if (table->arcs[i].letter == letter) return row[i];
+    return 0;
+}
+
+static void append_number(std::string *out, int number) {
+    char digits[12];
+    out->append(digits, snprintf(digits, sizeof digits, "%d", number));
+}
+
+// Appends what stands for %`letter`; false when it is no number of the row.
+static bool append_arc(std::string *out, char letter, const Table *table, const Row &row) {
+    constexpr std::string_view PLACES = "IJKM";
+    if (letter == 'r' || letter == 'v') {
+        append_number(out, arc_named(table, row, letter));
+    } else if (letter == 'k' || letter == 'm') {
+        // The store counts entries from 0, whatever the first row is.
+        const Arc *arc = std::find_if(table->arcs.begin(), table->arcs.end(),
+                                      [letter](const Arc &candidate) { return candidate.letter == letter; });
+        append_number(out, arc_named(table, row, letter) - (arc == table->arcs.end() ? 0 : arc->low));
+    } else if (const size_t place = PLACES.find(letter); place != std::string_view::npos) {
+        append_number(out, row[static_cast<int>(place)] - 1);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+void expand(std::string *out, const char *pattern, const Table *table, const Row &row) {
+    out->clear();
+    for (; *pattern != '\0'; pattern++) {
+        if (*pattern != '%' || pattern[1] == '\0')
+            *out += *pattern;
+        else if (!append_arc(out, *++pattern, table, row))
+            *out += *pattern;
+    }
+}
+
+static std::string row_text(const Row &row) {
+    std::string text;
+    for (int i = 0; i < row.count; i++) text += (i ? "." : "") + std::to_string(row[i]);
+    return text;
+}
+
+// Traces the pattern with a text and the result of its read.
+static void trace_row(const HandlerCall &call, const char *pattern, const Row &row, const std::string &text,
+                      int result) {
+    if (!trace_on()) return;
+    std::string out;
+    for (; *pattern != '\0'; pattern++) {
+        if (*pattern != '%' || pattern[1] == '\0') {
+            out += *pattern;
+            continue;
+        }
+        const char letter = *++pattern;
+        if (letter == 's')
+            out += text;
+        else if (letter == 'e')
+            out += std::to_string(result);
+        else if (letter == 'i')
+            out += std::to_string(call.index);
+        else if (letter == 'q')
+            out += call.instance;
+        else if (letter == 'o')
+            out += row_text(row);
+        else if (letter == 'c')
+            out += std::to_string(strcmp(call.instance, row_text(row).c_str()));
+        else if (!append_arc(&out, letter, call.table, row))
+            out += letter;
+    }
+    TRACE("%s", out.c_str());
+}
+
+// ---- groups and items ----
+
+unsigned group_id(const char *pattern, const Row &row) {
+    struct Family {
+        const char *pattern;
+        const unsigned *ids;
+        int per_radio;  // groups of a radio: the second arc counts them, or `first` is the only one
+        int first = -1;
+    };
+    static constexpr Family FAMILIES[] = {
+        {"rf%r", gid_rf, 1, 0},
+        {"rf%r_vap%v", gid_vap, VAPS},
+        {VAP_SECURITY, gid_vap_sec, VAPS},
+        {VAP_HOTSPOT, gid_vap_hs20, VAPS},
+        {"rf%r_wds%v", gid_wds_link, WDS_LINKS},
+        {"rf%r_wme1", gid_wme, 4, 0},
+        {"rf%r_wme2", gid_wme, 4, 1},
+        {"rf%r_wme3", gid_wme, 4, 2},
+        {"rf%r_wme4", gid_wme, 4, 3},
+    };
+    static constexpr struct {
+        const char *name;
+        unsigned id;
+    } GROUPS[] = {
+        {"device", GID_DEVICE},
+        {"systime", GID_SYSTIME},
+        {"wan_ip", GID_WAN_IP},
+        {"network_L2", GID_NETWORK_L2},
+        {"syslog", GID_SYSLOG},
+        {"snmp", GID_SNMP},
+        {"capwap", GID_CAPWAP},
+        {"ipv6", GID_IPV6},
+        {"wes", GID_WES},
+        {"bfirewall", GID_BFIREWALL},
+        {"bfw_service", GID_BFW_SERVICE},
+        {"bfw_dai", GID_BFW_DAI},
+        {"remote_manage", GID_REMOTE_MANAGE},
+    };
+    for (const Family &family : FAMILIES)
+        if (strcmp(pattern, family.pattern) == 0)
+            return family
+                .ids[(row[0] - 1) * family.per_radio + (family.first < 0 ? row[1] - 1 : family.first)];
+    for (const auto &group : GROUPS)
+        if (strcmp(pattern, group.name) == 0) return group.id;
+    return 0;
+}
+
+static const char *group_pattern(const HandlerCall &call) {
+    return call.object.group ? call.object.group : call.table->group;
+}
+
+std::string group_name(const HandlerCall &call, const Row &row) {
+    std::string name;
+    expand(&name, group_pattern(call), call.table, row);
+    return name;
+}
+
+unsigned group_id(const HandlerCall &call, const Row &row) {
+    return group_id(group_pattern(call), row);
+}
+
+std::string item_key(const HandlerCall &call, const Row &row) {
+    std::string key;
+    expand(&key, call.object.key, call.table, row);
+    return key;
+}
+
+Reading read_row(const HandlerCall &call, const Row &row) {
+    static std::string group, key;  // keep their memory from row to row
+    Reading reading;
+    if (call.object.system) {
+        expand(&key, call.object.system, call.table, row);
+        reading = read_system_item(key.c_str());
+    } else {
+        expand(&group, group_pattern(call), call.table, row);
+        expand(&key, call.object.key, call.table, row);
+        reading = read_item(group.c_str(), key.c_str());
+    }
+    const char *trace = call.object.trace ? call.object.trace : call.table ? call.table->trace : READ_TRACE;
+    if (trace) trace_row(call, trace, row, reading.text, reading.result);
+    return reading;
+}
+
+Reading read_row_traced(const HandlerCall &call, const Row &row, const char *pattern) {
+    std::string key;
+    expand(&key, pattern, call.table, row);
+    Reading reading = read_item(group_name(call, row).c_str(), key.c_str());
+    trace_row(call, call.table->trace, row, reading.text, reading.result);
+    return reading;
+}
+
+std::string read_row(const HandlerCall &call, const Row &row, const char *key) {
+    return read_item(group_name(call, row).c_str(), key).text;
+}
+
+void queue_row(const HandlerCall &call, const Row &row, const char *key, const std::string &text) {
+    queue_item(group_id(call, row), key, text);
+}
+
+void queue_row(const HandlerCall &call, const Row &row, const std::string &text) {
+    queue_row(call, row, item_key(call, row).c_str(), text);
+}
+
+bool has_item(const HandlerCall &call, const Row &row) {
+    return read_item(group_id(call, row), item_key(call, row).c_str()).result != STORE_NO_SUCH_ITEM;
+}
+
+// ---- rows ----
+
+// What a variable of the device says, or the size item of the table's group.
+static int counted_rows(const Table &table) {
+    if (table.size_name) {
+        char maximum[64] = "";
+        if (get_rc_env(table.size_name, maximum, sizeof maximum) != 0)
+            TRACE("It is failed to use popen().\n");
+        if (*maximum != '\0') return atoi(maximum);
+        TRACE("Item not found.\n");
+    }
+    const Reading size = read_item(table.group, table.size_key);
+    TRACE("ans= %s from ZEVCFG ret=%d.\n", size.text.c_str(), size.result);
+    return atoi(size.text.c_str());
+}
+
+int last_row(const Table &table) {
+    const Arc &last = table.arcs[table.levels() - 1];
+    if (!table.is_counted()) return last.high;
+    // Rows that have no arc are not published.
+    const int rows = std::clamp(counted_rows(table), 0, MAX_ARC + 1);
+    return std::min(last.low + table.predefined + rows - 1, last.high);
+}
+
+static void trace_no_instance(const HandlerCall &call) {
+    TRACE("The node is not exist: %d\n", call.index);
+}
+
+bool is_instance_0(const HandlerCall &call) {
+    if (is_requested(call, {0})) return true;
+    trace_no_instance(call);
+    return false;
+}
+
+bool may_have_rows(const HandlerCall &call) {
+    if (!call.table->checks_first_arc || (call.index >= 0 && call.index <= call.table->arcs[0].high))
+        return true;
+    trace_no_instance(call);
+    return false;
+}
+
+bool parse_row(const HandlerCall &call, Row *row) {
+    const int n = call.table->levels();
+    if (!parse_mulindex(call.instance, row->arcs, n)) return false;
+    row->count = n;
+    for (int i = 0; i < n; i++) {
+        const Arc &arc = call.table->arcs[i];
+        if (row->arcs[i] < arc.low || (!call.table->is_counted() && row->arcs[i] > arc.high)) return false;
+    }
+    return true;
+}
+
+bool accept_row(const HandlerCall &call, Row *row) {
+    const auto is_value = [&] { return is_acceptable(call.object, call.value); };
+    const auto is_row = [&] { return parse_row(call, row); };
+    const auto trace_set = [&] {
+        trace_row(call, call.object.set_trace ? call.object.set_trace : call.table->set_trace, *row,
+                  call.value, 0);
+        return true;
+    };
+    bool accepted = false;
+    switch (call.object.instance_first ? ROW_TRACE_VALUE : call.table->set_order) {
+        case TRACE_VALUE_ROW: {
+            const bool addressed = is_row();  // the trace may name the arcs
+            accepted = trace_set() && is_value() && addressed;
+            break;
+        }
+        case VALUE_ROW_TRACE:
+            accepted = is_value() && is_row() && trace_set();
+            break;
+        case ROW_VALUE_TRACE:
+            accepted = is_row() && is_value() && trace_set();
+            break;
+        case ROW_TRACE_VALUE:
+            accepted = is_row() && trace_set() && is_value();
+            break;
+    }
+    if (!accepted) set_refused(call);
+    return accepted;
+}
+
+// ---- the engine ----
+
+// False for a radio of the other kind.
+static bool has_setting(const Object &object, const Row &row) {
+    if (object.radios == ALL_RADIOS) return true;
+    return (rf_is_offload(row[0] - 1) == 1) == (object.radios == OFFLOAD_RADIOS);
+}
+
+static bool are_needs_met(const HandlerCall &call, const Row &row) {
+    return std::all_of(call.object.needs.begin(), call.object.needs.end(), [&](const Need &need) {
+        return !need.key || (read_row(call, row, need.key) == need.text) == need.is;
+    });
+}
+
+static bool is_allowed(const HandlerCall &call, const Row &row, const Hooks &hooks) {
+    return are_needs_met(call, row) && (!hooks.condition || hooks.condition(call, row));
+}
+
+static std::string shown(const HandlerCall &call, const Hooks &hooks, const std::string &stored) {
+    return hooks.show ? hooks.show(stored) : shown(call.object, stored);
+}
+
+static std::string stored(const HandlerCall &call, const Hooks &hooks) {
+    return hooks.store ? hooks.store(call.value) : stored(call.object, call.value);
+}
+
+static std::string cell(const HandlerCall &call, const Row &row, const Hooks &hooks) {
+    if (call.object.shows_arc) {
+        if (call.object.trace) trace_row(call, call.object.trace, row, "", 0);
+        return std::to_string(row[row.count - 1]);
+    }
+    if (!has_setting(call.object, row)) return "-1";
+    const Reading reading = read_row(call, row);
+    const bool missing = call.object.missing && reading.result == STORE_NO_SUCH_ITEM;
+    return missing ? call.object.missing : shown(call, hooks, reading.text);
+}
+
+// Rows of VAPs that exist in the kernel. One that has left it goes on being shown as it was last.
+static void publish_in_kernel(const HandlerCall &call, const Hooks &hooks) {
+    for_each_row(call, [&](const Row &row) {
+        const int ifindex = zevap->vap[row[0] - 1][row[1] - 1].ifindex;
+        if (ifindex <= 0) return;
+        update_data_by_ifindex(is_requested(call, row) ? call.reply : nullptr, call.node,
+                               cell(call, row, hooks).c_str(), ifindex);
+    });
+}
+
+static snmp_reply *column_get(const HandlerCall &call, const Hooks &hooks) {
+    if (!call.object.in_kernel) return get_rows(call, [&](const Row &row) { return cell(call, row, hooks); });
+    stamp(call);
+    publish_in_kernel(call, hooks);
+    return call.reply;
+}
+
+static snmp_reply *column_set(const HandlerCall &call, const Hooks &hooks) {
+    Row row{};
+    if (!accept_row(call, &row)) return call.reply;
+    if (!is_allowed(call, row, hooks)) return set_refused(call);
+    if (!has_setting(call.object, row)) return set_accepted(call);
+    if (call.object.optional && !has_item(call, row)) return set_accepted(call);
+    queue_row(call, row, stored(call, hooks));
+    store_cell(call, row, call.value);
+    return set_accepted(call);
+}
+
+static snmp_reply *scalar_get(const HandlerCall &call, const Row &row, const Hooks &hooks) {
+    const Reading reading = read_row(call, row);
+    if (row[0] == 0) stamp(call);  // an odd instance does not hide the one that the walk asks for
+    publish(call, row, shown(call, hooks, reading.text));
+    return call.reply;
+}
+
+static snmp_reply *scalar_set(const HandlerCall &call, const Row &row, const Hooks &hooks) {
+    TRACE("SET str=%s\n", call.value);
+    if (!is_acceptable(call.object, call.value) || !is_allowed(call, row, hooks)) return set_refused(call);
+    queue_row(call, row, stored(call, hooks));
+    store_cell(call, row, call.value);
+    return set_accepted(call);
+}
+
+snmp_reply *ordinary(const HandlerCall &call, const Hooks &hooks) {
+    const bool writes = call.kind == KIND_SET;
+    if (call.table) {
+        if (writes && call.object.access == READ_ONLY) return set_read_only(call);
+        return writes ? column_set(call, hooks) : column_get(call, hooks);
+    }
+    const Row row{call.object.any_instance ? call.index : 0};
+    if (!is_requested(call, row)) {
+        trace_no_instance(call);
+        return call.reply;
+    }
+    if (writes && call.object.access == READ_ONLY) return set_read_only(call);
+    return writes ? scalar_set(call, row, hooks) : scalar_get(call, row, hooks);
+}
+
+snmp_reply *ordinary(const HandlerCall &call) {
+    return ordinary(call, {});
+}
+
+snmp_reply *action_scalar(const HandlerCall &call, bool (*act)()) {
+    if (!is_instance_0(call)) return call.reply;
+    if (call.kind == KIND_GET) {
+        stamp(call);
+        publish(call, {0}, "0");
+        return call.reply;
+    }
+    TRACE("SET str=%s\n", call.value);
+    if (!within_range(call.object, call.value)) return set_refused(call);
+    return atoi(call.value) != 1 || act() ? set_accepted(call) : set_refused(call);
+}
