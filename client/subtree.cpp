@@ -208,13 +208,6 @@ static void forget_columns(Subtree *subtree) {
     subtree->early.oid.clear();
 }
 
-// Objects that make the daemon act at once, which no second SET takes back. The values of the others wait in
-// it for a save or an apply.
-static bool is_action(const Object &object) {
-    return object.words == APPLY_WORDS || object.words == &PERFORM_WORDS ||
-           object.words == TRANSFER_COMMAND_WORDS;
-}
-
 SetResult check_change(const Oid &oid, const Value &value) {
     bool belongs = false;
     const size_t index = object_at(oid, &belongs);
@@ -235,7 +228,7 @@ SetResult make_change(Subtree *subtree, const Oid &oid, const Value &value, Chan
     if (answers(reply, oid)) change->before = reply.value;
     forget_columns(subtree);
     change->oid = oid;  // from here on it may have been done, answered or not
-    change->acts = is_action(object) && value.number != 0;
+    change->acts = object.acts && value.number != 0;
     if (!ask(subtree, KIND_SET, name, set_text(object, to_text(value), &error), change->acts, &reply))
         return SetResult::NO_ANSWER;
     const SetResult result = set_result(object, reply.reply_status, change->before.has_value());

@@ -11,10 +11,10 @@
 inline constexpr int NOTIFICATION_ARC = 0;
 inline constexpr int NOTIFICATION_OBJECT_ARC = 254;
 
-inline constexpr Word APPLY_OUTCOME_WORDS[] = {{1, "applied"}, {2, "failed"}};
-inline constexpr Word TRANSFER_PROTOCOL_WORDS[] = {{1, "tftp"}, {2, "ftp"}};
-inline constexpr Word TRANSFER_OPERATION_WORDS[] = {
-    {0, "unknown"}, {1, "upgrade"}, {2, "backup"}, {3, "restore"}};
+inline constexpr Words APPLY_OUTCOME_WORDS = {{{1, "applied"}, {2, "failed"}}};
+inline constexpr Words TRANSFER_PROTOCOL_WORDS = {{{1, "tftp"}, {2, "ftp"}}};
+inline constexpr Words TRANSFER_OPERATION_WORDS = {
+    {{0, "unknown"}, {1, "upgrade"}, {2, "backup"}, {3, "restore"}}};
 
 // A value that comes with a notification and is no object otherwise.
 struct NotificationObject {
@@ -23,10 +23,10 @@ struct NotificationObject {
     Words words;
 };
 inline constexpr NotificationObject NOTIFICATION_OBJECTS[] = {
-    {1, "zevsicApplyOutcome", &APPLY_OUTCOME_WORDS},
-    {2, "zevsicTransferProtocol", &TRANSFER_PROTOCOL_WORDS},
-    {3, "zevsicTransferOperation", &TRANSFER_OPERATION_WORDS},
-    {4, "zevsicTransferStatus", &TRANSFER_STATUS_WORDS},
+    {1, "zevsicApplyOutcome", APPLY_OUTCOME_WORDS},
+    {2, "zevsicTransferProtocol", TRANSFER_PROTOCOL_WORDS},
+    {3, "zevsicTransferOperation", TRANSFER_OPERATION_WORDS},
+    {4, "zevsicTransferStatus", TRANSFER_STATUS_WORDS},
 };
 
 enum NotificationKind { APPLY_ENDED = 1, REBOOT_NEEDED, TRANSFER_ENDED, DAEMON_SILENT, DAEMON_ANSWERS };

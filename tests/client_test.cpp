@@ -72,7 +72,7 @@ TEST(ClientNames, TextsOfObjects) {
 TEST(ClientNames, SetTextsAndWords) {
     const Object number{.oid = "9.1", .name = "Level", .type = INTEGER, .range = {{{-1, -1}, {2, 7}}}};
     const Object state{
-        .oid = "9.2", .name = "State", .type = INTEGER, .range = {{{0, 1}}}, .words = &APPLY_WORDS};
+        .oid = "9.2", .name = "State", .type = INTEGER, .range = {{{0, 1}}}, .words = APPLY_WORDS};
     const Object text{.oid = "9.3", .name = "Text", .type = STRING, .range = {{{0, 64}}}};
     const Object address{.oid = "9.4", .name = "Address", .type = IPADDRESS};
     const std::string longest(TEXT_SIZE - 1 - strlen("string \"\""), 'x');
