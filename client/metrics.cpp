@@ -148,7 +148,7 @@ static std::string sample_value(const Object &object, const std::string &value) 
     const char *end = value.data() + value.size();
     const auto [rest, code] = std::from_chars(value.data(), end, number);
     if (code != std::errc() || rest != end) return "";
-    if (object.words == &SWITCH_WORDS) number--;  // disabled 0, enabled 1
+    if (object.words == SWITCH_WORDS) number--;  // disabled 0, enabled 1
     const int divisor = unit_of(object).divisor;
     if (divisor == 1) return std::to_string(number);
     char text[32];
@@ -259,8 +259,7 @@ const Column &Reader::read(const char *name) {
     const auto [found, is_new] = columns_.try_emplace(object);
     Column &column = found->second;
     if (!is_new || !error_.empty()) return column;
-    const std::string oid =
-        std::string(ROOT_OID) + "." + object->oid + (object->rows() == SCALAR ? ".0" : "");
+    const std::string oid = std::string(ROOT_OID) + "." + object->oid + (table_of(*object) ? "" : ".0");
     constexpr int ATTEMPTS = 3;  // rows that come and go break a walk off
     int status = EXIT_REFUSED;
     for (int i = 0; i < ATTEMPTS && status == EXIT_REFUSED; i++) {
@@ -351,7 +350,7 @@ static void add_metric(Reader *reader, const Collector &collector, const Metric 
         labels += more;
         if (!metric.object)
             add_sample(out, name, labels, "1");
-        else if (object.words && object.words != &SWITCH_WORDS)
+        else if (object.words && object.words != SWITCH_WORDS)
             add_states(out, name, labels, object.words, value);
         else
             add_sample(out, name, labels, sample_value(object, value));
