@@ -9,8 +9,9 @@
 
 struct Word {
     int value = 0;
-    const char *text = nullptr;    // null: one more stored text of the value
+    const char *text = "";
     const char *stored = nullptr;  // null: never stored, or stored as the number
+    const char *also = nullptr;    // another stored text of the value
 };
 
 // An enumeration; copies share its table. Without words it is none.
@@ -33,13 +34,13 @@ struct Words {
     // The entry that has the word of a value, or null.
     constexpr const Word *of_value(int64_t value) const {
         for (const Word &word : list)
-            if (word.text && word.value == value) return &word;
+            if (word.value == value) return &word;
         return nullptr;
     }
-    // The first entry of a stored text, or null.
+    // The entry of a stored text, or null.
     constexpr const Word *of_stored(std::string_view text) const {
         for (const Word &word : list)
-            if (word.stored && text == word.stored) return &word;
+            if ((word.stored && text == word.stored) || (word.also && text == word.also)) return &word;
         return nullptr;
     }
 };
@@ -182,8 +183,8 @@ inline constexpr Words ETHER_TYPE_WORDS = {{{0, "any", ""},
                                             {5, "RARP", "RARP"}},
                                            "0"};
 // A rule without an action accepts. 3 is read only: an action that the agent does not know.
-inline constexpr Words RULE_ACTION_WORDS = {
-    {{1, "drop", "DROP"}, {2, "accept", "ACCEPT"}, {2, nullptr, ""}, {3, "other"}}, "3"};
+inline constexpr Words RULE_ACTION_WORDS = {{{1, "drop", "DROP"}, {2, "accept", "ACCEPT", ""}, {3, "other"}},
+                                            "3"};
 
 // VAPs
 // For each traffic class the store keeps the 802.1p priority that stands for an access category.
