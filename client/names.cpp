@@ -136,7 +136,7 @@ Target parse_target(std::string_view text) {
         const std::string found = ROOT + "." + object.oid;
         if (dot == std::string_view::npos) return locate(found);
         std::string instance(text.substr(dot + 1));
-        if (object.rows() == MAC_ROWS) instance = mac_arcs(instance);
+        if (const Table *table = table_of(object); table && table->is_by_mac()) instance = mac_arcs(instance);
         if (!are_arcs(instance)) return failed("not an instance: " + printable(text));
         return locate(found + "." + instance);
     }
@@ -162,7 +162,8 @@ Target parse_instance(std::string_view text) {
 std::string format_instance(const Object *object, const std::string &instance) {
     unsigned bytes[6];
     char text[32];
-    if (!object || object->rows() != MAC_ROWS || std::count(instance.begin(), instance.end(), '.') != 5 ||
+    const Table *table = object ? table_of(*object) : nullptr;
+    if (!table || !table->is_by_mac() || std::count(instance.begin(), instance.end(), '.') != 5 ||
         sscanf(instance.c_str(), "%3u.%3u.%3u.%3u.%3u.%3u", &bytes[0], &bytes[1], &bytes[2], &bytes[3],
                &bytes[4], &bytes[5]) != 6 ||
         std::any_of(bytes, bytes + 6, [](unsigned byte) { return byte > 255; }))

@@ -49,48 +49,18 @@ std::string place_oid(const Place &place) {
     return std::string(ROOT_OID) + "." + object_of(place).oid + dotted(place.arcs);
 }
 
-static constexpr int PREDEFINED_SERVICES = 28;  // rows that no SET changes
-
 std::string instance_mistake(const Object &object, const std::vector<int> &arcs) {
-    struct Bounds {
-        int low, high;
-    };
-    static constexpr Bounds RADIO{1, 2}, VAP{1, 16}, ENTRY{1, 5}, METHOD{1, 4}, LINK{1, 8};
-    std::vector<Bounds> bounds;
-    switch (object.rows()) {
-        case SCALAR:
-            bounds = {{0, 0}};
-            break;
-        case ENTRY_ROWS:
-            bounds = {{object.entry_oid() == "7.2.1"    ? PREDEFINED_SERVICES + 1
-                       : object.entry_oid() == "1.66.1" ? 0
-                                                        : 1,
-                       255}};
-            break;
-        case RADIO_ROWS:
-            bounds = {RADIO};
-            break;
-        case VAP_ROWS:
-            bounds = {RADIO, VAP};
-            break;
-        case VAP_ENTRY_ROWS:
-            bounds = {RADIO, VAP, ENTRY};
-            break;
-        case VAP_METHOD_ROWS:
-            bounds = {RADIO, VAP, ENTRY, METHOD};
-            break;
-        case LINK_ROWS:
-            bounds = {RADIO, LINK};
-            break;
-        case MAC_ROWS:
-            break;
-    }
-    bool good = arcs.size() == bounds.size();
+    const Table *table = table_of(object);
+    const size_t count = table ? table->levels() : 1;
+    bool good = arcs.size() == count;
     std::string wanted;
-    for (size_t i = 0; i < bounds.size(); i++) {
-        good = good && arcs[i] >= bounds[i].low && arcs[i] <= bounds[i].high;
-        wanted += (i ? "." : "") + std::to_string(bounds[i].low);
-        if (bounds[i].low != bounds[i].high) wanted += ".." + std::to_string(bounds[i].high);
+    for (size_t i = 0; i < count; i++) {
+        // A scalar has instance 0; no SET changes a predefined row.
+        const Range bounds =
+            table ? Range{table->arcs[i].low + table->predefined, table->arcs[i].high} : Range{0, 0};
+        good = good && bounds.has(arcs[i]);
+        wanted += (i ? "." : "") + std::to_string(bounds.low);
+        if (bounds.low != bounds.high) wanted += ".." + std::to_string(bounds.high);
     }
     return good ? "" : std::string("no such instance of ") + object.name + " (there are: " + wanted + ")";
 }

@@ -39,7 +39,7 @@ struct RowTable {
     size_t arcs;
     const char *title, *row, *label;
 };
-static constexpr RowTable TABLES[] = {
+static constexpr RowTable ROW_TABLES[] = {
     {"1.66.1", 1, "LAN ports", "LAN port", ""},
     {"1.67.1", 1, "Hosts that may manage the device", "", ""},
     {"2.1.1", 1, "Radios", "radio", ""},
@@ -74,7 +74,7 @@ static void print_setting(const Place &place, const std::string &value, bool sec
 static void print_scalars(const Settings &settings, bool secrets) {
     int shown = -1;
     for (const auto &[place, value] : settings) {
-        if (object_of(place).rows() != SCALAR) continue;
+        if (table_of(object_of(place))) continue;
         int theme = -1;
         for (const auto &candidate : THEMES) theme += place.object >= object_index(candidate.object);
         if (theme != shown) printf("\n# ---- %s ----\n", THEMES[theme].title);
@@ -89,7 +89,7 @@ using Rows_ = std::map<std::vector<int>, std::vector<Place>>;
 static Rows_ rows_of(const Settings &settings, const RowTable &table) {
     Rows_ rows;
     for (const auto &[place, value] : settings) {
-        if (object_of(place).rows() == SCALAR || !is_below(object_of(place).oid, table.oid)) continue;
+        if (!table_of(object_of(place)) || !is_below(object_of(place).oid, table.oid)) continue;
         if (place.arcs.size() < table.arcs || !instance_mistake(object_of(place), place.arcs).empty())
             continue;
         rows[{place.arcs.begin(), place.arcs.begin() + static_cast<long>(table.arcs)}].push_back(place);
@@ -178,6 +178,6 @@ int export_settings(const Client &client, const std::vector<std::string> &names,
     }
     puts("# Settings of an access point, written by zevctl " ZEVSIC_VERSION "; \"zevctl load\" sets them.");
     print_scalars(settings, secrets);
-    for (const RowTable &table : TABLES) print_table(settings, table, secrets);
+    for (const RowTable &table : ROW_TABLES) print_table(settings, table, secrets);
     return EXIT_DONE;
 }

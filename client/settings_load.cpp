@@ -17,11 +17,11 @@
 
 // A SET of the object is refused unless another one, of the same row or the row's radio, is stored with one
 // of these values; with '!' in front, with any other one.
-struct Need {
+struct Dependency {
     const char *object, *other, *value;
     const char *only_for = nullptr;  // the value whose SET needs it; null: every one
 };
-static constexpr Need NEEDS[] = {
+static constexpr Dependency DEPENDENCIES[] = {
     {"APSysCAPWAPDomainNameSuffix", "APSysCAPWAPDNSSRVDiscovery", "2"},
     {"APSysCAPWAPACAddress1", "APSysCAPWAPStaticDiscovery", "2"},
     {"APSysCAPWAPACAddress2", "APSysCAPWAPStaticDiscovery", "2"},
@@ -86,7 +86,7 @@ static constexpr const char *WEP_PART = "VAPWEPCipher80211Auth", *WEP_MODE = "VA
 static Place beside(const Place &place, const char *name) {
     const Object &object = *find_object(name);
     Place other{object_index(name), place.arcs};
-    if (object.rows() == RADIO_ROWS) other.arcs.resize(1);
+    other.arcs.resize(std::min<size_t>(other.arcs.size(), arc_count(object)));
     return other;
 }
 
@@ -106,7 +106,7 @@ static std::string known(const Load &load, const Place &place) {
     return found == load.device.end() ? "" : found->second;
 }
 
-static bool is_met(const Load &load, const Place &place, const std::string &value, const Need &need) {
+static bool is_met(const Load &load, const Place &place, const std::string &value, const Dependency &need) {
     if (std::string_view(object_of(place).name) != need.object) return true;
     if (need.only_for && value != need.only_for) return true;
     const std::string other = known(load, beside(place, need.other));
@@ -116,7 +116,7 @@ static bool is_met(const Load &load, const Place &place, const std::string &valu
 static std::string reason(const Load &load, const Place &place, const std::string &value, int status) {
     const Object &object = object_of(place);
     if (status != STATUS_WRONG_VALUE) return refusal(object, status);
-    for (const Need &need : NEEDS) {
+    for (const Dependency &need : DEPENDENCIES) {
         if (is_met(load, place, value, need)) continue;
         const Place other = beside(place, need.other);
         const bool negated = *need.value == '!';
@@ -206,7 +206,7 @@ using Wanted = std::map<Place, std::vector<std::string>>;
 static Wanted wanted_values(const Load &load) {
     Wanted wanted;
     for (const auto &[place, text] : load.refused) {
-        for (const Need &need : NEEDS) {
+        for (const Dependency &need : DEPENDENCIES) {
             if (*need.value == '!' || is_met(load, place, load.file.settings.at(place), need)) continue;
             auto &values = wanted[beside(place, need.other)];
             if (std::find(values.begin(), values.end(), need.value) == values.end())
@@ -265,7 +265,7 @@ static std::vector<int> objects_in(const SettingsFile &file) {
     for (const auto &[place, value] : file.settings) {
         if (std::find(objects.begin(), objects.end(), place.object) == objects.end())
             objects.push_back(place.object);
-        for (const Need &need : NEEDS)
+        for (const Dependency &need : DEPENDENCIES)
             if (std::string_view(object_of(place).name) == need.object)
                 objects.push_back(object_index(need.other));
         if (std::string_view(object_of(place).name) == WEP_PART) objects.push_back(object_index(WEP_MODE));
@@ -288,7 +288,8 @@ static bool is_outside_of_wep(const Load &load, const Place &place) {
 
 // Tables whose rows come into being when they are written.
 static bool may_be_new(const Object &object) {
-    return object.rows() == ENTRY_ROWS && std::string_view(object.oid).starts_with("7.");
+    const Table *table = table_of(object);
+    return table && table->is_counted() && std::string_view(object.oid).starts_with("7.");
 }
 
 static bool differs(const Load &load, const Place &place) {

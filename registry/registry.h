@@ -55,9 +55,15 @@ constexpr int arc_count(const Object &object) {
     return table ? table->levels() : 1;
 }
 
-// The object of a name, or null. Case matters.
+// Place of a named object in OBJECTS, or −1. Case matters.
+constexpr int object_index(std::string_view name) {
+    for (int i = 0; i < static_cast<int>(std::size(OBJECTS)); i++)
+        if (!OBJECTS[i].is_branch() && name == OBJECTS[i].name) return i;
+    return -1;
+}
+
+// The object of a name, or null.
 constexpr const Object *find_object(std::string_view name) {
-    for (const Object &object : OBJECTS)
-        if (!object.is_branch() && name == object.name) return &object;
-    return nullptr;
+    const int i = object_index(name);
+    return i < 0 ? nullptr : &OBJECTS[i];
 }
