@@ -216,6 +216,8 @@ static std::string address(const std::string &instance) {
     return text;
 }
 
+namespace {
+
 // The rows of an object, in the daemon's order.
 struct Column {
     std::vector<std::string> instances;
@@ -226,6 +228,8 @@ struct Column {
         return found == values.end() ? "" : found->second;
     }
 };
+
+}  // namespace
 
 // Reads columns until a moment.
 class Reader {

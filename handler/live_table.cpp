@@ -17,18 +17,18 @@ bool begin_rebuild(const HandlerCall &call) {
     return true;
 }
 
-Address read_address(const std::string &text, Row *row, size_t *length) {
+AddressText read_address(const std::string &text, Row *row, size_t *length) {
     unsigned b[6];
     int used = 0;
     if (sscanf(text.c_str(), "%2x:%2x:%2x:%2x:%2x:%2x%n", &b[0], &b[1], &b[2], &b[3], &b[4], &b[5], &used) !=
         6)
-        return Address::NONE;
+        return AddressText::NONE;
     // "-1" reads as a number too.
-    if (std::any_of(b, b + 6, [](unsigned byte) { return byte > MAX_ARC; })) return Address::NO_ROW;
+    if (std::any_of(b, b + 6, [](unsigned byte) { return byte > MAX_ARC; })) return AddressText::NO_ROW;
     row->count = 6;
     std::copy(b, b + 6, row->arcs);
     if (length) *length = static_cast<size_t>(used);
-    return Address::ROW;
+    return AddressText::ROW;
 }
 
 static void split(std::string_view text, ToolLine *line) {
@@ -55,7 +55,7 @@ void visit_tool_lines(const std::string &command, size_t fields, int *rows,
         ToolLine line;
         size_t length = 0;
         // A copy: scanning in place would measure the whole rest of the output for every line.
-        if (read_address(std::string(piece), &line.row, &length) != Address::ROW) continue;
+        if (read_address(std::string(piece), &line.row, &length) != AddressText::ROW) continue;
         split(piece.substr(length), &line);
         if (line.field_count < fields) continue;
         if (++*rows > MOST_TOOL_ROWS) {

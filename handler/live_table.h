@@ -14,12 +14,12 @@
 bool begin_rebuild(const HandlerCall &call);
 
 // The row of an address "00:1a:2b:3c:4d:5e" at the beginning of a text, and where the text goes on behind it.
-enum class Address {
+enum class AddressText {
     ROW,
     NO_ROW,  // six numbers, but not of bytes
     NONE,
 };
-Address read_address(const std::string &text, Row *row, size_t *length = nullptr);
+AddressText read_address(const std::string &text, Row *row, size_t *length = nullptr);
 
 // A line of a tool that begins with an address. The fields behind it are separated by white space and point
 // into the tool's output.

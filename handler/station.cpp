@@ -50,9 +50,9 @@ template <typename Value>
 static bool publish_stations(const HandlerCall &call, const sta_entry *station, Value value) {
     Row row{};
     for (; station; station = station->next) {
-        const Address address = read_address(station->mac, &row);
-        if (address == Address::NONE) return false;
-        if (address == Address::ROW) publish_station(call, row, value(*station));
+        const AddressText address = read_address(station->mac, &row);
+        if (address == AddressText::NONE) return false;
+        if (address == AddressText::ROW) publish_station(call, row, value(*station));
     }
     return true;
 }
