@@ -19,6 +19,7 @@
 
 #include "client/log.h"
 #include "client/netsnmp.h"
+#include "client/protocol.h"
 #include "client/translate.h"
 #include "platform/device.h"
 #include "registry/notifications.h"
@@ -272,7 +273,9 @@ static void ask() {
     const int fd = fits ? socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0) : -1;
     if (fd < 0) return end_round();
     // A record goes into the socket's buffer as a whole.
-    const bool connected = connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
+    std::string why;
+    const bool connected = connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0 &&
+                           is_trusted(fd, &why);
     if (connected && send(fd, &request, RECORD_SIZE, MSG_NOSIGNAL) == static_cast<ssize_t>(RECORD_SIZE)) {
         round_now.fd = fd;
         round_now.received = 0;

@@ -38,9 +38,7 @@ static bool connect_until(int fd, const sockaddr_un &address, Clock::time_point 
     return false;
 }
 
-// A request may carry a password, and an answer is believed: only a server of root's or of the caller's own
-// gets one. The kernel tells whose it is (unix(7)).
-static bool is_trusted(int fd, std::string *error) {
+bool is_trusted(int fd, std::string *error) {
     ucred server{};
     socklen_t size = sizeof server;
     if (getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &server, &size) != 0) {
@@ -49,6 +47,7 @@ static bool is_trusted(int fd, std::string *error) {
     }
     if (server.uid == 0 || server.uid == geteuid()) return true;
     *error = "its server runs as user " + std::to_string(server.uid) + ", who is neither root nor you";
+    errno = EPERM;
     return false;
 }
 
