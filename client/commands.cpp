@@ -7,6 +7,7 @@
 #include <thread>
 #include <unordered_set>
 
+#include "client/dependencies.h"
 #include "client/output.h"
 #include "client/protocol.h"
 #include "client/settings.h"
@@ -87,8 +88,13 @@ int get_next(const Client &client, const std::string &object) {
     return status;
 }
 
+static std::string value_refused(const Object &object) {
+    const std::string accepted = accepted_values(object), hint = refusal_hint(object);
+    return "value refused" + (accepted.empty() ? "" : " (accepted: " + accepted + ")") +
+           (hint.empty() ? "" : ": " + hint);
+}
+
 std::string refusal(const Object &object, int status) {
-    const std::string accepted = accepted_values(object);
     switch (status) {
         case STATUS_NOTHING:
             return "no such object or instance";
@@ -97,7 +103,7 @@ std::string refusal(const Object &object, int status) {
         case STATUS_WRONG_TYPE:
             return "wrong type";
         case STATUS_WRONG_VALUE:
-            return "value refused" + (accepted.empty() ? "" : " (accepted: " + accepted + ")");
+            return value_refused(object);
         default:
             return "answered with the unknown status " + std::to_string(status);
     }
@@ -115,7 +121,11 @@ int send_set(const Client &client, const Target &target, const std::string &valu
     if (answer.reply.reply_status == STATUS_ACCEPTED) return EXIT_DONE;
     std::string reason =
         answer.reply.reply_status == STATUS_WRONG_VALUE ? value_mistake(*target.object, *wire) : "";
-    if (reason.empty()) reason = refusal(*target.object, answer.reply.reply_status);
+    if (reason.empty()) {
+        const std::string needs =
+            answer.reply.reply_status == STATUS_WRONG_VALUE ? dependency_hint(*target.object) : "";
+        reason = refusal(*target.object, answer.reply.reply_status) + (needs.empty() ? "" : "; ") + needs;
+    }
     return complain(EXIT_REFUSED, format_name(target) + ": " + reason);
 }
 

@@ -261,25 +261,79 @@ std::string set_text(const Object &object, std::string_view value, std::string *
     return "";
 }
 
+// "0 or 2..50"
+static std::string alternatives(std::span<const Range> ranges) {
+    std::string out;
+    for (const Range &range : ranges) {
+        if (!range.is_set()) continue;
+        out += (out.empty() ? "" : " or ") + std::to_string(range.low);
+        if (range.low != range.high) out += ".." + std::to_string(range.high);
+    }
+    return out;
+}
+
+static const char *form_text(Form form) {
+    switch (form) {
+        case ANY_TEXT:
+            return "";
+        case NAME_CHARS:
+            return "letters, digits, blanks and #()*,-.:?@_|";
+        case PRINTABLE:
+            return "printable ASCII characters";
+        case VISIBLE:
+            return "printable ASCII characters, no blanks";
+        case SSID:
+            return "printable ASCII characters, no blank at either end";
+        case IPV4_ADDRESS:
+            return "an IPv4 address";
+        case IPV6_ADDRESS:
+            return "an IPv6 address";
+        case DOMAIN_NAME:
+            return "a domain name that ends in two letters or com, edu, gov, mil, net, org, tel";
+        case REALM_LIST:
+            return "domain names that end in two letters or com, edu, gov, mil, net, org, tel, with ; "
+                   "between "
+                   "them";
+        case MAC_ADDRESS:
+            return "a MAC address with : or - throughout";
+        case HEX:
+        case LOWER_HEX:
+            return "hexadecimal digits";
+        case WEB_URL:
+            return "a URL that begins with http:// or https://";
+        case CELLULAR:
+            return "digits, the third may be f";
+        case PROTOCOL:
+            return "TCP, UDP or 0..255";
+        case VAP_MASK:
+            return "digits 0 and 1";
+        case SHORT_NUMBER:
+            return "a number of up to six digits";
+    }
+    return "";
+}
+
 std::string accepted_values(const Object &object) {
     constexpr int MANY = 20;
     std::string out;
     if (object.words) {
         const Word &last = object.words.end()[-1];
+        const std::string separator = object.words.size() > MANY ? " to " : ", ";
         for (const Word &word : object.words) {
             if (!object.in_range(word.value)) continue;
             if (object.words.size() > MANY && word.value != object.words.begin()->value &&
                 word.value != last.value)
                 continue;
-            out += (out.empty() ? "" : ", ") + std::to_string(word.value) + " (" + word.text + ")";
+            out += (out.empty() ? "" : separator) + std::to_string(word.value) + " (" + word.text + ")";
         }
         return out;
     }
-    for (const Range &range : object.range) {
-        if (range.low > range.high) continue;
-        out += (out.empty() ? "" : " or ") + std::to_string(range.low);
-        if (range.low != range.high) out += ".." + std::to_string(range.high);
-    }
-    if (!out.empty() && object.type == STRING) out += " characters";
-    return out;
+    const std::string length = alternatives(object.range);
+    if (object.type != STRING) return length.empty() ? form_text(object.form) : length;
+    if (!length.empty()) out = length + " characters";
+    std::string form = form_text(object.form);
+    if (object.numbers[0].is_set()) form = alternatives(object.numbers);
+    if (!form.empty()) out += (out.empty() ? "" : ": ") + form;
+    const bool may_be_empty = object.or_empty && !(object.has_range() && object.in_range(0));
+    return out.empty() || !may_be_empty ? out : out + ", or empty";
 }

@@ -58,5 +58,6 @@ std::string wire_value(const Object &object, std::string_view value);
 // The text of a SET of that wire value. Empty when the wire cannot carry it, and `error` says why.
 std::string set_text(const Object &object, std::string_view value, std::string *error);
 
-// What a SET accepts ("1..68", "1 (disabled), 2 (enabled)", "0..64 characters"); empty when it is not known.
+// What a SET accepts ("1..68", "1 (disabled), 2 (enabled)", "0..64 characters: letters, ..."); empty when it
+// is not known.
 std::string accepted_values(const Object &object);

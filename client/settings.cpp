@@ -7,14 +7,8 @@
 
 #include "client/protocol.h"
 
-// Objects whose SET acts at once.
-static constexpr std::string_view ACTIONS[] = {"APSysApplyTime",   "APSysRestart",    "APSysReset",
-                                               "APSysApplyConfig", "APSysSaveConfig", "TFTPUpdateCommand",
-                                               "FTPUpdateCommand"};
-
 bool is_setting(const Object &object) {
-    return object.access == READ_WRITE && !object.transient &&
-           std::find(std::begin(ACTIONS), std::end(ACTIONS), object.name) == std::end(ACTIONS);
+    return object.access == READ_WRITE && !object.transient && !object.acts;
 }
 
 // ---- places ----
@@ -77,9 +71,8 @@ std::string settable(const Object &object, std::string_view shown) {
 
 bool same_setting(const Object &object, const std::string &a, const std::string &b) {
     if (a == b) return true;
-    const std::string_view name = object.name;
-    if (name.find("MAC") == name.npos && name.find("Mac") == name.npos && name.find("OUI") == name.npos &&
-        name.find("Protocol") == name.npos && name.find("Cellular") == name.npos)
+    if (object.form != MAC_ADDRESS && object.form != LOWER_HEX && object.form != CELLULAR &&
+        object.form != PROTOCOL)
         return false;
     std::string other = b;
     std::replace(other.begin(), other.end(), '-', ':');

@@ -9,78 +9,10 @@
 #include <cstdio>
 #include <cstring>
 
+#include "client/dependencies.h"
 #include "client/output.h"
 #include "client/protocol.h"
 #include "client/settings.h"
-
-// ---- what settings depend on ----
-
-// A SET of the object is refused unless another one, of the same row or the row's radio, is stored with one
-// of these values; with '!' in front, with any other one.
-struct Dependency {
-    const char *object, *other, *value;
-    const char *only_for = nullptr;  // the value whose SET needs it; null: every one
-};
-static constexpr Dependency DEPENDENCIES[] = {
-    {"APSysCAPWAPDomainNameSuffix", "APSysCAPWAPDNSSRVDiscovery", "2"},
-    {"APSysCAPWAPACAddress1", "APSysCAPWAPStaticDiscovery", "2"},
-    {"APSysCAPWAPACAddress2", "APSysCAPWAPStaticDiscovery", "2"},
-    {"APSysCAPWAPACAddress3", "APSysCAPWAPStaticDiscovery", "2"},
-    {"APSysCAPWAPACAddress4", "APSysCAPWAPStaticDiscovery", "2"},
-    {"APSysCAPWAPACAddress5", "APSysCAPWAPStaticDiscovery", "2"},
-    {"APSysIPv6Mode", "APSysIPv6Enabled", "2"},
-    {"APSysIPv6IPAddress", "APSysIPv6Enabled", "2"},
-    {"APSysIPv6IPAddress", "APSysIPv6Mode", "1"},
-    {"APSysIPv6PrefixLen", "APSysIPv6Enabled", "2"},
-    {"APSysIPv6PrefixLen", "APSysIPv6Mode", "1"},
-    {"APSysIPv6GWAddr", "APSysIPv6Enabled", "2"},
-    {"APSysIPv6GWAddr", "APSysIPv6Mode", "1"},
-    {"APSysIPv6FirstDNSAddr", "APSysIPv6Enabled", "2"},
-    {"APSysIPv6FirstDNSAddr", "APSysIPv6Mode", "1"},
-    {"APSysIPv6SecondDNSAddr", "APSysIPv6Enabled", "2"},
-    {"APSysIPv6SecondDNSAddr", "APSysIPv6Mode", "1"},
-    {"APRFMaxTransmitRate", "APRFBand", "!0"},
-    {"APWDSLinkEnabled", "APRFMaxTransmitRate", "0"},
-    {"APWDSLinkEnabled", "APRFRadioChannelConfig", "!auto", "2"},
-    {"APWDSLinkWEPKeyLength", "APWDSLinkSecurityType", "1"},
-    {"APWDSLinkWEPKeyFormat", "APWDSLinkSecurityType", "1"},
-    {"APWDSLinkWEPKeyValue", "APWDSLinkSecurityType", "1"},
-    {"APWDSLinkPSKCipherSuite", "APWDSLinkSecurityType", "2"},
-    {"APWDSLinkPSKKeyType", "APWDSLinkSecurityType", "2"},
-    {"APWDSLinkPSKKeyValue", "APWDSLinkSecurityType", "2"},
-};
-
-// What else a refusal may mean.
-static constexpr struct {
-    const char *object, *reason;
-} REASONS[] = {
-    {"APSysNTPServer1", "an address or a domain name while APSysTimeSource is ntp"},
-    {"APSysNTPServer2", "an address or a domain name while APSysTimeSource is ntp"},
-    {"APSysSNMPTrapServerIPAddress", "an address while APSysSNMPTrapEnabled is enabled"},
-    {"APSysSystemLogServerIPAddress", "an address while APSysSystemLogEnabled is enabled"},
-    {"APRFBand", "the radio has another band"},
-    {"APRFRadioChannelConfig", "auto needs every APWDSLinkEnabled of the radio disabled"},
-    {"APRFMaxTransmitRate", "the radio has fewer transmit chains"},
-    {"APRFChannelWidth", "the radio has no such width"},
-    {"VAPAuthenMode", "the radio has no 802.1X"},
-    {"VAPWEPCipherKeyValue", "it must be as long as VAPWEPCipherKeyLength and VAPWEPCipherKeyCharType say"},
-    {"APWDSLinkMacAddr", "each link of a radio has an address of its own"},
-    {"APWDSLinkWEPKeyValue", "it must be as APWDSLinkWEPKeyLength and APWDSLinkWEPKeyFormat say"},
-    {"APWDSLinkPSKKeyValue", "it must be as APWDSLinkPSKKeyType says"},
-    {"L2FirewallRuleIpv4ServiceSelected", "no service has this name"},
-};
-
-// Setting the first has the device change the others too, without showing it.
-static constexpr struct {
-    const char *object, *changes;
-} EFFECTS[] = {
-    {"APRFBand", "APRFPure11NEnabled"},         {"APRFBand", "APRFChannelWidth"},
-    {"APRFBand", "APRFRadioChannelConfig"},     {"APRFBand", "APRFMaxTransmitRate"},
-    {"VAPAuthenMode", "VAPWEPCipher80211Auth"},
-};
-
-// The item of the authentication mode holds this one as well: a SET outside of WEP would change the mode.
-static constexpr const char *WEP_PART = "VAPWEPCipher80211Auth", *WEP_MODE = "VAPAuthenMode", *WEP = "1";
 
 // The place of an object that a row's settings depend on: in the same row, or of the row's radio.
 static Place beside(const Place &place, const char *name) {
@@ -116,7 +48,7 @@ static bool is_met(const Load &load, const Place &place, const std::string &valu
 static std::string reason(const Load &load, const Place &place, const std::string &value, int status) {
     const Object &object = object_of(place);
     if (status != STATUS_WRONG_VALUE) return refusal(object, status);
-    for (const Dependency &need : DEPENDENCIES) {
+    for (const Dependency &need : dependencies()) {
         if (is_met(load, place, value, need)) continue;
         const Place other = beside(place, need.other);
         const bool negated = *need.value == '!';
@@ -124,10 +56,7 @@ static std::string reason(const Load &load, const Place &place, const std::strin
                file_value(object_of(other), need.value + negated) + ", it is " +
                file_value(object_of(other), known(load, other));
     }
-    std::string text = refusal(object, status);
-    for (const auto &other : REASONS)
-        if (std::string_view(object.name).starts_with(other.object)) text += std::string(": ") + other.reason;
-    return text;
+    return refusal(object, status);
 }
 
 // A SET; EXIT_REFUSED leaves what the daemon answered in `answer`.
@@ -206,7 +135,7 @@ using Wanted = std::map<Place, std::vector<std::string>>;
 static Wanted wanted_values(const Load &load) {
     Wanted wanted;
     for (const auto &[place, text] : load.refused) {
-        for (const Dependency &need : DEPENDENCIES) {
+        for (const Dependency &need : dependencies()) {
             if (*need.value == '!' || is_met(load, place, load.file.settings.at(place), need)) continue;
             auto &values = wanted[beside(place, need.other)];
             if (std::find(values.begin(), values.end(), need.value) == values.end())
@@ -265,7 +194,7 @@ static std::vector<int> objects_in(const SettingsFile &file) {
     for (const auto &[place, value] : file.settings) {
         if (std::find(objects.begin(), objects.end(), place.object) == objects.end())
             objects.push_back(place.object);
-        for (const Dependency &need : DEPENDENCIES)
+        for (const Dependency &need : dependencies())
             if (std::string_view(object_of(place).name) == need.object)
                 objects.push_back(object_index(need.other));
         if (std::string_view(object_of(place).name) == WEP_PART) objects.push_back(object_index(WEP_MODE));
@@ -310,7 +239,7 @@ static std::vector<Place> changes(Load *load) {
                 load->refused[place] = std::string("belongs to ") + WEP_MODE + " = WEP";
         } else if (differs(*load, place) || disturbed.contains(place)) {
             places.push_back(place);
-            for (const auto &effect : EFFECTS)
+            for (const auto &effect : effects())
                 if (std::string_view(object_of(place).name) == effect.object)
                     disturbed[beside(place, effect.changes)];
         }

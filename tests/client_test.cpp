@@ -101,6 +101,9 @@ TEST(ClientNames, SetTextsAndWords) {
     EXPECT_EQ(accepted_values(state), "0 (idle), 1 (applying)");
     EXPECT_EQ(accepted_values(text), "0..64 characters");
     EXPECT_EQ(accepted_values(address), "");
+    EXPECT_EQ(accepted_values(*find_object("VAPRadiusAuthSecondPort")), "1..65535, or empty");
+    EXPECT_EQ(accepted_values(*find_object("L2FirewallRuleSourceMACAddress")),
+              "0 or 17 characters: a MAC address with : or - throughout");
 }
 
 TEST(ClientNames, ValuesForPeople) {

@@ -134,7 +134,8 @@ TEST(Settings, WhatIsRefusedAndWhatIsWrong) {
               EXIT_REFUSED);
     EXPECT_EQ(
         device.err.substr(0, device.err.find("nothing was saved")),
-        "zevctl: file:2: APSysName.0: value refused (accepted: 1..32 characters)\n"
+        "zevctl: file:2: APSysName.0: value refused (accepted: 1..32 characters: letters, digits, blanks and "
+        "#()*,-.:?@_|)\n"
         "zevctl: file:4: APWDSLinkWEPKeyValue.1.1: refused: needs APWDSLinkSecurityType.1.1 = WEP, it is "
         "none\nzevctl: ");
     EXPECT_EQ(
