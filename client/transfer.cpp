@@ -1,17 +1,19 @@
 #include "client/transfer.h"
 
+#include <termios.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <iostream>
 #include <thread>
 
 #include "client/output.h"
 #include "client/protocol.h"
 
-enum Status { IDLE, UPDATING, BACKING_UP, RESTARTING };  // what follows is a failure
+enum ActionStatus { IDLE, UPDATING, BACKING_UP, RESTARTING };  // what follows is a failure
 
 static constexpr const char *FROM_SERVER = "1", *TO_SERVER = "2";
 
@@ -20,12 +22,22 @@ static Target object_of(const TransferOrder &order, const std::string &name) {
     return parse_instance((order.ftp ? "FTP" : "TFTP") + name);
 }
 
+// Types on a terminal are not shown.
+static bool ask_password(std::string *password) {
+    fputs("Password of the FTP user: ", stderr);
+    termios shown{};
+    const bool is_terminal = tcgetattr(STDIN_FILENO, &shown) == 0;
+    termios hidden = shown;
+    hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    if (is_terminal) tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
+    std::getline(std::cin, *password);
+    if (is_terminal) tcsetattr(STDIN_FILENO, TCSAFLUSH, &shown);
+    fputs("\n", stderr);
+    return static_cast<bool>(std::cin);
+}
+
 static bool read_password(const std::string &file, std::string *password) {
-    if (file.empty()) {
-        const char *typed = getpass("Password of the FTP user: ");
-        if (typed) *password = typed;
-        return typed != nullptr;
-    }
+    if (file.empty()) return ask_password(password);
     std::ifstream in(file);
     std::getline(in, *password);
     return !in.bad() && (in || in.eof());

@@ -1,5 +1,7 @@
 #include "handler/check.h"
 
+#include <arpa/inet.h>
+
 #include <algorithm>
 #include <cctype>
 #include <cstdint>
@@ -94,28 +96,10 @@ bool check_ipv4_addr(const char *text) {
 }
 
 bool check_ipv6_addr(const char *text) {
-    const std::string_view address = text;
-    if (address.size() < 2 || address.size() > 39) return false;
-    int colons = 0;
-    bool double_colon = false;
-    size_t begin = 0;
-    for (;;) {
-        const size_t end = std::min(address.find(':', begin), address.size());
-        const std::string_view group = address.substr(begin, end - begin);
-        if (group.size() > 4 || !all_of(group, is_hex)) return false;
-        if (end == address.size()) {
-            if (group.empty() && !address.ends_with("::")) return false;
-            break;
-        }
-        if (group.empty() && colons > 0) {
-            if (double_colon) return false;
-            double_colon = true;
-        }
-        colons++;
-        begin = end + 1;
-    }
-    if (address.starts_with(':') && !address.starts_with("::")) return false;
-    return colons <= 7 && (double_colon || colons == 7);
+    in6_addr address;
+    const std::string_view given = text;
+    return given.find('.') == std::string_view::npos && std::count(given.begin(), given.end(), ':') <= 7 &&
+           inet_pton(AF_INET6, text, &address) == 1;
 }
 
 static bool is_label(std::string_view label) {

@@ -133,6 +133,7 @@ static snmp_reply *start_apply(HandlerCall call) {
     call.node = register_apply_object();
     show_state(call, "1");
     log_event("apply begun");
+    // When it is done the store sends SIGUSR2, which brings the rest of the tree back.
     if (!start_detached(apply_worker, sic_zevcfg)) {
         log_event("apply not begun: no thread", Severity::ERROR);
         TRACE("Create pthread error!\n");

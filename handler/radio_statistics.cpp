@@ -4,20 +4,20 @@
 #include <cstring>
 
 #include "handler/counters.h"
+#include "handler/live_vaps.h"
 #include "handler/radio.h"
 #include "platform/device.h"
-#include "platform/k480ext.h"
 
 snmp_reply *radio_stations(const HandlerCall &call) {
     if (call.kind == KIND_SET) return set_read_only(call);
     stamp(call);
     for (int radio = 1; radio <= RADIOS; radio++) {
         int64_t stations = 0;
-        for (int vap = 1; vap <= VAPS; vap++) {
-            const agent_vap &state = zevap->vap[radio - 1][vap - 1];
-            if (state.enabled != 1 || state.ifindex <= 0) continue;
-            stations += atoi(read_system_item(format("rf%d_vap%d_sta", radio, vap).c_str()).text.c_str());
-        }
+        for_each_live_vap(radio, radio, [&](const LiveVap &vap) {
+            const std::string item = format("rf%d_vap%d_sta", radio, vap.vap);
+            if (vap.state.enabled == 1) stations += atoi(read_system_item(item.c_str()).text.c_str());
+            return true;
+        });
         publish(call, {radio}, std::to_string(stations));
     }
     return call.reply;
@@ -26,16 +26,15 @@ snmp_reply *radio_stations(const HandlerCall &call) {
 // The counters of a radio's live VAPs together. False when one of them has no name.
 static bool radio_octets(int radio, bool received, uint64_t *octets) {
     *octets = 0;
-    for (int vap = 0; vap < VAPS; vap++) {
-        if (zevap->vap[radio][vap].ifindex <= 0) continue;
+    return for_each_live_vap(radio, radio, [&](const LiveVap &vap) {
         char ifname[IFNAME_SIZE] = "";
-        if (!get_ifname_by_idx(IFNAME_VAP, radio, vap, ifname)) {
-            TRACE("Can't get interface name for VAP=%d\n", radio);
+        if (!vap.read_ifname(ifname)) {
+            TRACE("Can't get interface name for VAP=%d\n", radio - 1);
             return false;
         }
         *octets += strtoull(interface_octets(ifname, received).c_str(), nullptr, 10);
-    }
-    return true;
+        return true;
+    });
 }
 
 // Ends early at a VAP without a name: the rows from there on keep what they hold.
@@ -44,7 +43,7 @@ static snmp_reply *octets_column(const HandlerCall &call, bool received) {
     stamp(call);
     for (int radio = 1; radio <= RADIOS; radio++) {
         uint64_t octets = 0;
-        if (!radio_octets(radio - 1, received, &octets)) break;
+        if (!radio_octets(radio, received, &octets)) break;
         publish(call, {radio}, std::to_string(octets));
     }
     return call.reply;

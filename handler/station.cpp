@@ -5,32 +5,20 @@
 
 #include "function/agent.h"
 #include "handler/live_table.h"
+#include "handler/live_vaps.h"
 #include "handler/rules.h"
 #include "handler/value.h"
 #include "platform/device.h"
-#include "platform/k480ext.h"
 
-// A VAP with an interface; radio and VAP count from 1.
-struct StationVap {
-    int radio;
-    int vap;
-    const char *ifname;
-};
-
-// Radio-major. Ends early at a VAP whose interface has no name, and when `visit` returns false.
+// Calls `visit(vap, ifname)`, and ends early at a VAP whose interface has no name, and when it returns false.
 template <typename Visit>
-static void for_each_vap(Visit visit) {
-    for (int radio = 1; radio <= RADIOS; radio++) {
-        for (int vap = 1; vap <= VAPS; vap++) {
-            if (zevap->vap[radio - 1][vap - 1].ifindex <= 0) continue;
-            char ifname[IFNAME_SIZE];
-            if (!get_ifname_by_idx(IFNAME_VAP, radio - 1, vap - 1, ifname)) {
-                TRACE("Can't get interface name for RF=%d,VAP=%d\n", radio, vap);
-                return;
-            }
-            if (!visit(StationVap{radio, vap, ifname})) return;
-        }
-    }
+static void for_each_station_vap(Visit visit) {
+    for_each_live_vap([&](const LiveVap &vap) {
+        char ifname[IFNAME_SIZE];
+        if (vap.read_ifname(ifname)) return static_cast<bool>(visit(vap, ifname));
+        TRACE("Can't get interface name for RF=%d,VAP=%d\n", vap.radio, vap.vap);
+        return false;
+    });
 }
 
 static void publish_station(const HandlerCall &call, const Row &row, const std::string &value) {
@@ -60,8 +48,8 @@ static bool publish_stations(const HandlerCall &call, const sta_entry *station, 
 // What differs among the columns: the value of a station.
 static snmp_reply *station_column(const HandlerCall &call, std::string (*value)(const sta_entry &station)) {
     if (!begin_rebuild(call)) return call.reply;
-    for_each_vap([&](const StationVap &vap) {
-        sta_entry *list = get_sta_list(vap.ifname);
+    for_each_station_vap([&](const LiveVap &, const char *ifname) {
+        sta_entry *list = get_sta_list(ifname);
         const bool complete = publish_stations(call, list, value);
         free_sta_list(list);
         return complete;
@@ -70,10 +58,10 @@ static snmp_reply *station_column(const HandlerCall &call, std::string (*value)(
 }
 
 // The same when all stations of a VAP share a value.
-static snmp_reply *vap_column(const HandlerCall &call, std::string (*value)(const StationVap &vap)) {
+static snmp_reply *vap_column(const HandlerCall &call, std::string (*value)(const LiveVap &vap)) {
     if (!begin_rebuild(call)) return call.reply;
-    for_each_vap([&](const StationVap &vap) {
-        sta_entry *list = get_sta_list(vap.ifname);
+    for_each_station_vap([&](const LiveVap &vap, const char *ifname) {
+        sta_entry *list = get_sta_list(ifname);
         const std::string shared = value(vap);
         const bool complete =
             publish_stations(call, list, [&](const sta_entry &) -> const std::string & { return shared; });
@@ -83,7 +71,7 @@ static snmp_reply *vap_column(const HandlerCall &call, std::string (*value)(cons
     return call.reply;
 }
 
-static std::string vap_item(const StationVap &vap, const char *key) {
+static std::string vap_item(const LiveVap &vap, const char *key) {
     const Reading reading = read_item(format("rf%d_vap%d", vap.radio, vap.vap).c_str(), key);
     TRACE("ans= %s from ZEVCFG ret=%d.\n", reading.text.c_str(), reading.result);
     return reading.text;
@@ -103,11 +91,11 @@ snmp_reply *station_mac(const HandlerCall &call) {
 }
 
 snmp_reply *station_ssid(const HandlerCall &call) {
-    return vap_column(call, [](const StationVap &vap) { return vap_item(vap, "ssid"); });
+    return vap_column(call, [](const LiveVap &vap) { return vap_item(vap, "ssid"); });
 }
 
 snmp_reply *station_vlan(const HandlerCall &call) {
-    return vap_column(call, [](const StationVap &vap) {
+    return vap_column(call, [](const LiveVap &vap) {
         const std::string text = vap_item(vap, "vid");
         const long id = strtol(text.c_str(), nullptr, 10);
         return id >= 1 && id <= 4094 ? text : std::string(NO_VLAN);
@@ -134,7 +122,7 @@ snmp_reply *station_snr(const HandlerCall &call) {
 }
 
 snmp_reply *station_band(const HandlerCall &call) {
-    return vap_column(call, [](const StationVap &vap) {
+    return vap_column(call, [](const LiveVap &vap) {
         return std::string(zevap->rf_channel[vap.radio - 1] < 15 ? "1" : "2");
     });
 }
@@ -147,8 +135,8 @@ static constexpr size_t SHOWN_LENGTH = 31;
 static snmp_reply *tool_column(const HandlerCall &call, size_t field) {
     if (!begin_rebuild(call)) return call.reply;
     int rows = 0;
-    for_each_vap([&](const StationVap &vap) {
-        visit_tool_lines("wlanconfig " + shell_word(vap.ifname) + " list sta", TOOL_FIELDS, &rows,
+    for_each_station_vap([&](const LiveVap &, const char *ifname) {
+        visit_tool_lines("wlanconfig " + shell_word(ifname) + " list sta", TOOL_FIELDS, &rows,
                          [&](const ToolLine &line) {
                              publish_station(call, line.row, line.field(field).substr(0, SHOWN_LENGTH));
                          });

@@ -25,7 +25,7 @@ struct Prepared {
 static constexpr size_t SIZE_ROOM = 24;  // digits of any file size, quote and terminator
 
 // The status that it ended with; −1 for no process.
-static int wait_for(pid_t pid) {
+static int status_of_ended(pid_t pid) {
     int status = -1;
     while (pid > 0 && waitpid(pid, &status, 0) < 0 && errno == EINTR) {
     }
@@ -39,7 +39,7 @@ static bool run_to_the_end(const char *command) {
         execl("/bin/sh", "sh", "-c", command, static_cast<char *>(nullptr));
         _exit(127);
     }
-    return wait_for(pid) == 0;
+    return status_of_ended(pid) == 0;
 }
 
 // 0 when there is no file.
@@ -102,7 +102,7 @@ void start_transfer_process(const TransferCommands &commands, const std::string 
     const pid_t child = fork();
     if (child < 0) log_event((work + " not begun: no process").c_str(), Severity::ERROR);
     if (child != 0) {
-        wait_for(child);
+        status_of_ended(child);
         return;
     }
     // The child of the child is left to init, so that nobody has to wait for it.

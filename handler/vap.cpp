@@ -4,8 +4,8 @@
 #include "function/rows.h"
 #include "handler/counters.h"
 #include "handler/engine.h"
+#include "handler/live_vaps.h"
 #include "handler/rules.h"
-#include "platform/k480ext.h"
 
 // Where a radio steers its stations, a changed SSID or state of one VAP concerns others: the store adds the
 // items that this takes.
@@ -37,46 +37,35 @@ snmp_reply *vap_state(const HandlerCall &call) {
     return set_accepted(call);
 }
 
-// Calls `visit(row, state)` for each VAP that exists in the kernel, until it answers false.
-template <typename Visit>
-static void for_each_live_vap(const HandlerCall &call, Visit visit) {
-    bool goes_on = true;
-    for_each_row(call, [&](const Row &row) {
-        const agent_vap &state = zevap->vap[row[0] - 1][row[1] - 1];
-        if (goes_on && state.ifindex > 0) goes_on = visit(row, state);
-    });
-}
-
-static void publish_live(const HandlerCall &call, const Row &row, const agent_vap &state,
-                         const std::string &value) {
-    update_data_by_ifindex(is_requested(call, row) ? call.reply : nullptr, call.node, value.c_str(),
-                           state.ifindex);
+static void publish_live(const HandlerCall &call, const LiveVap &vap, const std::string &value) {
+    update_data_by_ifindex(is_requested(call, {vap.radio, vap.vap}) ? call.reply : nullptr, call.node,
+                           value.c_str(), vap.state.ifindex);
 }
 
 snmp_reply *vap_bssid(const HandlerCall &call) {
     if (call.kind == KIND_SET) return set_read_only(call);
     stamp(call);
-    for_each_live_vap(call, [&](const Row &row, const agent_vap &state) {
-        if (state.enabled != 1) return true;
-        const std::string mac = read_system_item(format("rf%d_vap%d_mac", row[0], row[1]).c_str()).text;
+    for_each_live_vap([&](const LiveVap &vap) {
+        if (vap.state.enabled != 1) return true;
+        const std::string mac = read_system_item(format("rf%d_vap%d_mac", vap.radio, vap.vap).c_str()).text;
         TRACE(" Get vap mac:%s from ZEVCFG.\n", mac.c_str());
-        publish_live(call, row, state, mac);
+        publish_live(call, vap, mac);
         return true;
     });
     return call.reply;
 }
 
-// A VAP in the kernel without an interface name is on its way in or out: the refresh ends there.
+// A VAP without an interface name ends the refresh.
 static snmp_reply *octets(const HandlerCall &call, bool received) {
     if (call.kind == KIND_SET) return set_read_only(call);
     stamp(call);
-    for_each_live_vap(call, [&](const Row &row, const agent_vap &state) {
+    for_each_live_vap([&](const LiveVap &vap) {
         char ifname[IFNAME_SIZE];
-        if (!get_ifname_by_idx(IFNAME_VAP, row[0] - 1, row[1] - 1, ifname)) {
-            TRACE("Can't get interface name for VAP=%d\n", row[0] - 1);
+        if (!vap.read_ifname(ifname)) {
+            TRACE("Can't get interface name for VAP=%d\n", vap.radio - 1);
             return false;
         }
-        publish_live(call, row, state, interface_octets(ifname, received));
+        publish_live(call, vap, interface_octets(ifname, received));
         return true;
     });
     return call.reply;

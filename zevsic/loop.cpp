@@ -92,7 +92,7 @@ static void waiting_peer_ready(int client, short events, void *) {
     }
 }
 
-static void wait_for(int client) {
+static void add_waiting(int client) {
     if (waiting.size() >= waiting_limit) drop(waiting.begin());
     WaitingPeer &peer = waiting.emplace_back();
     peer.client = client;
@@ -120,7 +120,7 @@ static void connection_accept(int listener, short, void *) {
             serve_request(client, &request);
             break;
         case Received::NOTHING_YET:
-            wait_for(client);
+            add_waiting(client);
             break;
         case Received::NOT_ACCEPTED:
             if (waiting.empty())
