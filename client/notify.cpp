@@ -317,7 +317,7 @@ static void begin_round_soon() {
     const auto left = std::chrono::duration_cast<std::chrono::microseconds>(round_now.begun + LEAST_INTERVAL -
                                                                             Clock::now());
     if (left.count() <= 0) return begin_round_now(0, nullptr);
-    timeval wait = {0, left.count()};
+    timeval wait = {0, static_cast<suseconds_t>(left.count())};
     snmp_alarm_register_hr(wait, 0, begin_round_now, nullptr);
 }
 
