@@ -1,4 +1,5 @@
-// zevsic-agentx: serves the subtree to an AgentX master agent, with what the daemon answers on its socket.
+// zevsic-agentx: serves the subtree to an AgentX master agent, or to managers as the device's SNMP agent
+// itself, with what the daemon answers on its socket.
 #include <CLI/CLI.hpp>
 #include <csignal>
 
@@ -16,6 +17,7 @@ struct Options {
     std::string socket = default_socket();
     int ping_seconds = 2;
     int timeout_seconds = 1;
+    int keep_seconds = 300;
     bool foreground = false;
 };
 
@@ -57,6 +59,49 @@ static void start_library(const Options &options) {
                        options.ping_seconds);
 }
 
+static timeval time_until(Clock::time_point then) {
+    const auto most = std::chrono::microseconds(std::chrono::seconds(1));
+    const auto left = std::chrono::duration_cast<std::chrono::microseconds>(
+        std::min(then, Clock::now() + most) - Clock::now());
+    const auto wait = std::clamp<int64_t>(left.count(), 0, most.count());
+    return {static_cast<time_t>(wait / 1000000), static_cast<suseconds_t>(wait % 1000000)};
+}
+
+// One round of the library's loop, with the daemon's answers in it.
+static void run_once(Subtree *subtree) {
+    // A wait that took this long was one: nothing had come before it ended.
+    constexpr std::chrono::microseconds WAITED(10);
+    int count = 0, block = 0;
+    fd_set readable, writable, exceptional;
+    FD_ZERO(&readable);
+    FD_ZERO(&writable);
+    FD_ZERO(&exceptional);
+    timeval timeout = time_until(next_go());
+    netsnmp_external_event_info(&count, &readable, &writable, &exceptional);
+    snmp_select_info(&count, &readable, &timeout, &block);
+    const int daemon = waiting_fd(subtree->asker);
+    if (daemon >= 0) {
+        FD_SET(daemon, &readable);
+        count = std::max(count, daemon + 1);
+    }
+    const Clock::time_point begin = Clock::now();
+    int ready = select(count, &readable, &writable, &exceptional, &timeout);
+    const bool answered = ready > 0 && daemon >= 0 && FD_ISSET(daemon, &readable);
+    if (answered) {
+        FD_CLR(daemon, &readable);
+        ready--;
+    }
+    begin_round(ready <= 0 || Clock::now() - begin >= WAITED);
+    if (ready > 0) {
+        netsnmp_dispatch_external_events(&ready, &readable, &writable, &exceptional);
+        snmp_read(&readable);
+    }
+    snmp_timeout();
+    run_alarms();
+    go_on_with_requests();
+    netsnmp_check_outstanding_agent_requests();
+}
+
 static int serve(const Options &options) {
     if (!options.foreground) {
         if (daemon(1, 0) != 0) {
@@ -65,12 +110,11 @@ static int serve(const Options &options) {
         }
         log_to_syslog(PROGRAM);
     }
-    Subtree subtree;
-    subtree.socket = options.socket;
-    subtree.request_time = std::chrono::milliseconds(options.timeout_seconds * 1000 - 100);
+    Subtree subtree(options.socket);
+    subtree.keep = std::chrono::seconds(options.keep_seconds);
     handle_signals();
     start_library(options);
-    if (!register_subtree(&subtree)) {
+    if (!register_subtree(&subtree, std::chrono::seconds(options.timeout_seconds))) {
         log_line(LOG_ERR, "the agent library does not take the subtree");
         return 1;
     }
@@ -78,10 +122,7 @@ static int serve(const Options &options) {
     start_notifications(options.socket);
     log_line(LOG_INFO,
              "serving " + std::string(ROOT_OID) + " to " + options.master + " from " + options.socket);
-    while (!stopped) {
-        agent_check_and_process(1);
-        end_request(&subtree);
-    }
+    while (!stopped) run_once(&subtree);
     log_unfit(subtree);
     snmp_shutdown(PROGRAM);
     shutdown_agent();
@@ -106,9 +147,14 @@ int main(int argc, char **argv) {
             ->check(CLI::Range(1, 3600))
             ->capture_default_str();
         app.add_option("--timeout", options.timeout_seconds,
-                       "The master's agentXTimeout, which slow objects may use up")
+                       "The master's agentXTimeout; requests are answered within three quarters of it")
             ->type_name("SECONDS")
             ->check(CLI::Range(1, 60))
+            ->capture_default_str();
+        app.add_option("--keep", options.keep_seconds,
+                       "Time for which the values last known are served while the daemon does not answer")
+            ->type_name("SECONDS")
+            ->check(CLI::Range(0, 86400))
             ->capture_default_str();
         app.add_flag("-f", options.foreground, "Stay in the foreground and log to standard error");
         try {

@@ -3,12 +3,22 @@
 #include <arpa/inet.h>
 
 #include <cstring>
+#include <list>
 
-#include "client/log.h"
+#include "client/changes.h"
 #include "client/netsnmp.h"
 
+// A request that waits for the daemon.
+struct Waiting {
+    netsnmp_delegated_cache *cache;
+    ManagerRequest request;
+};
+
 static Subtree *served;
-static std::vector<Change> changes;  // of the SET that is going on; the master sends one at a time
+static Clock::duration share;   // of the manager's time that a request may take
+static Clock::time_point idle;  // the last moment at which there was nothing to do: requests came later
+static std::list<Waiting> waiting;
+static std::shared_ptr<Changes> changes;  // of the SET that is going on; the master sends one at a time
 
 static Oid oid_of(const netsnmp_variable_list *variable) {
     return {variable->name, variable->name + variable->name_length};
@@ -102,25 +112,68 @@ static int error_status(SetResult result) {
     return SNMP_ERR_GENERR;
 }
 
-static void answer_get(netsnmp_agent_request_info *info, netsnmp_request_info *request) {
-    const SubtreeReading reading = read_instance(served, oid_of(request->requestvb));
-    if (reading.outcome == Outcome::VALUE)
-        put_value(request->requestvb, reading.value);
-    else
-        netsnmp_set_request_error(info, request,
-                                  reading.outcome == Outcome::NO_OBJECT     ? SNMP_NOSUCHOBJECT
-                                  : reading.outcome == Outcome::NO_INSTANCE ? SNMP_NOSUCHINSTANCE
-                                                                            : SNMP_ERR_GENERR);
+static void put_reading(netsnmp_agent_request_info *info, netsnmp_request_info *request, bool next,
+                        const SubtreeReading &reading) {
+    switch (reading.outcome) {
+        case Outcome::VALUE: {
+            oid name[MAX_OID_LEN];
+            std::copy(reading.oid.begin(), reading.oid.end(), name);
+            if (next) snmp_set_var_objid(request->requestvb, name, reading.oid.size());
+            put_value(request->requestvb, reading.value);
+            break;
+        }
+        case Outcome::NO_OBJECT:
+        case Outcome::NO_INSTANCE:
+            // The next one left as it is tells the library to go on behind the subtree.
+            if (!next)
+                netsnmp_set_request_error(
+                    info, request,
+                    reading.outcome == Outcome::NO_OBJECT ? SNMP_NOSUCHOBJECT : SNMP_NOSUCHINSTANCE);
+            break;
+        case Outcome::NO_ANSWER:
+        case Outcome::PENDING:
+            netsnmp_set_request_error(info, request, SNMP_ERR_GENERR);
+            break;
+    }
 }
 
-// A variable left as it is tells the master to go on behind the subtree.
-static void answer_next(netsnmp_agent_request_info *info, netsnmp_request_info *request) {
-    const SubtreeReading reading = read_next(served, oid_of(request->requestvb));
-    if (reading.outcome == Outcome::NO_ANSWER) netsnmp_set_request_error(info, request, SNMP_ERR_GENERR);
-    if (reading.outcome != Outcome::VALUE) return;
-    const std::vector<oid> name(reading.oid.begin(), reading.oid.end());
-    snmp_set_var_objid(request->requestvb, name.data(), name.size());
-    put_value(request->requestvb, reading.value);
+// Answers what can be answered now; the others wait for the daemon.
+static void read_requests(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
+                          netsnmp_agent_request_info *info, netsnmp_request_info *requests) {
+    const bool next = info->mode == MODE_GETNEXT;
+    for (auto *request = requests; request; request = request->next) {
+        ManagerRequest wanted = {oid_of(request->requestvb), next, idle, idle + share, nullptr};
+        const SubtreeReading reading = answer(served, &wanted);
+        if (reading.outcome != Outcome::PENDING) {
+            put_reading(info, request, next, reading);
+            continue;
+        }
+        request->delegated = 1;
+        waiting.push_back(
+            {netsnmp_create_delegated_cache(handler, registration, info, request, nullptr), wanted});
+    }
+}
+
+// True when the request is still the library's: a master that goes away takes its requests along.
+static bool is_there(netsnmp_delegated_cache *cache) {
+    return netsnmp_handler_check_cache(cache) != nullptr;
+}
+
+static void try_waiting() {
+    for (auto at = waiting.begin(); at != waiting.end();) {
+        const bool there = is_there(at->cache);
+        const SubtreeReading reading = there ? answer(served, &at->request) : SubtreeReading{};
+        if (reading.outcome == Outcome::PENDING) {
+            ++at;
+            continue;
+        }
+        if (there) {
+            at->cache->requests->delegated = 0;
+            put_reading(at->cache->reqinfo, at->cache->requests, at->request.next, reading);
+        }
+        netsnmp_free_delegated_cache(at->cache);
+        at = waiting.erase(at);
+    }
 }
 
 static void check_changes(netsnmp_agent_request_info *info, netsnmp_request_info *requests) {
@@ -132,52 +185,71 @@ static void check_changes(netsnmp_agent_request_info *info, netsnmp_request_info
     }
 }
 
-static void make_changes(netsnmp_agent_request_info *info, netsnmp_request_info *requests) {
-    changes.clear();
-    for (netsnmp_request_info *request = requests; request; request = request->next) {
-        Change &change = changes.emplace_back();
-        const SetResult result =
-            make_change(served, oid_of(request->requestvb), take_value(request->requestvb), &change);
-        if (result == SetResult::DONE) continue;
-        netsnmp_set_request_error(info, request, error_status(result));
-        return;
-    }
+static void begin_changes(netsnmp_request_info *requests) {
+    changes = std::make_shared<Changes>();
+    for (auto *each = requests; each; each = each->next)
+        changes->list.push_back({oid_of(each->requestvb), take_value(each->requestvb)});
 }
 
-static void undo_changes(netsnmp_agent_request_info *info, netsnmp_request_info *requests) {
-    bool undone = true;
-    for (auto change = changes.rbegin(); change != changes.rend(); ++change) {
-        if (undo_change(served, *change)) continue;
-        undone = false;
-        log_line(LOG_WARNING, oid_text(change->oid) +
-                                  ": a SET of several objects was refused, and this one, "
-                                  "already done, cannot be undone");
-    }
-    changes.clear();
-    if (!undone) netsnmp_set_request_error(info, requests, SNMP_ERR_UNDOFAILED);
+// What came of a SET, and who waits for it: null while the library's call goes on.
+struct EndOfSet {
+    bool undoing;
+    bool ended = false;
+    SetResult result = SetResult::DONE;
+    size_t failed = 0;
+    netsnmp_delegated_cache *waiting = nullptr;
+};
+
+static void put_end_of_set(netsnmp_agent_request_info *info, netsnmp_request_info *request,
+                           const EndOfSet &end) {
+    for (auto *each = request; each; each = each->next) each->delegated = 0;
+    for (size_t i = 0; i < end.failed && request->next; i++) request = request->next;
+    if (end.result != SetResult::DONE)
+        netsnmp_set_request_error(info, request,
+                                  end.undoing ? SNMP_ERR_UNDOFAILED : error_status(end.result));
 }
 
-static int answer_request(netsnmp_mib_handler *, netsnmp_handler_registration *,
+// The SET waits as a whole.
+static void carry_out(void (*act)(Subtree *, const std::shared_ptr<Changes> &), netsnmp_mib_handler *handler,
+                      netsnmp_handler_registration *registration, netsnmp_agent_request_info *info,
+                      netsnmp_request_info *requests) {
+    const auto end = std::make_shared<EndOfSet>();
+    end->undoing = info->mode == MODE_SET_UNDO;
+    changes->deadline = idle + share;
+    changes->done = [end](SetResult result, size_t failed) {
+        end->ended = true;
+        end->result = result;
+        end->failed = failed;
+        if (end->waiting && is_there(end->waiting))
+            put_end_of_set(end->waiting->reqinfo, end->waiting->requests, *end);
+        netsnmp_free_delegated_cache(end->waiting);
+    };
+    act(served, changes);
+    if (end->ended) return put_end_of_set(info, requests, *end);
+    for (auto *each = requests; each; each = each->next) each->delegated = 1;
+    end->waiting = netsnmp_create_delegated_cache(handler, registration, info, requests, nullptr);
+}
+
+static int answer_request(netsnmp_mib_handler *handler, netsnmp_handler_registration *registration,
                           netsnmp_agent_request_info *info, netsnmp_request_info *requests) {
     switch (info->mode) {
         case MODE_GET:
-            for (auto *request = requests; request; request = request->next) answer_get(info, request);
-            break;
         case MODE_GETNEXT:
-            for (auto *request = requests; request; request = request->next) answer_next(info, request);
+            read_requests(handler, registration, info, requests);
             break;
         case MODE_SET_RESERVE1:
             check_changes(info, requests);
             break;
         case MODE_SET_ACTION:
-            make_changes(info, requests);
+            begin_changes(requests);
+            carry_out(make_changes, handler, registration, info, requests);
             break;
         case MODE_SET_UNDO:
-            undo_changes(info, requests);
+            if (changes) carry_out(undo_changes, handler, registration, info, requests);
             break;
         case MODE_SET_COMMIT:
         case MODE_SET_FREE:
-            changes.clear();
+            changes = nullptr;
             break;
         default:
             break;
@@ -185,11 +257,32 @@ static int answer_request(netsnmp_mib_handler *, netsnmp_handler_registration *,
     return SNMP_ERR_NOERROR;
 }
 
-bool register_subtree(Subtree *subtree) {
+bool register_subtree(Subtree *subtree, std::chrono::seconds timeout) {
     served = subtree;
+    // A quarter is for the way to the master and back, and for a machine that is busy.
+    share = std::chrono::milliseconds(timeout) * 3 / 4;
     const Oid root = parse_oid(ROOT_OID);
     const std::vector<oid> name(root.begin(), root.end());
     netsnmp_handler_registration *registration = netsnmp_create_handler_registration(
         "zevsic", answer_request, name.data(), name.size(), HANDLER_CAN_RWRITE);
     return registration && netsnmp_register_handler(registration) == MIB_REGISTERED_OK;
+}
+
+void begin_round(bool was_idle) {
+    served->asker.now = Clock::now();
+    if (was_idle) idle = served->asker.now;
+}
+
+void go_on_with_requests() {
+    step(served);
+    try_waiting();
+    if (changes) end_late_changes(changes);
+    warm_up(served);
+}
+
+Clock::time_point next_go() {
+    Clock::time_point next = next_step(served->asker);
+    for (const Waiting &each : waiting) next = std::min(next, next_try(*served, each.request));
+    if (changes && changes->done) next = std::min(next, changes->deadline);
+    return next;
 }

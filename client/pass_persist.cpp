@@ -4,10 +4,13 @@
 #include <charconv>
 #include <cstdio>
 
-#include "client/subtree.h"
+#include "client/changes.h"
+#include "client/log.h"
 
 // snmpd reads an answer of three lines into one buffer of 4096 bytes and is out of step behind a longer one.
 constexpr size_t ANSWER_SIZE = 4000;
+// snmpd serves nobody else meanwhile, and managers ask again after a second.
+constexpr std::chrono::milliseconds REQUEST_TIME(900);
 
 static bool is_plain(char c) {
     return c >= ' ' && c <= '~';
@@ -43,7 +46,7 @@ static std::string value_lines(const Value &value) {
 
 // The protocol has no word for a daemon that does not answer: like everything else without a value it is
 // none.
-static std::string answer(const SubtreeReading &reading) {
+static std::string answer_lines(const SubtreeReading &reading) {
     if (reading.outcome != Outcome::VALUE) return "NONE\n";
     const std::string text = "." + oid_text(reading.oid) + "\n" + value_lines(reading.value) + "\n";
     return text.size() <= ANSWER_SIZE ? text : "NONE\n";
@@ -103,29 +106,54 @@ static const char *result_word(SetResult result) {
     return "gen-error\n";
 }
 
+static std::string read(Subtree *subtree, const std::string &oid, bool next) {
+    const Clock::time_point now = Clock::now();
+    ManagerRequest request = {parse_oid(oid), next, now, now + REQUEST_TIME, nullptr};
+    for (;;) {
+        step(subtree);
+        const SubtreeReading reading = answer(subtree, &request);
+        if (reading.outcome != Outcome::PENDING) return answer_lines(reading);
+        step(subtree);
+        wait_for_answers(subtree->asker, next_try(*subtree, request));
+    }
+}
+
 // snmpd gives each object of a SET away by itself, so there is nothing to undo.
 static const char *set(Subtree *subtree, const Oid &oid, const Value &value) {
-    Change change;
-    const SetResult result = check_change(oid, value);
-    return result_word(result == SetResult::DONE ? make_change(subtree, oid, value, &change) : result);
+    SetResult result = check_change(oid, value);
+    if (result != SetResult::DONE) return result_word(result);
+    bool done = false;
+    const auto changes = std::make_shared<Changes>();
+    changes->list.push_back({oid, value});
+    changes->deadline = Clock::now() + REQUEST_TIME;
+    changes->done = [&](SetResult outcome, size_t) {
+        result = outcome;
+        done = true;
+    };
+    make_changes(subtree, changes);
+    while (!done) {
+        step(subtree);
+        if (!done) wait_for_answers(subtree->asker, changes->deadline);
+        end_late_changes(changes);
+    }
+    return result_word(result);
 }
 
 void pass_persist(const std::string &socket, std::istream &in, std::ostream &out) {
-    Subtree subtree;
-    subtree.socket = socket;
+    log_to_syslog("zevctl");  // snmpd reads standard error as well as standard output
+    Subtree subtree(socket);
     std::string word, oid, value;
     while (std::getline(in, word)) {
         if (word == "PING") {
             out << "PONG\n";
         } else if (word == "get" && std::getline(in, oid)) {
-            out << answer(read_instance(&subtree, parse_oid(oid)));
+            out << read(&subtree, oid, false);
         } else if (word == "getnext" && std::getline(in, oid)) {
-            out << answer(read_next(&subtree, parse_oid(oid)));
+            out << read(&subtree, oid, true);
         } else if (word == "set" && std::getline(in, oid) && std::getline(in, value)) {
             out << set(&subtree, parse_oid(oid), read_value(value));
         }
         // An empty line, which snmpd sends behind a SET, is no question.
         out.flush();
-        end_request(&subtree);
     }
 }

@@ -1,46 +1,74 @@
 #include "client/subtree.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cstring>
-#include <set>
 
 #include "client/log.h"
 #include "client/names.h"
-#include "client/protocol.h"
+#include "platform/device.h"
 
 using std::chrono::milliseconds;
+using std::chrono::seconds;
 
-constexpr milliseconds PATIENCE(400);
-constexpr milliseconds SILENCE(1000);
+// A request waits for so long while something is known. Managers ask again after a second.
+constexpr milliseconds PATIENCE(700);
 // How old the rows may be that a walk is given: where it enters a column, and on its way through it.
 constexpr milliseconds FRESH(2000);
 constexpr milliseconds WALK(30000);
+// The handler has done its work when an answer comes within this.
+constexpr milliseconds QUICK(20);
+// A GET that could not be sent is of no use to anybody after this.
+constexpr seconds UNSENT(5);
+// Values read ahead of a walk, at first and at most.
+constexpr size_t FIRST_AHEAD = 8;
+constexpr size_t MOST_AHEAD = 192;
+constexpr seconds WARM_UP_PAUSE(1);
 
-// The handlers of these run tools, or sample for half a second.
-constexpr const char *SLOW_OBJECTS[] = {"1.60",     "1.63.5",   "1.64.7",   "2.1.1.9",  "2.1.1.45",
-                                        "2.1.1.46", "2.1.1.47", "2.1.1.48", "2.1.1.49", "2.1.1.50",
-                                        "3.1.1.20", "3.1.1.21", "3.1.1.22", "5.1.1",    "6.1.1"};
+static size_t most_rows(const Object &object) {
+    const Table *table = table_of(object);
+    size_t rows = 1;
+    for (int level = 0; table && level < table->levels(); level++)
+        rows *= static_cast<size_t>(table->arcs[level].high - table->arcs[level].low + 1);
+    return rows;
+}
 
 const std::vector<SubtreeObject> &subtree_objects() {
     static const std::vector<SubtreeObject> objects = [] {
         std::vector<SubtreeObject> list;
-        for (const Object &object : OBJECTS)
-            if (!object.is_branch())
-                list.push_back({parse_oid(std::string(ROOT_OID) + "." + object.oid), &object});
+        for (const Object &object : OBJECTS) {
+            if (object.is_branch()) continue;
+            const std::string text = std::string(ROOT_OID) + "." + object.oid;
+            list.push_back({parse_oid(text), &object, text, 0, most_rows(object)});
+        }
         std::sort(list.begin(), list.end(), [](const auto &a, const auto &b) { return a.oid < b.oid; });
+        for (size_t i = 0; i < list.size(); i++) {
+            const auto same = [&](const SubtreeObject &other) {
+                return other.object->entry_oid() == list[i].object->entry_oid();
+            };
+            const bool row = list[i].most_rows > 1;
+            list[i].table =
+                row ? static_cast<size_t>(std::find_if(list.begin(), list.end(), same) - list.begin()) : i;
+        }
         return list;
     }();
     return objects;
 }
 
-// Place of the object that an OID belongs to, or behind the last one that comes before it.
-static size_t object_at(const Oid &oid, bool *belongs) {
+size_t object_at(const Oid &oid, bool *belongs) {
     const auto &objects = subtree_objects();
+    static size_t last = 0;  // most questions are about the object of the question before
+    if (is_below(oid, objects[last].oid)) {
+        *belongs = true;
+        return last;
+    }
     const auto after =
         std::upper_bound(objects.begin(), objects.end(), oid,
                          [](const Oid &o, const SubtreeObject &object) { return o < object.oid; });
     const auto index = static_cast<size_t>(after - objects.begin());
     *belongs = index > 0 && is_below(oid, objects[index - 1].oid);
+    if (*belongs) last = index - 1;
     return *belongs ? index - 1 : index;
 }
 
@@ -48,205 +76,463 @@ static const Object &object_of(size_t index) {
     return *subtree_objects()[index].object;
 }
 
+static bool is_scalar(size_t index) {
+    return subtree_objects()[index].most_rows == 1;
+}
+
 static bool is_slow(size_t index) {
-    if (index >= subtree_objects().size()) return false;
-    const std::string_view oid = object_of(index).oid;
-    return std::any_of(std::begin(SLOW_OBJECTS), std::end(SLOW_OBJECTS), [oid](const std::string_view slow) {
-        return oid.starts_with(slow) && (oid.size() == slow.size() || oid[slow.size()] == '.');
+    return object_of(index).slow;
+}
+
+// ---- rows and their keys ----
+
+static const RowKey SCALAR(1, '\0');
+
+static RowKey key_of(const Oid &oid, size_t index) {
+    const auto arcs = static_cast<std::ptrdiff_t>(subtree_objects()[index].oid.size());
+    return {oid.begin() + arcs, oid.end()};
+}
+
+static Oid oid_of(size_t index, const RowKey &key) {
+    Oid oid = subtree_objects()[index].oid;
+    for (const char arc : key) oid.push_back(static_cast<unsigned char>(arc));
+    return oid;
+}
+
+static std::string text_of(size_t index, const RowKey &key) {
+    std::string text = subtree_objects()[index].text;
+    for (const char arc : key) text += "." + std::to_string(static_cast<unsigned char>(arc));
+    return text;
+}
+
+static bool same_arc(uint32_t arc, char own) {
+    return arc == static_cast<unsigned char>(own);
+}
+
+// The first row behind an OID.
+static std::vector<KnownRow>::const_iterator row_behind(const std::vector<KnownRow> &rows, size_t index,
+                                                        const Oid &oid) {
+    const Oid &object = subtree_objects()[index].oid;
+    if (!is_below(oid, object)) return oid < object ? rows.begin() : rows.end();
+    const auto arcs = oid.begin() + static_cast<std::ptrdiff_t>(object.size());
+    return std::partition_point(rows.begin(), rows.end(), [&](const KnownRow &row) {
+        const auto [arc, own] = std::mismatch(arcs, oid.end(), row.key.begin(), row.key.end(), same_arc);
+        if (own == row.key.end()) return true;
+        return arc != oid.end() && static_cast<unsigned char>(*own) < *arc;
     });
 }
 
-void end_request(Subtree *subtree) {
-    subtree->deadline = {};
+static std::vector<KnownRow>::iterator row_at(std::vector<KnownRow> &rows, const RowKey &key) {
+    return std::lower_bound(rows.begin(), rows.end(), key,
+                            [](const KnownRow &row, const RowKey &k) { return row.key < k; });
 }
 
-// One record. A daemon that did not answer in time is left alone for a while: the rest of this request and
-// the next ones fail at once instead of waiting in turn.
-static bool ask(Subtree *subtree, RequestKind kind, const std::string &oid, const std::string &set, bool slow,
-                snmp_reply *reply) {
-    const Clock::time_point begin = Clock::now();
-    if (subtree->deadline == Clock::time_point()) subtree->deadline = begin + subtree->request_time;
-    const auto left = std::chrono::duration_cast<milliseconds>(subtree->deadline - begin);
-    const milliseconds patience = slow ? left : std::min(left, PATIENCE);
-    if (begin < subtree->silent_until || patience.count() <= 0) return false;
-    const Answer answer = exchange(subtree->socket, kind, oid, set, static_cast<int>(patience.count()));
-    *reply = answer.reply;
-    const bool answered = answer.error.empty();
-    if (answered != subtree->answering)
-        log_line(
-            answered ? LOG_NOTICE : LOG_WARNING,
-            "the daemon " + (answered ? std::string("answers again") : "does not answer: " + answer.error));
-    subtree->answering = answered;
-    if (!answered && Clock::now() - begin >= patience) subtree->silent_until = Clock::now() + SILENCE;
-    return answered;
-}
-
-static std::optional<Value> value_of(Subtree *subtree, size_t index, const std::string &text) {
+static Value value_of(Subtree *subtree, size_t index, const char *text) {
     std::optional<Value> value = to_value(object_of(index), text);
-    if (!value && subtree->columns[index].unfit++ == 0)
+    if (value) return std::move(*value);
+    if (subtree->columns[index].unfit++ == 0)
         log_line(LOG_NOTICE, std::string(object_of(index).name) + ": \"" + printable(text) +
                                  "\" is no value of its syntax, so there is no such instance for managers");
-    return value;
+    return {};
 }
 
-SubtreeReading read_instance(Subtree *subtree, const Oid &oid) {
-    bool belongs = false;
-    const size_t index = object_at(oid, &belongs);
-    if (!belongs) return {Outcome::NO_OBJECT, oid, {}};
-    snmp_reply reply;
-    if (!ask(subtree, KIND_GET, oid_text(oid), "", is_slow(index), &reply)) return {};
-    if (!answers(reply, oid)) return {Outcome::NO_INSTANCE, oid, {}};
-    std::optional<Value> value = value_of(subtree, index, reply.value);
-    if (!value) return {Outcome::NO_INSTANCE, oid, {}};
-    return {Outcome::VALUE, oid, std::move(*value)};
+// ---- what is kept, and for how long ----
+
+static bool is_silent(const Subtree &subtree) {
+    return silence(subtree.asker) >= PATIENCE;
 }
 
-// Notes a row that belongs to a later object, and that the objects between have none: GETNEXT passed them.
-static void put_early(Subtree *subtree, size_t index, size_t later, const snmp_reply &reply) {
-    const Clock::time_point now = Clock::now();
-    for (size_t i = index + 1; i < later; i++) {
-        subtree->columns[i].rows.clear();
-        subtree->columns[i].read = now;
+static bool is_known(const Subtree &subtree, Clock::time_point since) {
+    return since != Clock::time_point() && subtree.asker.now - since < subtree.keep;
+}
+
+// An apply removes its files, and a daemon that is started makes its socket anew: it has its tree built anew
+// at that moment, or a little later.
+static void look_for_changes(Subtree *subtree, Clock::time_point now) {
+    if (now - subtree->stamped < milliseconds(20)) return;
+    std::string stamps;
+    for (const std::string &path :
+         {subtree->asker.socket, device_path("/tmp/lock_snmp_apply_file"), device_path("/tmp/sync_config")}) {
+        struct stat file {};
+        if (stat(path.c_str(), &file) == 0)
+            stamps += std::to_string(file.st_ino) + "." + std::to_string(file.st_ctim.tv_sec) + "." +
+                      std::to_string(file.st_ctim.tv_nsec);
+        stamps += ' ';
     }
-    subtree->early = {later, reply.oid, reply.value, now};
+    const bool first = subtree->stamped == Clock::time_point();
+    if (!first && stamps != subtree->stamps) subtree->unsettled = now + FRESH;
+    if (now < subtree->unsettled) subtree->changed = now;
+    subtree->stamps = std::move(stamps);
+    subtree->stamped = now;
 }
 
-static bool take_early(Subtree *subtree, size_t index, snmp_reply *reply) {
-    EarlyRow &early = subtree->early;
-    const bool fits = !early.oid.empty() && early.object == index && Clock::now() - early.read < FRESH;
-    if (fits) {
-        memset(reply, 0, sizeof *reply);
-        put_text(reply->oid, early.oid);
-        put_text(reply->value, early.text);
-        reply->reply_status = object_of(index).type;
-    }
-    early.oid.clear();
-    return fits;
+void drop_known(Subtree *subtree, size_t index) {
+    KnownColumn &column = subtree->columns[index];
+    subtree->changed = column.dropped = subtree->asker.now;
+    column.rows.clear();
+    column.started = column.read = {};
+    column.reading.active = false;
 }
 
-enum class Chain { WHOLE, BROKEN, NO_ANSWER };
-
-// Follows a column by GETNEXT. Broken: its rows were made anew meanwhile.
-static Chain follow_column(Subtree *subtree, size_t index) {
-    const Oid &column_oid = subtree_objects()[index].oid;
-    std::map<Oid, Value> &rows = subtree->columns[index].rows;
-    rows.clear();
-    // The last row's question has the daemon refresh the next column, and any empty one behind it.
-    const bool slow = is_slow(index) || is_slow(index + 1);
-    snmp_reply reply;
-    if (!take_early(subtree, index, &reply) &&
-        !ask(subtree, KIND_GETNEXT, oid_text(column_oid), "", slow, &reply))
-        return Chain::NO_ANSWER;
-    std::set<Oid> seen;
-    while (is_value(reply.reply_status)) {
-        const Oid oid = parse_oid(reply.oid);
-        bool belongs = false;
-        const size_t at = object_at(oid, &belongs);
-        if (at != index) {
-            if (belongs && at > index) put_early(subtree, index, at, reply);
-            return Chain::WHOLE;
-        }
-        if (!seen.insert(oid).second) return Chain::BROKEN;
-        if (std::optional<Value> value = value_of(subtree, index, reply.value)) rows[oid] = std::move(*value);
-        const std::string from = reply.oid;
-        if (!ask(subtree, KIND_GETNEXT, from, "", slow, &reply)) return Chain::NO_ANSWER;
-        if (is_value(reply.reply_status)) continue;
-        // The end of the tree, or the row is gone and the walk cannot go on from it.
-        if (!ask(subtree, KIND_GET, from, "", slow, &reply)) return Chain::NO_ANSWER;
-        return answers(reply, parse_oid(from)) ? Chain::WHOLE : Chain::BROKEN;
-    }
-    return Chain::WHOLE;
+static bool is_fresh(Subtree *subtree, const KnownColumn &column, bool inside,
+                     const ManagerRequest &request) {
+    if (column.read == Clock::time_point()) return false;
+    if (column.started >= request.arrived) return true;
+    if (column.read >= request.arrived && column.started >= subtree->changed) return true;
+    const Clock::time_point now = subtree->asker.now;
+    if (inside) return now - column.read < WALK;
+    look_for_changes(subtree, now);
+    return now - column.read < FRESH && column.started >= subtree->changed;
 }
 
-static bool read_scalar(Subtree *subtree, size_t index) {
-    Oid oid = subtree_objects()[index].oid;
-    std::map<Oid, Value> &rows = subtree->columns[index].rows;
-    rows.clear();
-    oid.push_back(0);
-    snmp_reply reply;
-    const bool early = take_early(subtree, index, &reply) && answers(reply, oid);
-    if (!early && !ask(subtree, KIND_GET, oid_text(oid), "", is_slow(index), &reply)) return false;
-    if (!answers(reply, oid)) return true;
-    if (std::optional<Value> value = value_of(subtree, index, reply.value)) rows[oid] = std::move(*value);
-    return true;
+// ---- reading a column ----
+
+static std::vector<RowLink>::iterator link_at(std::vector<RowLink> &links, const RowKey &key) {
+    return std::lower_bound(links.begin(), links.end(), key,
+                            [](const RowLink &link, const RowKey &k) { return link.key < k; });
 }
 
-// The rows of an object, or null without an answer. `inside`: the walk has had one of its rows already.
-static const Column *column_at(Subtree *subtree, size_t index, bool inside) {
-    Column &column = subtree->columns[index];
-    const Clock::time_point now = Clock::now();
-    const bool read = column.read != Clock::time_point();
-    if (read && now - column.read < (inside ? WALK : FRESH)) return &column;
-    column.read = {};
-    if (!table_of(object_of(index))) {
-        if (!read_scalar(subtree, index)) return nullptr;
+static void follow(Subtree *subtree, size_t index);
+
+static void end_reading(Subtree *subtree, size_t index, bool failed) {
+    KnownColumn &column = subtree->columns[index];
+    ColumnReading &reading = column.reading;
+    reading.active = false;
+    if (failed) {
+        column.failed = subtree->asker.now;
     } else {
-        Chain chain = follow_column(subtree, index);
-        if (chain == Chain::BROKEN) chain = follow_column(subtree, index);
-        if (chain == Chain::NO_ANSWER) return nullptr;
+        std::sort(reading.rows.begin(), reading.rows.end(),
+                  [](const KnownRow &a, const KnownRow &b) { return a.key < b.key; });
+        column.rows = std::move(reading.rows);
+        column.rows.shrink_to_fit();
+        column.started = reading.started;
+        column.read = subtree->asker.now;
+        subtree->columns[subtree_objects()[index].table].latest = index;
     }
-    column.read = now;
-    return &column;
+    reading.rows = {};
+    reading.links = {};
 }
 
-SubtreeReading read_next(Subtree *subtree, const Oid &oid) {
-    const auto &objects = subtree_objects();
+// GETNEXT passed these, so they have no rows.
+static void note_empty(Subtree *subtree, size_t index, size_t end) {
+    const Clock::time_point started = subtree->columns[index].reading.started;
+    for (size_t i = index + 1; i < end; i++) {
+        KnownColumn &column = subtree->columns[i];
+        if (column.reading.active || column.dropped > started) continue;
+        column.rows.clear();
+        column.started = started;
+        column.read = subtree->asker.now;
+    }
+}
+
+static void take_link(Subtree *subtree, size_t index, const RowKey &key, const snmp_reply &reply) {
+    ColumnReading &reading = subtree->columns[index].reading;
+    RowLink &link = *link_at(reading.links, key);
+    const Oid oid = parse_oid(reply.oid);
     bool belongs = false;
-    for (size_t i = object_at(oid, &belongs); i < objects.size(); i++) {
-        const bool inside = is_below(oid, objects[i].oid) && oid.size() > objects[i].oid.size();
-        if (inside && !table_of(*objects[i].object)) continue;
-        const Column *column = column_at(subtree, i, inside);
-        if (!column) return {};
-        const auto row = column->rows.upper_bound(oid);
-        if (row != column->rows.end()) return {Outcome::VALUE, row->first, row->second};
+    const size_t at = object_at(oid, &belongs);
+    link.answered = true;
+    link.ended = !belongs || at != index;
+    if (!link.ended) {
+        link.next = key_of(oid, index);
+        link.value = value_of(subtree, index, reply.value);
+    } else if (belongs && at > index) {
+        note_empty(subtree, index, at);
+    }
+}
+
+static void take_scalar(Subtree *subtree, size_t index, const snmp_reply &reply) {
+    if (answers(reply, oid_of(index, SCALAR)))
+        subtree->columns[index].reading.rows.push_back(
+            {SCALAR, value_of(subtree, index, reply.value), subtree->asker.now});
+    end_reading(subtree, index, false);
+}
+
+// The rows were made anew in the middle of the reading: once more, from the beginning.
+static void read_again(Subtree *subtree, size_t index) {
+    ColumnReading &reading = subtree->columns[index].reading;
+    if (reading.again) return end_reading(subtree, index, false);
+    reading.again = true;
+    reading.number++;
+    reading.rows.clear();
+    reading.links.clear();
+    follow(subtree, index);
+}
+
+static void ask_column(Subtree *subtree, size_t index, RequestKind kind, const RowKey &key,
+                       std::function<void(const snmp_reply &)> take) {
+    ColumnReading &reading = subtree->columns[index].reading;
+    const Clock::time_point asked = subtree->asker.now;
+    ask(&subtree->asker, {.kind = kind,
+                          .oid = text_of(index, key),
+                          .set = {},
+                          .slow = is_slow(index) && !reading.quick,
+                          .send_before = Clock::time_point::max(),
+                          .done = [subtree, index, asked, number = reading.number,
+                                   take = std::move(take)](const snmp_reply *reply) {
+                              ColumnReading &now = subtree->columns[index].reading;
+                              if (!now.active || now.number != number) return;
+                              if (!reply) return end_reading(subtree, index, true);
+                              now.quick = now.quick || subtree->asker.now - asked < QUICK;
+                              take(*reply);
+                          }});
+}
+
+static void ask_next(Subtree *subtree, size_t index, const RowKey &key) {
+    std::vector<RowLink> &links = subtree->columns[index].reading.links;
+    const auto at = link_at(links, key);
+    if (at != links.end() && at->key == key) return;
+    links.insert(at, RowLink{key});
+    ask_column(subtree, index, KIND_GETNEXT, key, [subtree, index, key](const snmp_reply &reply) {
+        if (is_value(reply.reply_status)) {
+            take_link(subtree, index, key, reply);
+            return follow(subtree, index);
+        }
+        // The end of the tree, or the row is gone and the walk cannot go on from it.
+        ask_column(subtree, index, KIND_GET, key, [subtree, index, key](const snmp_reply &there) {
+            RowLink &link = *link_at(subtree->columns[index].reading.links, key);
+            link.answered = link.ended = true;
+            const std::vector<KnownRow> &rows = subtree->columns[index].reading.rows;
+            const bool chained = !rows.empty() && rows.back().key == key;
+            if (chained && !answers(there, oid_of(index, key))) return read_again(subtree, index);
+            follow(subtree, index);
+        });
+    });
+}
+
+// The rows that a column probably has: those of the column of its table that was read last.
+static const std::vector<KnownRow> &likely_rows(const Subtree &subtree, size_t index) {
+    const size_t latest = subtree.columns[subtree_objects()[index].table].latest;
+    const bool own = subtree.columns[index].read >= subtree.columns[latest].read;
+    return subtree.columns[own ? index : latest].rows;
+}
+
+// Goes along the rows as far as the answers reach and asks for what is missing.
+static void follow(Subtree *subtree, size_t index) {
+    ColumnReading &reading = subtree->columns[index].reading;
+    RowKey key = reading.rows.empty() ? RowKey() : reading.rows.back().key;
+    for (;;) {
+        const auto link = link_at(reading.links, key);
+        if (link == reading.links.end() || link->key != key) return ask_next(subtree, index, key);
+        if (!link->answered) return;
+        if (link->ended) return end_reading(subtree, index, false);
+        const bool first = reading.rows.empty();
+        link->passed = true;
+        const auto next = link_at(reading.links, link->next);
+        if (next != reading.links.end() && next->key == link->next && next->passed)
+            return read_again(subtree, index);
+        reading.rows.push_back({link->next, std::move(link->value), subtree->asker.now});
+        key = link->next;
+        if (reading.rows.size() == subtree_objects()[index].most_rows)
+            return end_reading(subtree, index, false);
+        // The first answer had the daemon refresh the column: the others can be asked at once.
+        if (!first) continue;
+        for (const KnownRow &row : likely_rows(*subtree, index)) ask_next(subtree, index, row.key);
+    }
+}
+
+static void start_reading(Subtree *subtree, size_t index) {
+    ColumnReading &reading = subtree->columns[index].reading;
+    reading.active = true;
+    reading.number++;
+    reading.started = subtree->asker.now;
+    reading.again = reading.quick = false;
+    if (is_scalar(index))
+        ask_column(subtree, index, KIND_GET, SCALAR,
+                   [subtree, index](const snmp_reply &reply) { take_scalar(subtree, index, reply); });
+    else
+        follow(subtree, index);
+}
+
+// A walk that has gone through one object comes to the next: it is read ahead of, the further the longer it
+// goes on. What takes long is read when it is asked for, and so is a column whose rows can only be found one
+// after the other.
+static void read_ahead(Subtree *subtree, size_t from, size_t index, const ManagerRequest &request) {
+    const Clock::time_point now = subtree->asker.now;
+    const KnownColumn &before = subtree->columns[from];
+    KnownColumn &column = subtree->columns[index];
+    const bool walks = now - before.entered < FRESH && now >= subtree->unsettled;
+    column.entered = now;
+    column.ahead = walks ? std::clamp(2 * before.ahead, FIRST_AHEAD, MOST_AHEAD) : 0;
+    size_t values = 0;
+    for (size_t i = index + 1; i < subtree->columns.size() && values < column.ahead; i++) {
+        const size_t rows = is_scalar(i) ? 1 : likely_rows(*subtree, i).size();
+        if (is_slow(i) || rows == 0) continue;
+        values += rows;
+        if (!subtree->columns[i].reading.active && !is_fresh(subtree, subtree->columns[i], false, request))
+            start_reading(subtree, i);
+    }
+}
+
+// ---- the requests ----
+
+static Clock::time_point patience_ends(const ManagerRequest &request) {
+    return std::min(request.deadline, request.arrived + PATIENCE);
+}
+
+Clock::time_point next_try(const Subtree &subtree, const ManagerRequest &request) {
+    return subtree.asker.now < patience_ends(request) ? patience_ends(request) : request.deadline;
+}
+
+static SubtreeReading answer_late(Subtree *subtree, SubtreeReading reading) {
+    if (!subtree->late) {
+        const bool refused = subtree->asker.refused != Clock::time_point();
+        log_line(LOG_WARNING, "the daemon does not answer" +
+                                  (refused ? ": " + subtree->asker.error : std::string(" in time")) +
+                                  "; what is known is served");
+    }
+    subtree->late = true;
+    return reading;
+}
+
+// Without the daemon: what is known once its time is over, else PENDING until the deadline.
+static bool wants_known(const Subtree &subtree, const ManagerRequest &request, bool failed) {
+    return failed || is_silent(subtree) || subtree.asker.now >= patience_ends(request);
+}
+
+static std::shared_ptr<PendingGet> look_up(Subtree *subtree, size_t index, const Oid &oid) {
+    std::shared_ptr<PendingGet> &lookup = subtree->lookups[oid];
+    if (lookup && lookup->asked >= subtree->changed) return lookup;
+    lookup = std::make_shared<PendingGet>();
+    lookup->asked = subtree->asker.now;
+    ask(&subtree->asker, {.kind = KIND_GET,
+                          .oid = oid_text(oid),
+                          .set = {},
+                          .slow = is_slow(index),
+                          .send_before = subtree->asker.now + UNSENT,
+                          .done = [subtree, index, oid, lookup = lookup](const snmp_reply *reply) {
+                              const auto at = subtree->lookups.find(oid);
+                              if (at != subtree->lookups.end() && at->second == lookup)
+                                  subtree->lookups.erase(at);
+                              if (!reply) {
+                                  lookup->outcome = Outcome::NO_ANSWER;
+                                  return;
+                              }
+                              const bool there = answers(*reply, oid);
+                              if (there) lookup->value = value_of(subtree, index, reply->value);
+                              lookup->outcome = lookup->value.syntax == Syntax::OTHER ? Outcome::NO_INSTANCE
+                                                                                      : Outcome::VALUE;
+                              KnownColumn &column = subtree->columns[index];
+                              if (lookup->asked < column.dropped) return;
+                              const RowKey key = key_of(oid, index);
+                              const auto row = row_at(column.rows, key);
+                              const bool known = row != column.rows.end() && row->key == key;
+                              if (!there && known) column.rows.erase(row);
+                              if (!there) return;
+                              if (known)
+                                  *row = {key, lookup->value, subtree->asker.now};
+                              else
+                                  column.rows.insert(row, {key, lookup->value, subtree->asker.now});
+                          }});
+    return lookup;
+}
+
+static SubtreeReading answer_get(Subtree *subtree, ManagerRequest *request) {
+    bool belongs = false;
+    const size_t index = object_at(request->oid, &belongs);
+    if (!belongs) return {Outcome::NO_OBJECT, request->oid, {}};
+    if (std::any_of(request->oid.begin() + static_cast<std::ptrdiff_t>(subtree_objects()[index].oid.size()),
+                    request->oid.end(), [](uint32_t arc) { return arc > 255; }))
+        return {Outcome::NO_INSTANCE, request->oid, {}};
+    KnownColumn &column = subtree->columns[index];
+    const RowKey key = key_of(request->oid, index);
+    const auto row = row_at(column.rows, key);
+    const bool there = row != column.rows.end() && row->key == key;
+    const bool known = is_known(*subtree, there ? row->answered : column.read);
+    if (!request->lookup && !(known && is_silent(*subtree)))
+        request->lookup = look_up(subtree, index, request->oid);
+    const Outcome outcome = request->lookup ? request->lookup->outcome : Outcome::PENDING;
+    if (outcome == Outcome::VALUE || outcome == Outcome::NO_INSTANCE)
+        return {outcome, request->oid, request->lookup->value};
+    const bool failed = outcome == Outcome::NO_ANSWER;
+    if (known && wants_known(*subtree, *request, failed)) {
+        const Value value = there ? row->value : Value{};
+        const bool fits = value.syntax != Syntax::OTHER;
+        return answer_late(subtree, {fits ? Outcome::VALUE : Outcome::NO_INSTANCE, request->oid, value});
+    }
+    if (failed || subtree->asker.now >= request->deadline) return answer_late(subtree, {});
+    return {Outcome::PENDING, {}, {}};
+}
+
+static SubtreeReading answer_next(Subtree *subtree, const ManagerRequest &request) {
+    const auto &objects = subtree_objects();
+    const Oid &oid = request.oid;
+    bool belongs = false;
+    const size_t from = object_at(oid, &belongs);
+    for (size_t i = from; i < objects.size(); i++) {
+        const bool inside = i == from && belongs && oid.size() > objects[i].oid.size();
+        if (inside && is_scalar(i)) continue;
+        KnownColumn &column = subtree->columns[i];
+        bool late = false;
+        if (!is_fresh(subtree, column, inside, request)) {
+            const bool known = is_known(*subtree, column.read);
+            const bool failed = column.failed >= request.arrived;
+            if (!column.reading.active && !failed && !(known && is_silent(*subtree)))
+                start_reading(subtree, i);
+            late = failed || wants_known(*subtree, request, failed);
+            if (!(known && late)) {
+                if (failed || subtree->asker.now >= request.deadline) return answer_late(subtree, {});
+                if (belongs && i > from && column.entered < request.arrived)
+                    read_ahead(subtree, from, i, request);
+                return {Outcome::PENDING, {}, {}};
+            }
+        } else if (belongs && i > from && column.entered < request.arrived) {
+            read_ahead(subtree, from, i, request);
+        }
+        auto row = row_behind(column.rows, i, oid);
+        while (row != column.rows.end() && row->value.syntax == Syntax::OTHER) ++row;
+        if (row == column.rows.end()) continue;
+        const SubtreeReading reading = {Outcome::VALUE, oid_of(i, row->key), row->value};
+        return late ? answer_late(subtree, reading) : reading;
     }
     return {Outcome::NO_INSTANCE, oid, {}};
 }
 
-static void forget_columns(Subtree *subtree) {
-    for (Column &column : subtree->columns) column.read = {};
-    subtree->early.oid.clear();
+SubtreeReading answer(Subtree *subtree, ManagerRequest *request) {
+    return request->next ? answer_next(subtree, *request) : answer_get(subtree, request);
 }
 
-SetResult check_change(const Oid &oid, const Value &value) {
-    bool belongs = false;
-    const size_t index = object_at(oid, &belongs);
-    if (!belongs) return check_set(nullptr, {}, value);
-    const auto arcs = static_cast<std::ptrdiff_t>(subtree_objects()[index].oid.size());
-    return check_set(&object_of(index), Oid(oid.begin() + arcs, oid.end()), value);
+void step(Subtree *subtree) {
+    const Clock::time_point answered = subtree->asker.answered;
+    step(&subtree->asker);
+    if (subtree->late && subtree->asker.answered > answered && !is_silent(*subtree)) {
+        log_line(LOG_NOTICE, "the daemon answers again");
+        subtree->late = false;
+    }
 }
 
-SetResult make_change(Subtree *subtree, const Oid &oid, const Value &value, Change *change) {
-    bool belongs = false;
-    const Object &object = object_of(object_at(oid, &belongs));
-    const std::string name = oid_text(oid);
-    std::string error;
-    snmp_reply reply;
-    change->oid.clear();
-    // Asking first also keeps a SET from a daemon that is stopped and would execute it when it goes on.
-    if (!ask(subtree, KIND_GET, name, "", false, &reply)) return SetResult::NO_ANSWER;
-    if (answers(reply, oid)) change->before = reply.value;
-    forget_columns(subtree);
-    change->oid = oid;  // from here on it may have been done, answered or not
-    change->acts = object.acts && value.number != 0;
-    if (!ask(subtree, KIND_SET, name, set_text(object, to_text(value), &error), change->acts, &reply))
-        return SetResult::NO_ANSWER;
-    const SetResult result = set_result(object, reply.reply_status, change->before.has_value());
-    if (result != SetResult::DONE) change->oid.clear();
-    return result;
+// What does not take long first.
+static const std::vector<size_t> &warm_up_order() {
+    static const std::vector<size_t> order = [] {
+        std::vector<size_t> list;
+        for (const bool slow : {false, true})
+            for (size_t i = 0; i < subtree_objects().size(); i++)
+                if (is_slow(i) == slow) list.push_back(i);
+        return list;
+    }();
+    return order;
 }
 
-bool undo_change(Subtree *subtree, const Change &change) {
-    if (change.oid.empty()) return true;
-    bool belongs = false;
-    const Object &object = object_of(object_at(change.oid, &belongs));
-    if (!change.before || change.acts) return false;
-    std::string error;
-    const std::string set = set_text(object, *change.before, &error);
-    snmp_reply reply;
-    forget_columns(subtree);
-    return error.empty() && ask(subtree, KIND_SET, oid_text(change.oid), set, false, &reply) &&
-           reply.reply_status == STATUS_ACCEPTED;
+void warm_up(Subtree *subtree) {
+    const std::vector<size_t> &order = warm_up_order();
+    const Asker &asker = subtree->asker;
+    while (subtree->warmed < order.size()) {
+        KnownColumn &column = subtree->columns[order[subtree->warmed]];
+        if (column.read != Clock::time_point()) {
+            if (++subtree->warmed == order.size()) log_line(LOG_INFO, "every object is known");
+            continue;
+        }
+        const bool idle = asker.sent.empty() && asker.queue.empty() && asker.slow_queue.empty();
+        if (column.reading.active || !idle || subtree->asker.now < subtree->warm_next) return;
+        if (column.failed != Clock::time_point()) {
+            subtree->warm_next = subtree->asker.now + WARM_UP_PAUSE;
+            column.failed = {};
+            if (asker.refused == Clock::time_point())
+                subtree->warmed++;  // it ran and did not answer this one
+            return;
+        }
+        start_reading(subtree, order[subtree->warmed]);
+    }
 }
 
 void log_unfit(const Subtree &subtree) {
