@@ -133,12 +133,12 @@ Target parse_target(std::string_view text) {
     if (name.empty()) return failed("not an object: " + printable(text));
     for (const Object &object : OBJECTS) {
         if (object.is_branch() || !same_name(object.name, name)) continue;
-        const std::string found = ROOT + "." + object.oid;
+        std::string found = ROOT + "." + object.oid;
         if (dot == std::string_view::npos) return locate(found);
         std::string instance(text.substr(dot + 1));
         if (const Table *table = table_of(object); table && table->is_by_mac()) instance = mac_arcs(instance);
         if (!are_arcs(instance)) return failed("not an instance: " + printable(text));
-        return locate(found + "." + instance);
+        return locate(found.append(".").append(instance));
     }
     return failed(unknown_name(name));
 }

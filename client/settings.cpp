@@ -117,7 +117,7 @@ std::string value_mistake(const Object &object, const std::string &value) {
 
 std::string file_value(const Object &object, const std::string &value) {
     const char *word = word_of(&object, value);
-    const std::string text = word ? word : value;
+    std::string text = word ? word : value;
     const bool bare = !text.empty() && std::all_of(text.begin(), text.end(), [](unsigned char c) {
         return isalnum(c) || strchr("._-:/@%+,;", c);
     });
@@ -127,7 +127,7 @@ std::string file_value(const Object &object, const std::string &value) {
     return quoted + "\"";
 }
 
-static std::string_view without_blanks(std::string_view text) {
+std::string_view trimmed(std::string_view text) {
     const size_t first = text.find_first_not_of(" \t\r");
     if (first == text.npos) return "";
     return text.substr(first, text.find_last_not_of(" \t\r") - first + 1);
@@ -161,16 +161,16 @@ static std::string read_quoted(std::string_view *text, std::string *error) {
 
 std::string read_file_value(const Object &object, std::string_view text, std::string *error) {
     std::string value;
-    text = without_blanks(text);
+    text = trimmed(text);
     if (text.starts_with('"')) {
         value = read_quoted(&text, error);
-        text = without_blanks(text);
+        text = trimmed(text);
         if (error->empty() && !text.empty() && text[0] != '#')
             *error = "something follows the text in quotes";
     } else {
         size_t end = 0;
         while (end < text.size() && !(text[end] == '#' && (end == 0 || text[end - 1] == ' '))) end++;
-        value = without_blanks(text.substr(0, end));
+        value = trimmed(text.substr(0, end));
         if (value.empty())
             *error = "no value; \"\" is the empty text";
         else if (value.find_first_of("\"\\") != value.npos)

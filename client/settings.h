@@ -40,6 +40,9 @@ std::string value_mistake(const Object &object, const std::string &value);
 // The same of the arcs of an instance.
 std::string instance_mistake(const Object &object, const std::vector<int> &arcs);
 
+// Without blanks at either end.
+std::string_view trimmed(std::string_view text);
+
 // A value in a file: a word, a number, or a text in quotes where it needs them.
 std::string file_value(const Object &object, const std::string &value);
 // The value at the beginning of a text, up to the end or a comment. What is wrong goes to `error`.

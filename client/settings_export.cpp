@@ -84,10 +84,10 @@ static void print_scalars(const Settings &settings, bool secrets) {
 }
 
 // The rows of a table: each with its places in the order of the registration.
-using Rows_ = std::map<std::vector<int>, std::vector<Place>>;
+using TableRows = std::map<std::vector<int>, std::vector<Place>>;
 
-static Rows_ rows_of(const Settings &settings, const RowTable &table) {
-    Rows_ rows;
+static TableRows rows_of(const Settings &settings, const RowTable &table) {
+    TableRows rows;
     for (const auto &[place, value] : settings) {
         if (!table_of(object_of(place)) || !is_below(object_of(place).oid, table.oid)) continue;
         if (place.arcs.size() < table.arcs || !instance_mistake(object_of(place), place.arcs).empty())
@@ -98,7 +98,7 @@ static Rows_ rows_of(const Settings &settings, const RowTable &table) {
 }
 
 static void print_table(const Settings &settings, const RowTable &table, bool secrets) {
-    const Rows_ rows = rows_of(settings, table);
+    const TableRows rows = rows_of(settings, table);
     if (!rows.empty()) printf("\n# ---- %s ----\n", table.title);
     for (const auto &[arcs, places] : rows) {
         std::string heading = table.row;

@@ -4,12 +4,6 @@
 
 #include "client/settings.h"
 
-static std::string_view trimmed(std::string_view text) {
-    const size_t first = text.find_first_not_of(" \t\r");
-    if (first == text.npos) return "";
-    return text.substr(first, text.find_last_not_of(" \t\r") - first + 1);
-}
-
 // What a line sets; what is wrong with it goes to `error`.
 static std::pair<Place, std::string> read_line(std::string_view line, std::string *error) {
     const size_t equals = line.find('=');

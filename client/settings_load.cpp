@@ -98,6 +98,7 @@ static int try_lines(Load *load, const std::vector<Place> &places) {
 
 static std::vector<Place> refused_places(const Load &load) {
     std::vector<Place> places;
+    places.reserve(load.refused.size());
     for (const auto &[place, text] : load.refused) places.push_back(place);
     return places;
 }
@@ -150,6 +151,7 @@ static int open_and_try(Load *load, const std::vector<std::pair<Place, std::stri
     const std::map<Place, std::string> before = load->refused;
     const int after_save = load->after_save;
     std::vector<std::pair<Place, std::string>> back;
+    back.reserve(open.size());
     for (const auto &[place, value] : open) back.emplace_back(place, known(*load, place));
     std::reverse(back.begin(), back.end());  // what depends on another comes behind it in the registration
     int status = set_and_save(load, open);

@@ -77,6 +77,7 @@ static std::string unknown_command(const CLI::App &app, const std::vector<std::s
         if (!command->get_group().empty()) names.push_back(command->get_name());
     }
     std::vector<const char *> texts;
+    texts.reserve(names.size());
     for (const std::string &name : names) texts.push_back(name.c_str());
     return "no such command: " + arguments[i] + suggestion(arguments[i], texts);
 }
