@@ -222,40 +222,30 @@ static snmp_reply *status_object(const HandlerCall &call, const Transfer &transf
 
 // ---- the objects ----
 
-snmp_reply *tftp_server(const HandlerCall &call) {
-    return text_setting(call, TFTP.server);
-}
-snmp_reply *tftp_file(const HandlerCall &call) {
-    return text_setting(call, TFTP.file);
-}
-snmp_reply *tftp_direction(const HandlerCall &call) {
-    return direction_setting(call, TFTP.command);
-}
-snmp_reply *tftp_update_command(const HandlerCall &call) {
-    return update_command(call, TFTP);
-}
-snmp_reply *tftp_status(const HandlerCall &call) {
-    return status_object(call, TFTP);
+// Both protocols have the same objects.
+static const Transfer &transfer_of(const HandlerCall &call) {
+    static constexpr std::string_view TFTP_BRANCH = find_object("TFTPSrvIP")->entry_oid();
+    return call.object.entry_oid() == TFTP_BRANCH ? TFTP : FTP;
 }
 
-snmp_reply *ftp_server(const HandlerCall &call) {
-    return text_setting(call, FTP.server);
+snmp_reply *transfer_server(const HandlerCall &call) {
+    return text_setting(call, transfer_of(call).server);
 }
-snmp_reply *ftp_user(const HandlerCall &call) {
-    return text_setting(call, FTP.user);
+snmp_reply *transfer_file(const HandlerCall &call) {
+    return text_setting(call, transfer_of(call).file);
 }
-snmp_reply *ftp_password(const HandlerCall &call) {
-    return text_setting(call, FTP.password);
+snmp_reply *transfer_user(const HandlerCall &call) {
+    return text_setting(call, transfer_of(call).user);
 }
-snmp_reply *ftp_file(const HandlerCall &call) {
-    return text_setting(call, FTP.file);
+snmp_reply *transfer_password(const HandlerCall &call) {
+    return text_setting(call, transfer_of(call).password);
 }
-snmp_reply *ftp_direction(const HandlerCall &call) {
-    return direction_setting(call, FTP.command);
+snmp_reply *transfer_direction(const HandlerCall &call) {
+    return direction_setting(call, transfer_of(call).command);
 }
-snmp_reply *ftp_update_command(const HandlerCall &call) {
-    return update_command(call, FTP);
+snmp_reply *transfer_update_command(const HandlerCall &call) {
+    return update_command(call, transfer_of(call));
 }
-snmp_reply *ftp_status(const HandlerCall &call) {
-    return status_object(call, FTP);
+snmp_reply *transfer_status(const HandlerCall &call) {
+    return status_object(call, transfer_of(call));
 }
