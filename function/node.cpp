@@ -116,7 +116,7 @@ mib_node *ALLOC_NODE(const char *relative, uint8_t type, MibHandler handler) {
     ArcReader arcs(path);
     mib_node *parent = nullptr;
     mib_node *current = head;
-    for (int arc; arcs.next(&arc);) {
+    for (int arc; arcs.next(&arc) && arc >= 0;) {
         if (!parent)
             TRACE("pch:%.*s,str:%s,subtree:%d\n", static_cast<int>(arcs.text().size()), arcs.text().data(),
                   relative, arc);
