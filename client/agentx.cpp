@@ -11,9 +11,12 @@
 #include "platform/device.h"
 
 constexpr const char *PROGRAM = "zevsic-agentx";
+constexpr const char *AGENT = "snmpd";  // whose configuration an agent without a master has
 
 struct Options {
     std::string master = device_path("/var/agentx/master");
+    std::vector<std::string> listen;  // none: there is a master
+    std::string configuration = device_path("/etc/snmp/snmpd.conf");
     std::string socket = default_socket();
     int ping_seconds = 2;
     int timeout_seconds = 1;
@@ -44,19 +47,68 @@ static void handle_signals() {
     sigaction(SIGPIPE, &action, nullptr);
 }
 
-static void start_library(const Options &options) {
+static void set_option(int which, bool value) {
+    netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, which, value);
+}
+
+static void prepare_library() {
     setenv("MIBS", "", 1);  // the library would read every module of the machine, and none is needed
     snmp_enable_calllog();
     snmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_LOGGING, log_of_library, nullptr);
     set_persistent_directory(device_path("/var/lib/snmp").c_str());
-    netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_READ_CONFIGS, 1);
-    netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_PERSIST_STATE, 1);
+}
+
+static bool add_subtree(Subtree *subtree, const Options &options) {
+    if (register_subtree(subtree, std::chrono::seconds(options.timeout_seconds))) return true;
+    log_line(LOG_ERR, "the agent library does not take the subtree");
+    return false;
+}
+
+static bool start_subagent(Subtree *subtree, const Options &options) {
+    set_option(NETSNMP_DS_LIB_DONT_READ_CONFIGS, true);
+    set_option(NETSNMP_DS_LIB_DONT_PERSIST_STATE, true);
     netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_ROLE, 1);
     netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_X_SOCKET, options.master.c_str());
     init_agent(PROGRAM);
     // init_agent() sets its own interval.
     netsnmp_ds_set_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL,
                        options.ping_seconds);
+    if (!add_subtree(subtree, options)) return false;
+    init_snmp(PROGRAM);
+    log_line(LOG_INFO,
+             "serving " + std::string(ROOT_OID) + " to " + options.master + " from " + options.socket);
+    return true;
+}
+
+// As snmpd starts, and under its name: its configuration file has its words, and the file in the persistent
+// directory the keys of its users.
+static bool start_agent(Subtree *subtree, const Options &options) {
+    static char without_smux[] = "-smux";
+    if (access(options.configuration.c_str(), R_OK) != 0) {
+        log_line(LOG_ERR, options.configuration + ": " + strerror(errno));
+        return false;
+    }
+    std::string addresses;
+    for (const std::string &address : options.listen) addresses += (addresses.empty() ? "" : ",") + address;
+    unsetenv("SNMPCONFPATH");
+    set_configuration_directory(device_path("/var/lib/snmp").c_str());
+    netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_OPTIONALCONFIG,
+                          options.configuration.c_str());
+    netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_X_SOCKET, options.master.c_str());
+    netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_DONT_LOG_TCPWRAPPERS_CONNECTS, 1);
+    add_to_init_list(without_smux);
+    init_agent(AGENT);
+    init_mib_modules();
+    if (!add_subtree(subtree, options)) return false;
+    init_snmp(AGENT);
+    // In place of what its configuration says of addresses.
+    netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS, addresses.c_str());
+    if (init_master_agent() != 0) {
+        log_line(LOG_ERR, "cannot listen at " + addresses);
+        return false;
+    }
+    log_line(LOG_INFO, "serving " + std::string(ROOT_OID) + " at " + addresses + " from " + options.socket);
+    return true;
 }
 
 static timeval time_until(Clock::time_point then) {
@@ -113,18 +165,13 @@ static int serve(const Options &options) {
     Subtree subtree(options.socket);
     subtree.keep = std::chrono::seconds(options.keep_seconds);
     handle_signals();
-    start_library(options);
-    if (!register_subtree(&subtree, std::chrono::seconds(options.timeout_seconds))) {
-        log_line(LOG_ERR, "the agent library does not take the subtree");
-        return 1;
-    }
-    init_snmp(PROGRAM);
+    prepare_library();
+    const bool listens = !options.listen.empty();
+    if (!(listens ? start_agent(&subtree, options) : start_subagent(&subtree, options))) return 1;
     start_notifications(options.socket);
-    log_line(LOG_INFO,
-             "serving " + std::string(ROOT_OID) + " to " + options.master + " from " + options.socket);
     while (!stopped) run_once(&subtree);
     log_unfit(subtree);
-    snmp_shutdown(PROGRAM);
+    snmp_shutdown(listens ? AGENT : PROGRAM);
     shutdown_agent();
     return 0;
 }
@@ -132,11 +179,25 @@ static int serve(const Options &options) {
 int main(int argc, char **argv) {
     try {
         Options options;
-        CLI::App app("Serves the objects of the access point to an AgentX master agent, such as snmpd.",
-                     PROGRAM);
+        CLI::App app(
+            "Serves the objects of the access point to an AgentX master agent, such as snmpd, or with "
+            "--listen to "
+            "managers.",
+            PROGRAM);
         app.set_version_flag("--version", std::string(PROGRAM) + " " ZEVSIC_VERSION);
         app.add_option("--master", options.master, "AgentX address of the master: a path, or tcp:HOST:PORT")
             ->type_name("ADDRESS")
+            ->capture_default_str();
+        app.add_option("--listen", options.listen,
+                       "Be the device's SNMP agent at this address, without a master: udp:161, udp6:161, "
+                       "tcp:161; may "
+                       "be given several times")
+            ->type_name("ADDRESS")
+            ->allow_extra_args(false);
+        app.add_option("--config", options.configuration,
+                       "With --listen: snmpd's configuration file, for users, views, trap sinks")
+            ->type_name("FILE")
+            ->needs("--listen")
             ->capture_default_str();
         app.add_option("--socket", options.socket, "Socket of the daemon")
             ->type_name("PATH")
@@ -147,7 +208,8 @@ int main(int argc, char **argv) {
             ->check(CLI::Range(1, 3600))
             ->capture_default_str();
         app.add_option("--timeout", options.timeout_seconds,
-                       "The master's agentXTimeout; requests are answered within three quarters of it")
+                       "The master's agentXTimeout, or a manager's patience; requests are answered within "
+                       "three quarters of it")
             ->type_name("SECONDS")
             ->check(CLI::Range(1, 60))
             ->capture_default_str();

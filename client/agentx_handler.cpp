@@ -170,6 +170,9 @@ static void try_waiting() {
         if (there) {
             at->cache->requests->delegated = 0;
             put_reading(at->cache->reqinfo, at->cache->requests, at->request.next, reading);
+            // The library's helper that makes GETNEXTs of a GETBULK has returned: on to the next repetition.
+            if (at->cache->reqinfo->mode == MODE_GETBULK)
+                netsnmp_bulk_to_next_fix_requests(at->cache->requests);
         }
         netsnmp_free_delegated_cache(at->cache);
         at = waiting.erase(at);

@@ -6,3 +6,5 @@
 #include <net-snmp/net-snmp-includes.h>
 
 #include <net-snmp/agent/net-snmp-agent-includes.h>
+
+#include <net-snmp/agent/mib_modules.h>

@@ -10,11 +10,9 @@
 
 // ---- patterns ----
 
-// The arc of that letter, as it is or, as the store counts entries, from the arc's low number.
-enum class From { ITSELF, LOW };
-static int arc_named(const Table *table, const Row &row, char letter, From from) {
+static int arc_named(const Table *table, const Row &row, char letter) {
     for (int i = 0; table && i < row.count; i++)
-        if (table->arcs[i].letter == letter) return row[i] - (from == From::LOW ? table->arcs[i].low : 0);
+        if (table->arcs[i].letter == letter) return row[i];
     return 0;
 }
 
@@ -27,9 +25,12 @@ static void append_number(std::string *out, int number) {
 static bool append_arc(std::string *out, char letter, const Table *table, const Row &row) {
     constexpr std::string_view PLACES = "IJKM";
     if (letter == 'r' || letter == 'v') {
-        append_number(out, arc_named(table, row, letter, From::ITSELF));
+        append_number(out, arc_named(table, row, letter));
     } else if (letter == 'k' || letter == 'm') {
-        append_number(out, arc_named(table, row, letter, From::LOW));
+        // The store counts entries from 0, whatever the first row is.
+        const Arc *arc = std::find_if(table->arcs.begin(), table->arcs.end(),
+                                      [letter](const Arc &candidate) { return candidate.letter == letter; });
+        append_number(out, arc_named(table, row, letter) - (arc == table->arcs.end() ? 0 : arc->low));
     } else if (const size_t place = PLACES.find(letter); place != std::string_view::npos) {
         append_number(out, row[static_cast<int>(place)] - 1);
     } else {
@@ -131,8 +132,7 @@ unsigned group_id(const char *pattern, const Row &row) {
 }
 
 static const char *group_pattern(const HandlerCall &call) {
-    if (call.object.group) return call.object.group;
-    return call.table ? call.table->group : "";
+    return call.object.group ? call.object.group : call.table->group;
 }
 
 std::string group_name(const HandlerCall &call, const Row &row) {

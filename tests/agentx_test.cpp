@@ -69,12 +69,12 @@ class SnmpTest : public testing::Test {
     }
 
     void start_daemon() { daemon = start({ZEVSIC_BIN_DIR "/zevsic", "-d", "1"}, root.path("/tmp/trace")); }
-    void start_front_end(const std::vector<std::string> &options = {}) {
-        std::vector<std::string> words = {ZEVSIC_BIN_DIR "/zevsic-agentx", "-f", "--master",
-                                          root.path("/tmp/master")};
-        words.insert(words.end(), options.begin(), options.end());
-        front_end = start(words, root.path("/tmp/front_end"));
+    void start_front_end(std::vector<std::string> options = {}) {
+        options.insert(options.begin(),
+                       {ZEVSIC_BIN_DIR "/zevsic-agentx", "-f", "--master", root.path("/tmp/master")});
+        front_end = start(options, root.path("/tmp/front_end"));
     }
+    void hides_nothing();
     bool knows_everything() const {
         return eventually(
             [&] { return root.read("/tmp/front_end").find("every object is known") != std::string::npos; });
@@ -274,10 +274,25 @@ TEST_F(SnmpTest, SetsAllOrNothing) {
     EXPECT_NE(tool("snmpgetnext", full("1.1")).find("hall"), std::string::npos);
 }
 
-// While the daemon is busy with a tool, and while it is stopped.
 TEST_F(SnmpTest, ALateDaemonHidesNothing) {
     run_zevcfg({"set", "--current", "snmp", "sample_time", "0"});
     start_all();
+    hides_nothing();
+}
+
+TEST_F(SnmpTest, WithoutAMasterItIsTheSame) {
+    run_zevcfg({"set", "--current", "snmp", "sample_time", "0"});
+    start_daemon();
+    root.write("/etc/snmpd.conf", "rwcommunity private 127.0.0.1\nsysName listener\n");
+    start_front_end(
+        {"--listen", "udp:127.0.0.1:" + std::to_string(port), "--config", root.path("/etc/snmpd.conf")});
+    ASSERT_TRUE(answers_within(20000));
+    EXPECT_EQ(value(".1.3.6.1.2.1.1.5.0"), "\"listener\"\n");
+    hides_nothing();
+}
+
+// While the daemon is busy with a tool, and while it is stopped.
+void SnmpTest::hides_nothing() {
     ASSERT_TRUE(knows_everything());
     const size_t values = parse_walk(tool("snmpbulkwalk", SUBTREE)).size();
     mkfifo(root.path("/tmp/gate").c_str(), 0600);  // the scan goes on when the test opens it
@@ -324,7 +339,7 @@ TEST_F(SnmpTest, AnUnknownValueIsAnErrorAndTheSessionStays) {
     EXPECT_EQ(log.find("connected"), log.rfind("connected")) << log;
 }
 
-TEST(Packaging, UnitAndMasterHaveTheSameTimeOut) {
+TEST(Packaging, UnitAndMasterHaveTheSameTimeout) {
     const auto number_behind = [](const char *file, const std::string &word) {
         std::ifstream in(std::string(ZEVSIC_SOURCE_DIR "/packaging/") + file);
         std::string line;
