@@ -10,9 +10,11 @@
 
 // ---- patterns ----
 
-static int arc_named(const Table *table, const Row &row, char letter) {
+// The arc of that letter, as it is or, as the store counts entries, from the arc's low number.
+enum class From { ITSELF, LOW };
+static int arc_named(const Table *table, const Row &row, char letter, From from) {
     for (int i = 0; table && i < row.count; i++)
-        if (table->arcs[i].letter == letter) return row[i];
+        if (table->arcs[i].letter == letter) return row[i] - (from == From::LOW ? table->arcs[i].low : 0);
     return 0;
 }
 
@@ -25,12 +27,9 @@ static void append_number(std::string *out, int number) {
 static bool append_arc(std::string *out, char letter, const Table *table, const Row &row) {
     constexpr std::string_view PLACES = "IJKM";
     if (letter == 'r' || letter == 'v') {
-        append_number(out, arc_named(table, row, letter));
+        append_number(out, arc_named(table, row, letter, From::ITSELF));
     } else if (letter == 'k' || letter == 'm') {
-        // The store counts entries from 0, whatever the first row is.
-        const Arc *arc = std::find_if(table->arcs.begin(), table->arcs.end(),
-                                      [letter](const Arc &candidate) { return candidate.letter == letter; });
-        append_number(out, arc_named(table, row, letter) - (arc == table->arcs.end() ? 0 : arc->low));
+        append_number(out, arc_named(table, row, letter, From::LOW));
     } else if (const size_t place = PLACES.find(letter); place != std::string_view::npos) {
         append_number(out, row[static_cast<int>(place)] - 1);
     } else {
@@ -132,7 +131,8 @@ unsigned group_id(const char *pattern, const Row &row) {
 }
 
 static const char *group_pattern(const HandlerCall &call) {
-    return call.object.group ? call.object.group : call.table->group;
+    if (call.object.group) return call.object.group;
+    return call.table ? call.table->group : "";
 }
 
 std::string group_name(const HandlerCall &call, const Row &row) {
