@@ -1,0 +1,79 @@
+// What a client makes of any server's replies. The first line says which command reads them; then each line
+// is a reply: STATUS OID VALUE, STATUS a number, a backslash and n in VALUE a newline.
+#include <cstring>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "client/metrics.h"
+#include "client/output.h"
+#include "client/pass_persist.h"
+#include "client/protocol.h"
+#include "client/settings.h"
+#include "client/table.h"
+#include "client/translate.h"
+#include "fuzz/fuzz.h"
+
+static std::string_view replies;
+static int left;
+
+static Answer next_reply() {
+    Answer answer{};
+    if (replies.empty() || left-- <= 0) answer.error = "no daemon";
+    const std::string line = take(&replies, '\n');
+    std::string_view rest = line;
+    answer.reply.reply_status = static_cast<uint8_t>(atoi(take(&rest, ' ').c_str()));
+    put_text(answer.reply.oid, take(&rest, ' '));
+    std::string value(rest);
+    for (size_t place = 0; (place = value.find("\\n", place)) != value.npos;) value.replace(place, 2, "\n");
+    put_text(answer.reply.value, value.c_str());
+    return answer;
+}
+
+Answer exchange(const std::string &, RequestKind, std::string_view, std::string_view, int) {
+    return next_reply();
+}
+
+static void check_reply(const snmp_reply &reply) {
+    const Target target = locate(reply.oid);
+    const std::string json = value_json(target, reply.reply_status, reply.value);
+    expect(nlohmann::json::accept(json), "JSON", json);
+    const std::string line = value_line(target, reply.reply_status, reply.value);
+    for (const char c : line) expect(c >= ' ' && c <= '~', "a printable line", line);
+    if (!target.object) return;
+    const Target again = parse_target(format_name(target));
+    expect(!again.error.empty() || again.oid == target.oid, "a name leads back",
+           format_name(target) + " " + target.oid);
+    if (const auto value = to_value(*target.object, reply.value)) {
+        const auto same = to_value(*target.object, to_text(*value));
+        expect(same && same->number == value->number && same->octets == value->octets, "a value", line);
+    }
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    static const bool silent = freopen("/dev/null", "w", stdout) != nullptr;
+    std::string_view input(reinterpret_cast<const char *>(data), size);
+    const Client client{.socket = "none"};
+    std::string command = take(&input, '\n'), error;
+    for (replies = input, left = 300; silent && !replies.empty() && left > 0;)
+        check_reply(next_reply().reply);
+    replies = input;
+    left = 300;
+    if (command == "walk")
+        walk_values(
+            client, ROOT_OID, [](const Target &, const snmp_reply &) {}, &error);
+    if (command == "export") export_settings(client, {}, true);
+    if (command == "metrics") read_metrics(client, {}, 1000);
+    if (const View *view = find_view(command)) {
+        Grid grid;
+        read_view(client, *view, {}, true, &grid);
+        expect(nlohmann::json::accept(grid_json(grid)), "JSON", grid_json(grid));
+        print_grid(grid, ALIGNED);
+        print_grid(grid, CSV);
+    }
+    if (command == "pass") {
+        std::istringstream in("PING\ngetnext\n.1.3.6.1.4.1.48019.6\nget\n.1.3.6.1.4.1.48019.6.1.1.0\n");
+        std::ostringstream out;
+        pass_persist("none", in, out);
+    }
+    return 0;
+}
