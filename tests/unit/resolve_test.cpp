@@ -74,8 +74,8 @@ TEST_F(ResolveTest, LiveObjectsAreAskedAgainWhenDue) {
 
     // With the clock set back the stamp lies ahead: not due until the clock has passed it. What was never
     // asked is due under any clock: right after 1970, across the end of 32-bit time and behind it.
-    for (const time_t begin : {time_t{3}, time_t{INT32_MAX}, time_t{INT32_MAX} + 5000, time_t{5000}}) {
-        clock_time = begin;
+    for (const int64_t begin : {int64_t{3}, int64_t{INT32_MAX}, int64_t{INT32_MAX} + 5000, int64_t{5000}}) {
+        clock_time = static_cast<time_t>(begin);
         fake.system_items["date"] = "first";
         build();
         EXPECT_EQ(get("1.14.0").value, "first") << begin;
@@ -83,7 +83,7 @@ TEST_F(ResolveTest, LiveObjectsAreAskedAgainWhenDue) {
         fake.system_items["date"] = "second";
         const std::pair<int, const char *> later[] = {{-2, "first"}, {99, "first"}, {100, "second"}};
         for (const auto &[seconds, shown] : later) {
-            clock_time = begin + seconds;
+            clock_time = static_cast<time_t>(begin + seconds);
             EXPECT_EQ(get("1.14.0").value, shown) << begin << " + " << seconds;
         }
     }
