@@ -197,7 +197,9 @@ static struct {
     Clock::time_point begun;
     snmp_reply reply;
     size_t received = 0;
-    bool again = false;  // a file has changed meanwhile
+    bool again = false;        // a file has changed meanwhile
+    bool switch_read = false;  // the daemon has said whether traps are enabled
+    int switch_missing = 0;    // rounds in a row in which it had no such object
 } round_now;
 
 static void ask();
@@ -288,12 +290,29 @@ static void ask() {
     end_round();
 }
 
+// When an apply ends, the daemon's other objects are back a moment later: what has ended is judged by the
+// switch as it was applied, in a later round, or without it when it does not come back.
+static bool is_switch_awaited() {
+    constexpr int MOST_ROUNDS = 10;
+    round_now.switch_missing = round_now.switch_read ? 0 : round_now.switch_missing + 1;
+    return !round_now.switch_read && round_now.switch_missing < MOST_ROUNDS;
+}
+
 static void begin_round() {
     round_now.begun = Clock::now();
+    round_now.switch_read = false;
     round_now.questions = {
-        {"1.26.0", [](int value) { state.enabled = value == SWITCH_ON; }},
+        {"1.26.0",
+         [](int value) {
+             state.enabled = value == SWITCH_ON;
+             round_now.switch_read = true;
+         }},
         {"1.62.0",
          [](int value) {
+             if (value == NOT_APPLYING && is_switch_awaited()) {
+                 round_now.again = true;
+                 return;
+             }
              see_apply(value);
              add_questions_of_transfers();
          }},
