@@ -2,26 +2,43 @@
 // being registered.
 #include <gtest/gtest.h>
 
+#include <array>
+#include <fstream>
 #include <map>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "handler/engine.h"
 #include "platform/builtin/store.h"
+#include "platform/k480ext.h"
 #include "tests/agent_walk.h"
 
-// The items that the objects looked for in vain.
-static std::set<std::string> missing;
+static std::set<std::string> missing;              // the items that the objects looked for in vain
+static std::map<std::string, std::string> queued;  // "group key" and the last text queued for it
+static int reads = 0;                              // of items, of the store or the system
 
 extern "C" {
+int __real_get_sys_item(const char *name, char *out);
+int __wrap_get_sys_item(const char *name, char *out) {
+    reads++;
+    return __real_get_sys_item(name, out);
+}
+cfg_item *__real_append_cfg_item(cfg_item *list, unsigned group_id, const char *key, const char *value);
+cfg_item *__wrap_append_cfg_item(cfg_item *list, unsigned group_id, const char *key, const char *value) {
+    queued[std::string(group_name(group_id)) + " " + key] = value;
+    return __real_append_cfg_item(list, group_id, key, value);
+}
 int __real_get_cfg_item_by_str(zevcfg_handle *handle, const char *group, const char *key, char *out);
 int __wrap_get_cfg_item_by_str(zevcfg_handle *handle, const char *group, const char *key, char *out) {
+    reads++;
     const int result = __real_get_cfg_item_by_str(handle, group, key, out);
     if (result != 0) missing.insert(std::string(group) + " " + key);
     return result;
 }
 int __real_get_cfg_item(zevcfg_handle *handle, unsigned group_id, const char *key, char *out);
 int __wrap_get_cfg_item(zevcfg_handle *handle, unsigned group_id, const char *key, char *out) {
+    reads++;
     const int result = __real_get_cfg_item(handle, group_id, key, out);
     const char *group = group_name(group_id);
     if (result != 0) missing.insert(std::string(group ? group : "unknown group") + " " + key);
@@ -105,17 +122,238 @@ TEST_F(WalkTest, ValuesOutOfBoundsAreRefused) {
     EXPECT_EQ(pending_items, nullptr) << "a refused SET queues nothing";
 }
 
-TEST_F(WalkTest, WhatWasReadCanBeWrittenOrIsRefusedForAReason) {
-    int accepted = 0;
-    for (const auto &[object, cell] : first) {
-        if (object->access != READ_WRITE) continue;
-        const int status = execute(KIND_SET, cell.oid, in_type(*object, cell.value)).status;
-        EXPECT_TRUE(status == STATUS_ACCEPTED || status == STATUS_WRONG_VALUE)
-            << object->name << " " << status;
-        if (status == STATUS_ACCEPTED) accepted++;
-        EXPECT_EQ(execute(KIND_GET, cell.oid).value, cell.value) << object->name;
+// Counted lists have 120 rows and more, so that row 100 is one of them.
+class WriteWalk : public testing::Test {
+  protected:
+    AgentOnDevice agent{"--demo",
+                        {"bfirewall table_size 120", "bfw_service table_size 120", "bfw_dai dtbl_size 120",
+                         "bfw_dai ptbl_size 120"}};
+
+    WriteWalk() { agent.root.write("/sbin/zevwes", ""); }  // a feature that the demo's device lacks
+
+    // First and last row, and row 100.
+    std::vector<std::string> rows(const Object &object) const {
+        const std::vector<std::string> &all = agent.rows.at(&object);
+        std::vector<std::string> some;
+        for (const std::string &row : all)
+            if (&row == &all[table_of(object) ? table_of(object)->predefined : 0] || &row == &all.back() ||
+                row == "100")
+                some.push_back(row);
+        return some;
     }
-    EXPECT_GT(accepted, 20);
+    static void write(const char *group, const Row &row, const char *key, const std::string &text) {
+        cfg_item *item = append_cfg_item(nullptr, group_id(group, row), key, text.c_str());
+        EXPECT_EQ(set_cfg_items_snmp(sic_zevcfg, item), 0);
+        free_item_list(item);
+    }
+};
+
+// What an object that is no ordinary one needs and takes.
+struct Special {
+    std::vector<std::array<const char *, 3>> items;  // the items that a SET needs: group, key, text
+    std::vector<std::string> values;                 // in place of those that its entry allows
+};
+static const Special VAP_WEP_KEY = {
+    {{VAP_SECURITY, "wep.keylen", "64"}, {VAP_SECURITY, "wep.method", "ascii"}}, {"ab cd"}};
+static const std::map<std::string_view, Special> SPECIALS = {
+    {"APSysNTPServer1", {{{"systime", "type", "manual"}}, {}}},
+    {"APSysNTPServer2", {{{"systime", "type", "manual"}}, {}}},
+    {"APSysSNMPTrapServerIPAddress", {{{"snmp", "trap", "disable"}}, {}}},
+    {"APSysSystemLogServerIPAddress", {{{"syslog", "state", "disable"}}, {}}},
+    {"APSysTimezone", {{}, {"1", "34", "68"}}},
+    {"APRFBand", {{}, {"0"}}},
+    {"APRFTxPowerConfig", {{}, {"1", "3"}}},
+    {"APRFBeaconInterval", {{}, {"500"}}},
+    {"APRFMaxTransmitRate", {{{"rf%r", "state", "enable"}}, {"0", "13", "20", "37", "39"}}},
+    {"APRFChannelWidth", {{}, {"1", "2", "3"}}},
+    {"VAPAuthenMode", {{{VAP_SECURITY, "mode", "open"}}, {"0", "1", "3", "4"}}},
+    {"VAPWEPCipherKeyValue1", VAP_WEP_KEY},
+    {"VAPWEPCipherKeyValue2", VAP_WEP_KEY},
+    {"VAPWEPCipherKeyValue3", VAP_WEP_KEY},
+    {"VAPWEPCipherKeyValue4", VAP_WEP_KEY},
+    {"APWDSLinkEnabled", {{{"rf%r", "rate", "auto"}, {"rf%r", "channel", "36"}}, {}}},
+    {"APWDSLinkMacAddr", {{{"rf%r_wds%v", "state", "disable"}}, {}}},
+    {"APWDSLinkWEPKeyValue",
+     {{{"rf%r_wds%v", "wep.keylen", "64"}, {"rf%r_wds%v", "wep.method", "ascii"}}, {"abcde"}}},
+    {"APWDSLinkPSKKeyValue", {{{"rf%r_wds%v", "wpa.type", "passphrase"}}, {"passphrase"}}},
+    {"L2FirewallRuleInterfaceSelected", {{}, {"s.2.0"}}},
+    {"L2FirewallRuleIpv4ServiceSelected", {{}, {"", "OSPF"}}},
+};
+
+// A text of the form with that many characters, or with as many as it has when it is of one length.
+static std::string text_of(const Object &object, int length) {
+    const auto fill = [&length](const std::string &end) {
+        std::string text(std::max<int>(length - static_cast<int>(end.size()), 0), 'a');
+        for (size_t i = 60; i < text.size(); i += 60) text[i] = '.';  // labels of names are short
+        return text + end;
+    };
+    switch (object.form) {
+        case IPV4_ADDRESS:
+            return length >= 15 ? "192.168.100.254" : "1.2.3.4";
+        case IPV6_ADDRESS:
+            return length >= 39 ? "2001:0db8:0000:0000:0000:0000:0000:0001" : "::";
+        case DOMAIN_NAME:
+            length = std::min(length, 253);
+            return fill(length < 5 ? "de" : "a.com");
+        case REALM_LIST:
+            return fill(length < 12 ? "de" : "a.com;b.org");
+        case MAC_ADDRESS:
+            return "0a-1b-2c-3d-4e-5f";
+        case WEB_URL:
+            return "http://example.org/" + std::string(100, 'x');
+        case CELLULAR:
+            return length == 6 ? "310F26" : "";
+        case PROTOCOL:
+            return "udp";
+        case VAP_MASK:
+            return std::string(length, '1');
+        case HEX:
+        case LOWER_HEX:
+            return std::string(length, 'A');
+        case SHORT_NUMBER:
+            return "123456";
+        case VISIBLE:
+            return std::string(length, '~');
+        default:
+            break;
+    }
+    std::string text(length, 'x');
+    if (length > 2) text[1] = ' ';
+    return text;
+}
+
+static std::vector<std::string> values_of(const Object &object) {
+    std::set<std::string> values;
+    for (const Word &word : object.words)
+        if (object.in_range(word.value)) values.insert(std::to_string(word.value));
+    for (const Range &range : object.numbers)
+        if (range.is_set()) values.insert({std::to_string(range.low), std::to_string(range.high)});
+    if (object.or_empty && object.in_range(0)) values.insert("");
+    for (const Range &range : object.range) {
+        if (!range.is_set()) continue;
+        for (const int end : {range.low, range.high}) {
+            if (object.type == INTEGER)
+                values.insert(std::to_string(end));
+            else if (!object.numbers[0].is_set())
+                values.insert(text_of(object, std::min(end, 300)));
+        }
+    }
+    if (!object.has_range() && !object.numbers[0].is_set()) values.insert(text_of(object, 20));
+    if (object.form == PROTOCOL) values.insert({"TCP", "0", "255"});
+    if (!object.or_empty && (object.numbers[0].is_set() || object.form == IPV4_ADDRESS)) values.erase("");
+    return {values.begin(), values.end()};
+}
+
+// What a written value shows as once it is stored.
+static std::string normal(const Object &object, std::string value) {
+    for (char &c : value) {
+        if (object.form == MAC_ADDRESS && c == '-') c = ':';
+        if (object.form == MAC_ADDRESS || object.form == PROTOCOL) c = static_cast<char>(toupper(c));
+        if (object.form == LOWER_HEX || object.form == CELLULAR) c = static_cast<char>(tolower(c));
+    }
+    const bool is_vlan = object.codec == VLAN_ID || std::string_view(object.name) == "VAPVlanId";
+    return is_vlan && value == "0" ? "4096" : value;
+}
+
+// What other programs of the device read: of the last row of each object, the items that each value is stored
+// as, and what a text that stands for none shows. A failure prints the line as it is now; an object without a
+// line is new.
+static std::map<std::string, std::string> contract() {
+    std::ifstream file(ZEVSIC_SOURCE_DIR "/tests/stored_items.txt");
+    std::map<std::string, std::string> lines;
+    for (std::string line; std::getline(file, line);) lines[line.substr(0, line.find(' '))] = line;
+    return lines;
+}
+
+TEST_F(WriteWalk, WhatIsWrittenIsStoredInAnItemOfItsOwnAndShows) {
+    std::map<std::string, std::string> expected = contract();
+    std::map<std::string, const Object *> owners;
+    int written = 0;
+    for (const Object &object : OBJECTS) {
+        if (object.is_branch() || object.access != READ_WRITE || object.acts || object.transient) continue;
+        const auto found = SPECIALS.find(object.name);
+        const Special special = found == SPECIALS.end() ? Special{} : found->second;
+        const Table *table = table_of(object);
+        const char *group = object.group ? object.group : table ? table->group : "";
+        std::string line;
+        for (const std::string &text : rows(object)) {
+            const Row row = requested_row(text.c_str());
+            const std::string oid = std::string(object.oid) + "." + text;
+            const bool absent = object.radios != ALL_RADIOS &&
+                                (rf_is_offload(row[0] - 1) == 1) != (object.radios == OFFLOAD_RADIOS);
+            std::string pairs;
+            for (const auto &[item_group, key, item] : special.items) write(item_group, row, key, item);
+            for (const Need &need : object.needs)
+                if (need.key) write(group, row, need.key, need.is ? need.text : "other");
+            for (const std::string &value : special.values.empty() ? values_of(object) : special.values) {
+                const std::string what = std::string(object.name) + "." + text + " = '" + value + "'";
+                queued.clear();
+                EXPECT_EQ(execute(KIND_SET, oid, in_type(object, value)).status, STATUS_ACCEPTED) << what;
+                EXPECT_EQ(queued.empty(), absent) << what;
+                pairs += " | " + value;
+                const char *sign = " > ";
+                for (const auto &[item, stored] : queued) {
+                    pairs += sign + item + "=" + stored;
+                    sign = " + ";
+                }
+                if (queued.size() == 1) {
+                    const auto &[owner, made] = owners.emplace(queued.begin()->first, &object);
+                    EXPECT_TRUE(owner->second == &object || owner->first.ends_with("_sec mode"))
+                        << what << " writes an item of " << owner->second->name;
+                }
+                EXPECT_EQ(execute(KIND_SET, "1.68.0", "integer 1").status, STATUS_ACCEPTED) << what;
+                forget_values();
+                const std::string shown = absent ? "-1" : normal(object, value);
+                EXPECT_EQ(execute(KIND_GET, oid), (Answer{object.type, oid, shown})) << what;
+                written++;
+            }
+            if (absent) continue;
+            if (queued.size() == 1) {
+                const std::string &item = queued.begin()->first;
+                write(group, row, item.substr(item.find(' ') + 1).c_str(), "?");
+                forget_values();
+                pairs += " | ? shows " + execute(KIND_GET, oid).value;
+            }
+            line = std::string(object.name) + " " + text + pairs;
+        }
+        const std::string &known = expected.emplace(object.name, line).first->second;
+        EXPECT_EQ(line, known);
+    }
+    EXPECT_GT(written, 1000);
+}
+
+// The registry's numbers of rows, and an instance that is none.
+TEST_F(WalkTest, NoRowIsNothingAndConfigurationIsReadOnce) {
+    for (const Object &object : OBJECTS) {
+        if (object.is_branch()) continue;
+        const std::string oid = object.oid, name = object.name;
+        const std::vector<std::string> &rows = agent.rows.at(&object);
+        const Table *table = table_of(object);
+        std::vector<std::string> none = {"", "." + rows.front() + ".1", "." + rows.front() + ".256"};
+        if (!object.any_instance && !(table && table->arcs[0].low == 0)) none.push_back(table ? ".0" : ".1");
+        if (table && !table->is_by_mac()) {
+            const size_t dot = rows.back().rfind('.') + 1;  // 0 without one
+            none.push_back("." + rows.back().substr(0, dot) +
+                           std::to_string(std::stoi(rows.back().substr(dot)) + 1));
+            if (dot > 0) none.push_back("." + rows.back().substr(0, dot - 1));
+        }
+        for (const bool fresh : {true, false}) {
+            if (fresh) forget_values();
+            for (const std::string &instance : none) {
+                EXPECT_EQ(execute(KIND_GET, oid + instance), (Answer{0, "", ""}))
+                    << name << instance << fresh;
+                const bool may_grow = table && table->is_counted() && instance == none.back();
+                if (object.access != READ_WRITE || may_grow) continue;
+                const std::string value = object.type == STRING ? "12:34:56:78:9a:bc" : "1";
+                EXPECT_NE(execute(KIND_SET, oid + instance, in_type(object, value)).status, STATUS_ACCEPTED)
+                    << name << instance;
+            }
+            execute(KIND_GET, oid + "." + rows.back());
+        }
+        reads = 0;
+        EXPECT_EQ(execute(KIND_GET, oid + "." + rows.back()).oid, oid + "." + rows.back()) << name;
+        EXPECT_EQ(reads, 0) << name;
+    }
 }
 
 TEST(Walk, TheStoreHasEveryItemThatIsRead) {

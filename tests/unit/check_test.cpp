@@ -35,6 +35,13 @@ TEST(Checks, Characters) {
     expect(check_name_chars, {"", "aZ09 #()*,-.:?@_|"}, {"a/b", "a\"b", "a'b", "a;b", "a\\", "\xff", "a\n"});
 }
 
+// A domain name of so many characters, in labels of up to 49.
+static std::string name_of(size_t characters) {
+    std::string name(characters - 4, 'a');
+    for (size_t i = 49; i < name.size(); i += 50) name[i] = '.';
+    return name + ".com";
+}
+
 TEST(Checks, Addresses) {
     expect(check_ipv4_addr, {"10.0.0.1", "1.2.3.255", "001.2.3.4", "255.255.255.0"},
            {"", "0.0.0.0", "00.1.2.3", "1.2.3", "1.2.3.256", "1..2.3", ".1.2.3", "1.2.3.", "1.2.3.4.5",
@@ -45,9 +52,10 @@ TEST(Checks, Addresses) {
            {"", ":", "1", ":1::2", "1:2:3:4:5:6:7:8:9", "12345::1", "1::2::3",
             ":::", "1:2:3:4:5:6:7:", "1:2:3", "g::1", "::ffff:1.2.3.4", "fe80::1%eth0", "1:"});
     expect(check_domain_name,
-           {"example.org", "www.example.de", "com", "de", "a-b.tel", std::string(63, 'a') + ".net", "a..com"},
+           {"example.org", "www.example.de", "com", "de", "a-b.tel", std::string(63, 'a') + ".net", "a..com",
+            name_of(253)},
            {"", "example.info", "-a.org", "a-.org", std::string(64, 'a') + ".org", "a_b.org", "example.ORG",
-            "a.b c.de", ".", std::string(126, 'a') + std::string(128, '.') + "de"});
+            "a.b c.de", ".", name_of(254), std::string(126, 'a') + std::string(128, '.') + "de"});
     expect(check_nai_realm_list, {"a.org", "a.org;b.de", ";a.org"}, {"", ";", "a.org;b", "a.org b.de"});
 }
 

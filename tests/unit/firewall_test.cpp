@@ -1,6 +1,4 @@
 // The layer-2 firewall: rules, services, switches and lists.
-#include <sstream>
-
 #include "tests/unit/agent_fixture.h"
 
 class FirewallTest : public AgentTest {
@@ -15,62 +13,14 @@ TEST_F(FirewallTest, WhatARuleQueues) {
     fake.item("bfw_service", "uds_entry:2.name", "Beyond");
     const std::string rule = "bfirewall bfw_entry:0.";
     expect_sets({{"7.1.1.2.255", "bfirewall bfw_entry:254.enabled=", {"1>disable", "2>enable"}, {}},
-                 {"7.1.1.3.1", rule + "rule_name=", {""}, {}},
-                 {"7.1.1.4.1", rule + "etherType=", {"0>", "2>IEEE_8023"}, {}},
                  {"7.1.1.5.1",
                   rule,
                   {"s.2.0>sInterface=ath1ap+", "d.1.16>dInterface=ath0ap15"},
                   {"", "s", "s.1", "s.3.1", "s.0.1", "s.1.17", "x.1.1", "s.1.1x", "s.-1.1", "s1.1", "s.1."}},
-                 {"7.1.1.6.1", rule + "sMac=", {"00-1a-2b-3c-4d-5e>00:1A:2B:3C:4D:5E"}, {"00-1a:2b"}},
-                 {"7.1.1.9.1", rule + "dMacMask=", {""}, {}},
-                 {"7.1.1.10.1", rule + "IPv4.service=", {"HTTP", "Own service", ""}, {"http", "Beyond"}},
-                 {"7.1.1.13.1", "", {}, {"0.1.2.3"}},
-                 {"7.1.1.14.1", "", {}, {""}},
-                 {"7.1.1.15.1", "", {}, {"f"}},
-                 {"7.1.1.16.1", "", {}, {"08g0"}},
-                 {"7.1.1.20.1", rule + "ARP.opcode=", {"0>-1", "26>25"}, {}},
-                 {"7.1.1.38.1", rule + "action=", {"1>DROP"}, {}},
-                 {"7.1.1.39.1", "", {}, {"a/b"}}});
-}
-
-// Every column that takes one item as it is, with that item.
-TEST_F(FirewallTest, ColumnsAndTheirItems) {
-    const std::pair<const char *, const char *> families[] = {
-        {"AA:BB:CC:DD:EE:FF",
-         "6 sMac 7 sMacMask 8 dMac 9 dMacMask 23 ARP.sArpMac 24 ARP.sArpMacMask 27 ARP.dArpMac "
-         "28 ARP.dArpMacMask 32 RARP.sRarpMac 33 RARP.sRarpMacMask 36 RARP.dRarpMac 37 RARP.dRarpMacMask"},
-        {"10.1.2.3", "11 IPv4.sIp 13 IPv4.dIp 21 ARP.sArpIp 25 ARP.dArpIp 30 RARP.sRarpIp 34 RARP.dRarpIp"},
-        {"24",
-         "12 IPv4.sIpMask 14 IPv4.dIpMask 22 ARP.sArpIpMask 26 ARP.dArpIpMask 31 RARP.sRarpIpMask "
-         "35 RARP.dRarpIpMask"},
-        {"0f", "15 IEEE_8023.sap"},
-        {"08dd", "16 IEEE_8023.type 19 VLAN.vType"},
-        {"7", "17 VLAN.id 18 VLAN.priority"},
-        {"a (1)|b", "3 rule_name 39 remark"},
-    };
-    fake.item("bfirewall", "table_size", "7");
-    for (const auto &[value, columns] : families) {
-        std::istringstream list(columns);
-        for (std::string column, field; list >> column >> field;) {
-            const std::string oid = "7.1.1." + column + ".7";
-            const std::string key = "bfw_entry:6." + field;
-            EXPECT_EQ(queued_by(oid, value), Items{"bfirewall " + key + "=" + value});
-            fake.item("bfirewall", key, "stored");
-            build();
-            EXPECT_EQ(get(oid).value, "stored") << oid;
-        }
-    }
+                 {"7.1.1.10.1", rule + "IPv4.service=", {"HTTP", "Own service", ""}, {"http", "Beyond"}}});
 }
 
 TEST_F(FirewallTest, InstancesOfASet) {
-    expect_sets({{"7.1.1.2.0", "", {}, {"1"}},
-                 {"7.1.1.2.1.1", "", {}, {"1"}},
-                 {"7.1.1.5.0", "", {}, {"s.1.1"}},
-                 {"7.1.1.10.0", "", {}, {"HTTP"}},
-                 {"7.2.1.2.0", "", {}, {"x"}},
-                 {"7.2.1.2.29.1", "", {}, {"x"}},
-                 {"7.4.1.4.0", "", {}, {"x"}},
-                 {"7.10.1.4.0", "", {}, {"1"}}});
     EXPECT_EQ(row_count("7.1.1.2"), 0);
 
     // A row above the count is written, and shows as long as the tree lasts.
@@ -107,61 +57,33 @@ TEST_F(FirewallTest, WhereTheRowCountComesFrom) {
     }
 }
 
-TEST_F(FirewallTest, AColumnReadsEachPublishedRowOnce) {
-    fake.item("bfirewall", "table_size", "1000");
-    fake.items_read = 0;
-    get("7.1.1.3.1");
-    EXPECT_EQ(fake.items_read, 1 + 255);
-    get("7.1.1.3.255");
-    get("7.1.1.3.256");
-    EXPECT_EQ(fake.items_read, 1 + 255) << "configuration is answered from the tree";
-}
-
 TEST_F(FirewallTest, StoredTextsAndWhatTheyShow) {
-    const std::string rules = "bfirewall", services = "bfw_service", dai = "bfw_dai", entry = "bfw_entry:1.";
+    const std::string rules = "bfirewall", services = "bfw_service", entry = "bfw_entry:1.";
     fake.item(rules, "table_size", "2");
     fake.item(services, "table_size", "2");
-    for (const char *key : {"dtbl_size", "ptbl_size"}) fake.item(dai, key, "2");
-    expect_shown({{rules, entry + "enabled", "7.1.1.1.2", {"enable>2"}},
-                  {rules, entry + "enabled", "7.1.1.2.2", {"enable>2"}},
-                  {rules, entry + "etherType", "7.1.1.4.2", {"RARP>5"}},
-                  {rules, entry + "sInterface", "7.1.1.5.2", {"ath0ap0>s.1.1", "ath1ap+>s.2.0"}},
+    expect_shown({{rules, entry + "sInterface", "7.1.1.5.2", {"ath0ap0>s.1.1", "ath1ap+>s.2.0"}},
                   {rules, entry + "sInterface", "7.1.1.5.2", {"ath1ap5x>s.1.1", "ath1ap+5>s.1.1"}},
                   {rules, entry + "dInterface", "7.1.1.5.2", {"ath1ap15>d.2.16"}},
                   {rules, entry + "ARP.opcode", "7.1.1.20.2", {"0>1", "-1>0"}},
                   {rules, entry + "RARP.opcode", "7.1.1.29.2", {"2147483647>2147483648"}},
                   {rules, entry + "action", "7.1.1.38.2", {"DROP>1", "drop>3"}},
-                  {rules, "no key of theirs", "7.1.1.4.2", {">0"}},
                   {rules, "no key of theirs", "7.1.1.5.2", {">d.1.1"}},
                   {rules, "no key of theirs", "7.1.1.29.2", {">0"}},
                   {rules, "no key of theirs", "7.1.1.38.2", {">2"}},
                   {services, "no key of theirs", "7.2.1.5.6", {">80"}},
                   {services, "no key of theirs", "7.2.1.3.28", {">89"}},
                   {services, "no key of theirs", "7.2.1.2.1", {">ALL"}},
-                  {services, "no key of theirs", "7.2.1.4.1", {""}},
-                  {services, "uds_entry:0.name", "7.2.1.2.29", {"one"}},
-                  {services, "uds_entry:1.sport", "7.2.1.4.30", {"20:21"}},
-                  {dai, "Snooping", "7.3.0", {"enable>2", "on>1"}},
-                  {dai, "privilege", "7.9.0", {"enable>2"}},
-                  {dai, "dhcp_entry:1.dhcpMacAddr", "7.4.1.2.2", {"x"}},
-                  {dai, "dhcp_entry:0.remark", "7.4.1.4.1", {"x"}},
-                  {dai, "privilege_entry:1.ip", "7.10.1.3.2", {"x"}},
-                  {dai, "privilege_entry:1.state", "7.10.1.4.2", {"enable>2"}}});
+                  {services, "no key of theirs", "7.2.1.4.1", {""}}});
 }
 
 TEST_F(FirewallTest, WhatServicesSwitchesAndListsQueue) {
-    const std::string uds = "bfw_service uds_entry:", mac = "aa-bb-cc-dd-ee-ff>AA:BB:CC:DD:EE:FF";
+    const std::string uds = "bfw_service uds_entry:";
     expect_sets({{"7.2.1.2.28", "", {}, {"x"}},
                  {"7.2.1.5.1", "", {}, {"80"}},
                  {"7.2.1.2.40", uds + "11.name=", {"", std::string(200, 'x')}, {}},
                  {"7.2.1.3.29", uds + "0.protocol=", {"tcp>TCP", "255"}, {"256", "ICMP", "1a", "-0"}},
                  {"7.2.1.4.30", "", {}, {"0"}},
-                 {"7.2.1.5.30", uds + "1.dport=", {"65535", ""}, {"000080"}},
-                 {"7.3.0", "bfw_dai Snooping=", {"2>enable"}, {}},
-                 {"7.4.1.2.3", "bfw_dai dhcp_entry:2.dhcpMacAddr=", {mac}, {}},
-                 {"7.4.1.3.1", "bfw_dai dhcp_entry:0.dhcpIpAddr=", {""}, {"10.0.0.256"}},
-                 {"7.10.1.2.1", "bfw_dai privilege_entry:0.mac=", {mac}, {}},
-                 {"7.10.1.4.1", "bfw_dai privilege_entry:0.state=", {"2>enable"}, {}}});
+                 {"7.2.1.5.30", uds + "1.dport=", {"65535", ""}, {"000080"}}});
     get("7.2.1.3.1");
     set("7.2.1.3.29", "string \"udp\"");
     EXPECT_EQ(get("7.2.1.3.29").value, "UDP") << "the cell shows what was queued";

@@ -56,13 +56,3 @@ TEST_F(PortsTest, ADeviceWithoutAConfigurableSwitch) {
     EXPECT_EQ(get("1.65.0"), (Answer{INTEGER, "1.65.0", "0"}));
     EXPECT_EQ(queued_by("1.65.0", "2"), REFUSED);
 }
-
-TEST_F(PortsTest, TenManagementAddresses) {
-    fake.item("remote_manage", "entry:9.ip", "10.0.0.10");
-    const Items rows = walked("1.67.1.2");
-    ASSERT_EQ(rows.size(), 10U);
-    EXPECT_EQ(rows.front(), "1.67.1.2.1=");
-    EXPECT_EQ(rows.back(), "1.67.1.2.10=10.0.0.10");
-    EXPECT_EQ(walked("1.67.1.1").back(), "1.67.1.1.10=10");
-    EXPECT_EQ(get("1.67.1.2.11"), (Answer{0, "", ""}));
-}

@@ -18,30 +18,10 @@ class RadioTest : public AgentTest {
 TEST_F(RadioTest, WhatASetQueues) {
     const std::string longest(63, '1');
     fake.item("rf1_wds8", "state", "enable");  // a radio with a link keeps a fixed channel
-    expect_sets({{"2.1.1.4.1", "rf1 puren=", {"2>enable"}, {}},
-                 {"2.1.1.7.1", "rf1 ch_width=", {"3>40static"}, {}},
-                 {"2.1.1.8.1", "rf1 chwidth_ext=", {"1>l"}, {}},
-                 {"2.1.1.10.1", "rf1 channel=", {"6"}, {"auto"}},
+    expect_sets({{"2.1.1.10.1", "rf1 channel=", {"6"}, {"auto"}},
                  {"2.1.1.10.2", "rf2 channel=", {"auto", longest}, {longest + "1"}},
-                 {"2.1.1.17.2", "rf2 airtime_fairness=", {"2>prefer"}, {}},
                  {"2.1.1.18.1", "rf1 packet_delay_threshold=", {"0", "100>100000"}, {"x", "99"}},
-                 {"2.1.1.33.2", "rf2_wme2 cwmax=", {"15"}, {}},
-                 {"2.1.1.43.2", "rf2_wme4 txoplimit=", {"8192"}, {}},
                  {"2.1.1.44.1", "rf1 tx_rate_threshold=", {"12x"}, {"-1", "1234567"}}});
-}
-
-TEST_F(RadioTest, NoRow) {
-    root.write_tool("/sbin/athstats", "exit 0");
-    for (const Object &object : OBJECTS) {
-        if (object.is_branch() || object.entry_oid() != "2.1.1") continue;
-        const std::string oid = object.oid;
-        EXPECT_EQ(get(oid + ".0"), (Answer{0, "", ""})) << "the walk takes no row of " << object.name;
-        EXPECT_EQ(get(oid + ".3"), (Answer{0, "", ""})) << object.name;
-        if (object.access == READ_ONLY) continue;
-        for (const char *row : {".0", ".3", ".1.1"})
-            EXPECT_EQ(queued_by(oid + row, object.type == STRING ? "" : "1"), REFUSED) << object.name << row;
-    }
-    EXPECT_EQ(fake.steering_calls, NOTHING);
 }
 
 TEST_F(RadioTest, BandFollowsTheRadioAndResetsWhatItCannotHave) {
@@ -127,39 +107,12 @@ TEST_F(RadioTest, BandSteeringIsOneSettingOfTheDevice) {
     EXPECT_EQ(value("20.1") + value("20.2"), "22");
 }
 
-TEST_F(RadioTest, InterferenceDetectionDependsOnTheKindOfRadio) {
-    fake.offload[1] = true;
-    const struct {
-        const char *arc, *key;
-        bool zero, offload;
-    } family[] = {
-        {"23", "interfere_threshold", true, false},    {"24", "interfere_latency", false, false},
-        {"25", "co_interfere_threshold", true, false}, {"26", "co_rx_drop_rate", false, false},
-        {"27", "co_interfere_latency", false, false},  {"53", "wlan_interfere_threshold", true, true}};
-    for (const auto &f : family) {
-        for (const char *group : {"rf1", "rf2"}) fake.item(group, f.key, "42");
-        build();
-        const std::string with = std::string("2.1.1.") + f.arc + (f.offload ? ".2" : ".1");
-        const std::string without = std::string("2.1.1.") + f.arc + (f.offload ? ".1" : ".2");
-        EXPECT_EQ(get(with).value, "42");
-        EXPECT_EQ(queued_by(with, "99"), Items{(f.offload ? "rf2 " : "rf1 ") + std::string(f.key) + "=99"});
-        EXPECT_EQ(queued_by(without, "99"), NOTHING) << "accepted without effect";
-        EXPECT_EQ(get(without).value, "-1");
-        EXPECT_EQ(queued_by(without, "0") == REFUSED, !f.zero) << f.key;
-    }
-}
-
 TEST_F(RadioTest, StoredTextsAndWhatTheyShow) {
     const std::string group = "rf1";
     expect_shown({{group, "mode", "2.1.1.3.1", {"11na>5", "11x>0"}},
                   {group, "state", "2.1.1.3.1", {"disable>0"}},
-                  {group, "puren", "2.1.1.4.1", {"Enable>1"}},
-                  {group, "ch_width", "2.1.1.7.1", {"80>4", "160>0"}},
-                  {group, "chwidth_ext", "2.1.1.8.1", {">2"}},
                   {group, "rate", "2.1.1.12.1", {"5.5M>3", "65493>44", "70M>-1"}},
-                  {group, "airtime_fairness", "2.1.1.17.1", {"enable>1", ">0"}},
-                  {group, "packet_delay_threshold", "2.1.1.18.1", {"2500>2"}},
-                  {"rf1_wme4", "aifs", "2.1.1.42.1", {"7"}}});
+                  {group, "packet_delay_threshold", "2.1.1.18.1", {"2500>2"}}});
 
     fake.system_items = {{"rf2_ch", "36"}, {"rf1_txpwr_dbm", " 17 dBm"}, {"rf2_txpwr_dbm", "  "}};
     EXPECT_EQ(get("2.1.1.11.2"), (Answer{STRING, "2.1.1.11.2", "36"}));
@@ -256,11 +209,4 @@ TEST_F(RadioStatisticsTest, OctetsAreSummedInSixtyFourBits) {
     fake.ifnames.erase({1, 2});
     EXPECT_EQ(get("2.1.1.46.2"), (Answer{0, "", ""})) << "a live VAP without a name ends the refresh";
     EXPECT_EQ(value("46.1"), "18000000000");
-}
-
-TEST_F(RadioTest, TrustedInterfacesAreAMaskOrEmpty) {
-    const std::string entry = "bfw_dai trust_interface.entry:";
-    expect_sets({{"2.1.1.52.2", entry + "1.vap=", {"0101010101010101"}, {}},
-                 {"2.1.1.52.1", entry + "0.vap=", {""}, {"010101010101010", "010101010101010x"}}});
-    expect_shown({{"bfw_dai", "trust_interface.entry:1.vap", "2.1.1.52.2", {"1"}}});
 }

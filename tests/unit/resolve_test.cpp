@@ -54,16 +54,6 @@ TEST_F(ResolveTest, GetnextFollowsRegistration) {
     for (const auto &c : cases) EXPECT_EQ(next(c.from).oid, c.answered) << "from " << c.from;
 }
 
-TEST_F(ResolveTest, ASecondGetIsServedFromTheTree) {
-    get("1.1.0");
-    fake.working[{"device", "name"}] = "changed";
-    fake.items_read = 0;
-    EXPECT_EQ(get("1.1.0").value, "ap");
-    EXPECT_EQ(fake.items_read, 0);
-    build();
-    EXPECT_EQ(get("1.1.0").value, "changed");
-}
-
 TEST_F(ResolveTest, LiveObjectsAreAskedAgainWhenDue) {
     fake.system_items["date"] = "first";
     EXPECT_EQ(get("1.14.0").value, "first");

@@ -9,29 +9,16 @@ class VapHotspotTest : public AgentTest {};
 TEST_F(VapHotspotTest, SettingsChangeOnlyItemsThatExist) {
     expect_existing_only(
         GROUP, {{"3.2.1.1.1.1", "hs20_status", {"2>enable"}, {"3"}},
-                {"3.2.1.3.1.1", "internet_access.network_type", {"5", "14", "15"}, {"6", "13", "16"}},
-                {"3.2.1.4.1.1", "venue_type.group", {"11"}, {"12"}},
-                {"3.2.1.6.1.2.1.1.5", "venue:4.language", {"0>eng"}, {"1"}},
-                {"3.2.1.6.1.3.1.1.1", "venue:0.name", {"Main Hall"}, {"", "Main/Hall"}},
-                {"3.2.1.7.1.1", "net_auth.type", {"-1", "3"}, {"4"}},
                 {"3.2.1.8.1.1", "net_auth.addr", {"http://", "https://x"}, {"", "ftp://x", "HTTP://x"}},
                 {"3.2.1.9.1.2.1.1.2", "oui:1.value", {"506F9A>506f9a"}, {"506F9", "506F9G", "0123456789"}},
                 {"3.2.1.12.1.2.1.1.3", "realm:2.value", {"a.org;b.de"}, {"", ";"}},
                 {"3.2.1.12.1.3.1.2.1.1.5.4", "EAP.rule:4.index:3.type", {"0", "21", "25"}, {"13", "none"}},
-                {"3.2.1.13.1.2.1.1.1", "domain:0.value", {"example.org"}, {"", "example.info"}},
                 {"3.2.1.14.1.2.1.1.1",
                  "cellular:0.value",
                  {"310f26", "310F26>310f26", "310260"},
                  {"31a026", "31f026", "31026"}}});
     for (const char *no_row : {"3.2.1.7.3.1", "3.2.1.12.1.3.1.2.1.1.5.5", "3.2.1.12.1.3.1.2.1.1.5"})
         EXPECT_EQ(queued_by(no_row, "0"), REFUSED) << no_row;
-}
-
-TEST_F(VapHotspotTest, StoredTextsAndWhatTheyShow) {
-    expect_shown({{GROUP, "hs20_status", "3.2.1.1.1.1", {"enable>2", ">1"}},
-                  {GROUP, "net_auth.type", "3.2.1.7.1.1", {"", "-1"}},
-                  {GROUP, "venue:1.language", "3.2.1.6.1.2.1.1.2", {"eng>0", "deu>-1"}},
-                  {GROUP, "EAP.rule:1.index:2.type", "3.2.1.12.1.3.1.2.1.1.2.3", {"25"}}});
 }
 
 // All 640 rows, last arc fastest, each with its own item and each item read once.

@@ -8,26 +8,18 @@ class VapRadioTest : public AgentTest {};
 
 TEST_F(VapRadioTest, WhatASetQueues) {
     fake.offload[1] = true;
-    expect_sets({{"3.1.1.53.1.1", "rf1_vap1 frag_threshold=", {"256"}, {}},
-                 {"3.1.1.53.2.1", "", {"256>"}, {"255"}},
-                 {"3.1.1.53.2.17", "", {}, {"256"}},
-                 {"3.1.1.55.1.1", "rf1_vap1 xretries_threshold=", {"0"}, {"many"}},
-                 {"3.1.1.56.1.1", "rf1_vap1 hidessid=", {"1>disable", "2>enable"}, {}},
-                 {"3.1.1.61.1.1", "rf1_vap1 mcast_rate=", {"0>6000", "04>5500", "11>54000"}, {}},
-                 {"3.1.1.62.1.1", "rf1_vap1 mgmt_rate=", {"0>12", "11>108"}, {}},
-                 {"3.1.1.63.1.1", "rf1_vap1 recv_rssi_threshold=", {"-95"}, {}}});
+    expect_sets({{"3.1.1.53.2.1", "", {"256>"}, {"255"}},
+                 {"3.1.1.61.1.1", "rf1_vap1 mcast_rate=", {"0>6000", "04>5500", "11>54000"}, {}}});
 }
 
 TEST_F(VapRadioTest, RoamingChangesOnlyItemsThatExist) {
     expect_existing_only(
         "rf1_vap2_sec",
-        {{"3.1.1.64.1.2", "roam_11r.enabled", {"2>enable"}, {"3"}},
-         {"3.1.1.65.1.2", "roam_11r.mobility_domain", {"43981>abcd", "10>000a"}, {"0", "65536"}},
+        {{"3.1.1.65.1.2", "roam_11r.mobility_domain", {"43981>abcd", "10>000a"}, {"0", "65536"}},
          {"3.1.1.66.1.2",
           "roam_11r.roam_own_key",
           {KEY + ">" + ENCODED_KEY},
           {KEY + "f", "0123456789 bcdef"}},
-         {"3.1.1.67.1.2", "roam_11r.roam_overds", {"1>disable"}, {"3"}},
          {"3.1.1.68.1.1.1.2.5",
           "roam_11r.remote_ap:4.roam_mac",
           {"00-11-22-aa-bb-cc>00:11:22:AA:BB:CC"},
@@ -41,13 +33,7 @@ TEST_F(VapRadioTest, StoredTextsAndWhatTheyShow) {
     const std::string group = "rf1_vap1", security = "rf1_vap1_sec";
     fake.offload[0] = true;
     expect_shown(
-        {{"rf2_vap1", "frag_threshold", "3.1.1.53.2.1", {"2346"}},
-         {group, "frag_threshold", "3.1.1.53.1.1", {"2346>-1"}},
-         {group, "dtim_period", "3.1.1.54.1.1", {"007>7"}},
-         {group, "wmm", "3.1.1.58.1.1", {"enable>2"}},
-         {group, "mcast_rate", "3.1.1.61.1.1", {"24000>8", "12>-1"}},
-         {group, "mgmt_rate", "3.1.1.62.1.1", {"12>0", ">-1"}},
-         {security, "roam_11r.enabled", "3.1.1.64.1.1", {">1"}},
+        {{group, "dtim_period", "3.1.1.54.1.1", {"007>7"}},
          {security, "roam_11r.mobility_domain", "3.1.1.65.1.1", {"00ff>255", "0>", "10000>", "x>"}},
          {security, "roam_11r.roam_own_key", "3.1.1.66.1.1", {ENCODED_KEY + "00>" + KEY, "3031>"}},
          {security, "roam_11r.remote_ap:1.roam_key", "3.1.1.68.1.2.1.1.2", {ENCODED_KEY + ">" + KEY}}});

@@ -12,22 +12,6 @@ static std::string radio_wide(int radio, const std::string &item) {
 
 class VapSecurityTest : public AgentTest {};
 
-TEST_F(VapSecurityTest, WhatASetQueues) {
-    const std::string g = "rf2_vap16_sec ", longest(64, 's'), server = g + "radius.server:";
-    expect_sets({{"3.1.1.25.2.16", g + "mode=", {"1>open", "2>shared", "3>auto"}, {}},
-                 {"3.1.1.34.2.16", g + "wpa.type=", {"0>psk", "1>passphrase"}, {}},
-                 {"3.1.1.35.2.16", g + "wpa.passphrase=", {"", "a b", longest}, {}},
-                 {"3.1.1.40.2.16", server + "0.ip=", {"10.0.0.1"}, {"", "10.0.0"}},
-                 {"3.1.1.41.2.16", server + "0.port=", {"1", "65535"}, {"", "0", "65536"}},
-                 {"3.1.1.42.2.16", server + "0.secret=", {longest}, {"", "a b"}},
-                 {"3.1.1.43.2.16", server + "1.ip=", {"", "10.0.0.1"}, {"10.0.0"}},
-                 {"3.1.1.44.2.16", server + "1.port=", {"", "65535"}, {"0"}},
-                 {"3.1.1.48.2.16", server + "0.interimIntr=", {"0", "60", "600"}, {"", "30", "601"}},
-                 {"3.1.1.50.2.16", server + "1.acctport=", {"", "1813"}, {"x"}},
-                 {"3.1.1.51.2.16", server + "1.interimIntr=", {"", "0", "600"}, {"30"}},
-                 {"3.1.1.43.2.17", "", {}, {"", "10.0.0.1"}}});
-}
-
 TEST_F(VapSecurityTest, AuthenticationMode) {
     struct {
         const char *mode, *wep, *eap, *shown;
@@ -56,17 +40,6 @@ TEST_F(VapSecurityTest, AuthenticationMode) {
     EXPECT_EQ(queued_text("3.1.1.24.2.2", "1"), group + "mode=shared + " + wep);
     fake.offload[1] = true;
     EXPECT_EQ(queued_by("3.1.1.24.2.2", "2"), REFUSED);
-}
-
-TEST_F(VapSecurityTest, StoredTextsAndWhatTheyShow) {
-    const std::string group = "rf2_vap1_sec";
-    expect_shown({{group, "mode", "3.1.1.25.2.1", {"shared>2", "auto>3", "8021x>1"}},
-                  {group, "wep.txidx", "3.1.1.26.2.1", {"4", ">0"}},
-                  {group, "wep.keylen", "3.1.1.27.2.1", {"64>1", "152>3", "40>4"}},
-                  {group, "wep.method", "3.1.1.28.2.1", {"ascii>1", ">2"}},
-                  {group, "wep.key3", "3.1.1.32.2.1", {"k e y"}},
-                  {group, "wpa.type", "3.1.1.34.2.1", {"passphrase>1", "x>0"}},
-                  {group, "dynwep.keylen", "3.1.1.37.2.1", {"64>1", "152>2"}}});
 }
 
 TEST_F(VapSecurityTest, StaticWepIsWrittenToTheWholeRadio) {

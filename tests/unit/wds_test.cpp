@@ -8,25 +8,6 @@ class WdsTest : public AgentTest {
     }
 };
 
-TEST_F(WdsTest, AlwaysHasSixteenRows) {
-    std::string oid = "4.1.1.1";
-    for (int row = 0; row < 16; row++) {
-        const std::string link = std::to_string(row % 8 + 1);
-        const Answer answer = next(oid);
-        EXPECT_EQ(answer, (Answer{INTEGER, "4.1.1.1." + std::to_string(row / 8 + 1) + "." + link, link}));
-        oid = answer.oid;
-    }
-    EXPECT_EQ(next(oid).oid, "4.1.1.2.1.1");
-    for (const Object &object : OBJECTS) {
-        if (object.is_branch() || object.entry_oid() != "4.1.1" || object.access != READ_WRITE) continue;
-        for (const char *row : {"3.1", "1.9", "1", "1.2.3", "1.0"})
-            EXPECT_EQ(queued_by(std::string(object.oid) + "." + row, object.type == STRING ? "" : "1"),
-                      REFUSED)
-                << object.name << " row " << row;
-    }
-    EXPECT_EQ(traced([] { set("4.1.1.2.1.9", "integer 1"); }).find("SET str="), std::string::npos);
-}
-
 TEST_F(WdsTest, ALinkNeedsTheRadiosAutomaticRateAndAFixedChannel) {
     fake.item("rf1", "rate", "54M");
     fake.item("rf1", "channel", "6");
@@ -103,13 +84,4 @@ TEST_F(WdsTest, KeyParametersNeedTheStoredSwitch) {
               Items{"rf1_wds1 wpa.passphrase=" + std::string(64, 'a')});
     fake.item("rf1_wds1", "wep.method", "hex");
     EXPECT_EQ(set_link("7.1.1", "0123456789abc"), REFUSED);
-}
-
-TEST_F(WdsTest, StoredTextsAndWhatTheyShow) {
-    const std::string group = "rf2_wds5";
-    expect_shown({{group, "wep.keylen", "4.1.1.5.2.5", {"152>3", "256>Unallowable WEP Key Length"}},
-                  {group, "wep.method", "4.1.1.6.2.5", {"ascii>1", ">2"}},
-                  {group, "wpa.enc", "4.1.1.8.2.5", {"rc4-tkip>1", "both>Invalid WPA Cipher Suite"}},
-                  {group, "wpa.type", "4.1.1.9.2.5", {"x>2"}},
-                  {group, "wpa.passphrase", "4.1.1.10.2.5", {"a passphrase"}}});
 }
