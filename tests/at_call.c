@@ -11,6 +11,7 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/ptrace.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
 #include <sys/user.h>
@@ -23,14 +24,17 @@ static void on_term(int signal) {
     stop = 1;
 }
 
-// Calls that reach the disk to change it. Writes to standard error and sockets are none.
-static bool may_fail(const struct __ptrace_syscall_info *call) {
+// Calls that reach the disk to change it. Writes to pipes and sockets are none.
+static bool may_fail(pid_t thread, const struct __ptrace_syscall_info *call) {
     const __uint64_t *a = call->entry.args;
+    char path[64];
+    struct stat facts;
     switch (call->entry.nr) {
         case SYS_openat:
             return a[2] & (O_CREAT | O_WRONLY | O_RDWR);
         case SYS_write:
-            return a[0] > 2;
+            snprintf(path, sizeof path, "/proc/%d/fd/%llu", thread, (unsigned long long)a[0]);
+            return stat(path, &facts) == 0 && S_ISREG(facts.st_mode);
         case SYS_pwrite64:
         case SYS_fsync:
         case SYS_fdatasync:
@@ -103,7 +107,7 @@ int main(int argc, char **argv) {
             ptrace(PTRACE_GET_SYSCALL_INFO, thread, sizeof call, &call);
             const bool entry = call.op == PTRACE_SYSCALL_INFO_ENTRY;
             if (!entry && thread == failing) change_registers(thread, false, error), failing = 0;
-            if (entry && (!error || may_fail(&call)) && --left == 0) {
+            if (entry && (!error || may_fail(thread, &call)) && --left == 0) {
                 fputs("the fault came\n", stderr);
                 if (error)
                     change_registers(thread, true, error), failing = thread;
