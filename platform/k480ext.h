@@ -11,9 +11,9 @@ constexpr size_t IFNAME_SIZE = 64;
 constexpr int IFNAME_VAP = 1;               // kind of interface for get_ifname_by_idx
 constexpr unsigned CAPABILITY_11AC = 0x20;  // 802.11ac and 80 MHz
 
-// One associated station. A record exchanged with the library, in memory: the offsets are fixed, integers have the
-// machine's own byte order (the access points with such a library are big-endian), the bytes between the named fields
-// are the library's own.
+// One associated station. A record exchanged with the library, in memory: the offsets are fixed, integers
+// have the machine's own byte order (the access points with such a library are big-endian), the bytes between
+// the named fields are the library's own.
 struct sta_entry {
     uint8_t reserved0[4];
     char mac[18];  // "00:1a:2b:3c:4d:5e"
