@@ -79,21 +79,21 @@ static bool all_in_column(const Grid &grid, size_t column, Test test) {
 }
 
 // How a column shows in the aligned layout.
-struct Place {
+struct ShownColumn {
     size_t column, width;
     bool to_the_right;
 };
 
-static std::vector<Place> places(const Grid &grid) {
+static std::vector<ShownColumn> places(const Grid &grid) {
     const auto is_empty = [](const std::string &text) { return text.empty(); };
     const auto is_number = [](const std::string &text) {
         return text.empty() || number_or_text(text).is_number();
     };
-    std::vector<Place> shown;
+    std::vector<ShownColumn> shown;
     for (size_t i = 0; i < grid.columns.size(); i++) {
         if (!grid.rows.empty() && all_in_column(grid, i, is_empty)) continue;
-        Place place{i, grid.columns[i].heading.size(),
-                    grid.columns[i].is_number && all_in_column(grid, i, is_number)};
+        ShownColumn place{i, grid.columns[i].heading.size(),
+                          grid.columns[i].is_number && all_in_column(grid, i, is_number)};
         for (const auto &row : grid.rows) place.width = std::max(place.width, printable(row[i]).size());
         shown.push_back(place);
     }
@@ -102,17 +102,17 @@ static std::vector<Place> places(const Grid &grid) {
 
 size_t aligned_width(const Grid &grid) {
     size_t width = 0;
-    for (const Place &place : places(grid)) width += place.width + (width > 0 ? 2 : 0);
+    for (const ShownColumn &place : places(grid)) width += place.width + (width > 0 ? 2 : 0);
     return width;
 }
 
 static void print_vertical(const Grid &grid) {
-    const std::vector<Place> shown = places(grid);
+    const std::vector<ShownColumn> shown = places(grid);
     size_t width = 0;
-    for (const Place &place : shown) width = std::max(width, grid.columns[place.column].heading.size());
+    for (const ShownColumn &place : shown) width = std::max(width, grid.columns[place.column].heading.size());
     for (size_t row = 0; row < grid.rows.size(); row++) {
         if (row > 0) puts("");
-        for (const Place &place : shown) {
+        for (const ShownColumn &place : shown) {
             const std::string &text = grid.rows[row][place.column];
             const std::string heading = grid.columns[place.column].heading + ":";
             if (!text.empty())
@@ -122,10 +122,10 @@ static void print_vertical(const Grid &grid) {
 }
 
 static void print_aligned(const Grid &grid) {
-    const std::vector<Place> shown = places(grid);
+    const std::vector<ShownColumn> shown = places(grid);
     const auto print_line = [&](const auto &text_of) {
         std::string line;
-        for (const Place &place : shown) {
+        for (const ShownColumn &place : shown) {
             const std::string text = text_of(place.column);
             const std::string fill(place.width - text.size(), ' ');
             line += (place.to_the_right ? fill + text : text + fill) + "  ";
