@@ -90,7 +90,7 @@ TEST_F(Tables, ARuleReadsLikeAFirewallsListing) {
 
 TEST_F(Tables, Layouts) {
     values({{"L2FirewallPrivilegeMAC.1", "a,\"\x1b"},
-            {"L2FirewallPrivilegeMAC.12", "b"},
+            {"L2FirewallPrivilegeMAC.12", "\""},
             {"L2FirewallPrivilegeIP.1", ""},
             {"L2FirewallPrivilegeEnabled.1", "2"},
             {"L2FirewallPrivilegeEnabled.12", "7"}});
@@ -98,15 +98,15 @@ TEST_F(Tables, Layouts) {
     EXPECT_EQ(out,
               "number  MAC address  state\n"
               "     1  a,\"\\x1b      enabled\n"
-              "    12  b            7\n");
+              "    12  \"            7\n");
     options.csv = true;
     EXPECT_EQ(print("privilege"), EXIT_DONE);
-    EXPECT_EQ(out, "number,MAC address,IP address,state\n1,\"a,\"\"\\x1b\",,enabled\n12,b,,7\n");
+    EXPECT_EQ(out, "number,MAC address,IP address,state\n1,\"a,\"\"\\x1b\",,enabled\n12,\"\"\"\",,7\n");
     client.json = true;
     EXPECT_EQ(print("privilege"), EXIT_DONE);
     EXPECT_EQ(out, R"([
 {"number":1,"MAC address":"a,\"\u001b","IP address":null,"state":"enabled"},
-{"number":12,"MAC address":"b","IP address":null,"state":7}
+{"number":12,"MAC address":"\"","IP address":null,"state":7}
 ]
 )");
     client.json = options.csv = false;

@@ -58,6 +58,14 @@ class WalkTest : public testing::Test {
     std::map<const Object *, Cell> first;  // first instance of each object
 };
 
+TEST(Registry, NoTwoObjectsShowTheSameSystemItem) {
+    std::set<std::string_view> items;
+    for (const Object &object : OBJECTS)
+        if (object.system) {
+            EXPECT_TRUE(items.insert(object.system).second) << object.name;
+        }
+}
+
 TEST_F(WalkTest, VisitsTheObjectsInRegistrationOrder) {
     ASSERT_GT(cells.size(), 30U);
     const Object *last = OBJECTS;

@@ -243,6 +243,8 @@ TEST_F(StationTest, WhatTheToolPrints) {
         {"H\n00:1a:2b:3c:4d:-5 1 2 3 4 5 6 7 8 9 10 11 12 13\n", ""},
         // A line that is longer than a piece goes on as another line.
         {"H\n" + std::string(1022, ' ') + good, "x12"},
+        {"H\n" + std::string(1022, ' ') + line_of("10:1a:2b:3c:4d:5e", "x"), ""},
+        {"H\n" + std::string(1021, ' ') + line_of("10:1a:2b:3c:4d:5e", "x"), "x12"},
         {"H\n" + std::string(10000, 'z') + good, ""},
         {"H\n" + std::string(1000, ' ') + good, ""},
     };
