@@ -123,12 +123,12 @@ TEST_F(WalkTest, ValuesOutOfBoundsAreRefused) {
     EXPECT_EQ(pending_items, nullptr) << "a refused SET queues nothing";
 }
 
-// Counted lists have 120 rows and more, so that row 100 is one of them.
+// Counted lists have 110 rows and more, so that row 100 is one of them.
 class WriteWalk : public testing::Test {
   protected:
     AgentOnDevice agent{"--demo",
                         {"bfirewall table_size 120", "bfw_service table_size 120", "bfw_dai dtbl_size 120",
-                         "bfw_dai ptbl_size 120"}};
+                         "bfw_dai ptbl_size 110"}};
 
     WriteWalk() { agent.root.write("/sbin/zevwes", ""); }  // a feature that the demo's device lacks
 

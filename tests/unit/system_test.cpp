@@ -26,7 +26,7 @@ TEST_F(SystemTest, PreconditionsReadTheStore) {
 }
 
 TEST_F(SystemTest, StoredTextsAndWhatTheyShow) {
-    expect_shown({{"wan_ip", "mgmt_vid", "1.24.0", {"4096>1", "4094>2"}},
+    expect_shown({{"wan_ip", "mgmt_vid", "1.24.0", {"4095>1", "4094>2"}},
                   {"systime", "timezone", "1.4.0", {"Asia/Taipei>16"}}});
     fake.item("systime", "timezone", "Mars/Olympus");
     build();
