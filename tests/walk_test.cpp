@@ -26,7 +26,7 @@ int __wrap_get_sys_item(const char *name, char *out) {
 }
 cfg_item *__real_append_cfg_item(cfg_item *list, unsigned group_id, const char *key, const char *value);
 cfg_item *__wrap_append_cfg_item(cfg_item *list, unsigned group_id, const char *key, const char *value) {
-    queued[std::string(group_name(group_id)) + " " + key] = value;
+    if (const char *group = group_name(group_id)) queued[std::string(group) + " " + key] = value;
     return __real_append_cfg_item(list, group_id, key, value);
 }
 int __real_get_cfg_item_by_str(zevcfg_handle *handle, const char *group, const char *key, char *out);
