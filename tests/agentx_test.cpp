@@ -75,6 +75,7 @@ class SnmpTest : public testing::Test {
                        {ZEVSIC_BIN_DIR "/zevsic-agentx", "-f", "--master", root.path("/tmp/master")});
         front_end = start(options, root.path("/tmp/front_end"));
     }
+    void hides_nothing();
     bool knows_everything() const {
         return eventually(
             [&] { return root.read("/tmp/front_end").find("every object is known") != std::string::npos; });
@@ -272,6 +273,55 @@ TEST_F(SnmpTest, SetsAllOrNothing) {
     EXPECT_NE(tool("snmpgetnext", full("1.1")).find("lobby"), std::string::npos);
     tool("snmpset", NAME + " s hall");
     EXPECT_NE(tool("snmpgetnext", full("1.1")).find("hall"), std::string::npos);
+}
+
+TEST_F(SnmpTest, ALateDaemonHidesNothing) {
+    run_zevcfg({"set", "--current", "snmp", "sample_time", "0"});
+    start_all();
+    hides_nothing();
+}
+
+TEST_F(SnmpTest, WithoutAMasterItIsTheSame) {
+    run_zevcfg({"set", "--current", "snmp", "sample_time", "0"});
+    start_daemon();
+    root.write("/etc/snmpd.conf", "rwcommunity private 127.0.0.1\nsysName listener\n");
+    start_front_end(
+        {"--listen", "udp:127.0.0.1:" + std::to_string(port), "--config", root.path("/etc/snmpd.conf")});
+    ASSERT_TRUE(answers_within(20000));
+    EXPECT_EQ(value(".1.3.6.1.2.1.1.5.0"), "\"listener\"\n");
+    hides_nothing();
+}
+
+// While the daemon is busy with a tool, and while it is stopped.
+void SnmpTest::hides_nothing() {
+    ASSERT_TRUE(knows_everything());
+    const size_t values = parse_walk(tool("snmpbulkwalk", SUBTREE)).size();
+    mkfifo(root.path("/tmp/gate").c_str(), 0600);  // the scan goes on when the test opens it
+    root.write_tool("/sbin/iwlist", "read -r word <" + root.path("/tmp/gate"));
+    for (const bool stopped : {false, true}) {
+        if (stopped) kill(daemon, SIGSTOP);
+        Timed ours;
+        std::thread waiting([&] { ours = timed_get(NAME + " " + DESCRIPTION + " " + full("1.59.0")); });
+        const size_t walked = parse_walk(tool("snmpbulkwalk", SUBTREE)).size();
+        const Timed stored = timed_get(NAME), other = timed_get(OTHER_SUBTREE);
+        waiting.join();
+        EXPECT_GE(walked + 4, values) << "neighbours come and go";
+        EXPECT_EQ(value(NAME), "\"zevsic-demo\"\n");
+        EXPECT_NE(ours.text.find(full("1.59.0") + " = STRING:"), std::string::npos) << ours.text;
+        EXPECT_NE(other.text.find(" = STRING:"), std::string::npos);
+        for (const int ms : {ours.ms, stored.ms}) EXPECT_LT(ms, 1000);
+        EXPECT_LT(other.ms, 300);
+        EXPECT_NE(tool("snmpset", NAME + " s late").find("genError"), std::string::npos);
+        EXPECT_NE(tool("snmpget", NAME).find("zevsic-demo"), std::string::npos);
+    }
+    root.write_tool("/sbin/iwlist", "exit 0");
+    close(open(root.path("/tmp/gate").c_str(), O_WRONLY | O_NONBLOCK));  // nobody may wait there
+    kill(daemon, SIGCONT);
+    EXPECT_TRUE(
+        eventually([&] { return tool("snmpset", NAME + " s soon").find("soon") != std::string::npos; }));
+    EXPECT_EQ(value(NAME), "\"soon\"\n") << "a SET that failed is not executed later";
+    const std::string log = root.read("/tmp/front_end");
+    EXPECT_EQ(log.find("connected"), log.rfind("connected")) << log;
 }
 
 // What was never known, or too long ago, costs its request, and no session.
