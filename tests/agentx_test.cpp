@@ -297,7 +297,12 @@ void SnmpTest::hides_nothing() {
     ASSERT_TRUE(knows_everything());
     const size_t values = parse_walk(tool("snmpbulkwalk", SUBTREE)).size();
     mkfifo(root.path("/tmp/gate").c_str(), 0600);  // the scan goes on when the test opens it
-    root.write_tool("/sbin/iwlist", "read -r word <" + root.path("/tmp/gate"));
+    root.write_tool("/sbin/iwlist",
+                    "touch " + root.path("/tmp/scan") + "; read -r word <" + root.path("/tmp/gate"));
+    // Asked past the front end, which does not ask again for rows that it has just read.
+    const pid_t other_client =
+        start({ZEVSIC_BIN_DIR "/zevctl", "walk", "NeighborhoodAPSSIDName"}, root.path("/tmp/out"));
+    EXPECT_TRUE(eventually([this] { return root.has("/tmp/scan"); }));
     for (const bool stopped : {false, true}) {
         if (stopped) kill(daemon, SIGSTOP);
         Timed ours;
@@ -316,6 +321,7 @@ void SnmpTest::hides_nothing() {
     }
     root.write_tool("/sbin/iwlist", "exit 0");
     close(open(root.path("/tmp/gate").c_str(), O_WRONLY | O_NONBLOCK));  // nobody may wait there
+    end(other_client);
     kill(daemon, SIGCONT);
     EXPECT_TRUE(
         eventually([&] { return tool("snmpset", NAME + " s soon").find("soon") != std::string::npos; }));
