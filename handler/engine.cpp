@@ -38,7 +38,8 @@ static bool append_arc(std::string *out, char letter, const Table *table, const 
     return true;
 }
 
-void expand(std::string *out, const char *pattern, const Table *table, const Row &row) {
+// A pattern with the row's numbers in place. The row may have fewer arcs than the table.
+static void expand(std::string *out, const char *pattern, const Table *table, const Row &row) {
     out->clear();
     for (; *pattern != '\0'; pattern++) {
         if (*pattern != '%' || pattern[1] == '\0')
@@ -54,10 +55,10 @@ static std::string row_text(const Row &row) {
     return text;
 }
 
-// Traces the pattern with a text and the result of its read.
+// Traces the pattern, if there is one, with a text and the result of its read.
 static void trace_row(const HandlerCall &call, const char *pattern, const Row &row, const std::string &text,
                       int result) {
-    if (!trace_on()) return;
+    if (!pattern || !trace_on()) return;
     std::string out;
     for (; *pattern != '\0'; pattern++) {
         if (*pattern != '%' || pattern[1] == '\0') {
@@ -85,7 +86,7 @@ static void trace_row(const HandlerCall &call, const char *pattern, const Row &r
 
 // ---- groups and items ----
 
-unsigned group_id(const char *pattern, const Row &row) {
+static unsigned id_of_pattern(const char *pattern, const Row &row) {
     struct Family {
         const char *pattern;
         const unsigned *ids;
@@ -142,10 +143,10 @@ std::string group_name(const HandlerCall &call, const Row &row) {
 }
 
 unsigned group_id(const HandlerCall &call, const Row &row) {
-    return group_id(group_pattern(call), row);
+    return id_of_pattern(group_pattern(call), row);
 }
 
-std::string item_key(const HandlerCall &call, const Row &row) {
+static std::string item_key(const HandlerCall &call, const Row &row) {
     std::string key;
     expand(&key, call.object.key, call.table, row);
     return key;
@@ -163,7 +164,7 @@ Reading read_row(const HandlerCall &call, const Row &row) {
         reading = read_item(group.c_str(), key.c_str());
     }
     const char *trace = call.object.trace ? call.object.trace : call.table ? call.table->trace : READ_TRACE;
-    if (trace) trace_row(call, trace, row, reading.text, reading.result);
+    trace_row(call, trace, row, reading.text, reading.result);
     return reading;
 }
 
@@ -300,7 +301,7 @@ static std::string stored(const HandlerCall &call, const Hooks &hooks) {
 
 static std::string cell(const HandlerCall &call, const Row &row, const Hooks &hooks) {
     if (call.object.shows_arc) {
-        if (call.object.trace) trace_row(call, call.object.trace, row, "", 0);
+        trace_row(call, call.object.trace, row, "", 0);
         return std::to_string(row[row.count - 1]);
     }
     if (!has_setting(call.object, row)) return "-1";

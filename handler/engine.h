@@ -22,9 +22,6 @@ snmp_reply *ordinary(const HandlerCall &call, const Hooks &hooks);
 
 // ---- rows ----
 
-// A pattern with the row's numbers in place (registry/object.h). The row may have fewer arcs than the table.
-void expand(std::string *out, const char *pattern, const Table *table, const Row &row);
-
 // Calls `visit(row)` for every row of the table, last arc fastest. `count` bounds the last arc: arcs begin at
 // the table's low numbers.
 template <typename Visit>
@@ -70,13 +67,9 @@ bool accept_row(const HandlerCall &call, Row *row);
 
 // ---- items ----
 
-// The store's numeric id of a group's pattern, for queuing.
-unsigned group_id(const char *pattern, const Row &row);
-
-// Name and id of the object's group for a row.
+// Name of the object's group for a row, and the store's numeric id of it, for queuing.
 std::string group_name(const HandlerCall &call, const Row &row);
 unsigned group_id(const HandlerCall &call, const Row &row);
-std::string item_key(const HandlerCall &call, const Row &row);
 
 // Reads the object's item of a row, from the store or from the system, and traces it. With a key (a pattern)
 // another item of the group, traced as the table says or not at all.
