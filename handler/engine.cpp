@@ -86,7 +86,7 @@ static void trace_row(const HandlerCall &call, const char *pattern, const Row &r
 
 // ---- groups and items ----
 
-static unsigned id_of_pattern(const char *pattern, const Row &row) {
+unsigned group_id(const char *pattern, const Row &row) {
     struct Family {
         const char *pattern;
         const unsigned *ids;
@@ -143,7 +143,7 @@ std::string group_name(const HandlerCall &call, const Row &row) {
 }
 
 unsigned group_id(const HandlerCall &call, const Row &row) {
-    return id_of_pattern(group_pattern(call), row);
+    return group_id(group_pattern(call), row);
 }
 
 static std::string item_key(const HandlerCall &call, const Row &row) {

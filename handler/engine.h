@@ -67,7 +67,10 @@ bool accept_row(const HandlerCall &call, Row *row);
 
 // ---- items ----
 
-// Name of the object's group for a row, and the store's numeric id of it, for queuing.
+// The store's numeric id of a group's pattern, for queuing.
+unsigned group_id(const char *pattern, const Row &row);
+
+// Name and id of the object's group for a row.
 std::string group_name(const HandlerCall &call, const Row &row);
 unsigned group_id(const HandlerCall &call, const Row &row);
 
