@@ -188,6 +188,13 @@ void queue_row(const HandlerCall &call, const Row &row, const std::string &text)
     queue_row(call, row, item_key(call, row).c_str(), text);
 }
 
+snmp_reply *set_switches(const HandlerCall &call, const Row &row,
+                         std::initializer_list<std::pair<const char *, bool>> switches) {
+    for (const auto &[key, on] : switches) queue_row(call, row, key, on ? "enable" : "disable");
+    store_cell(call, row, call.value);
+    return set_accepted(call);
+}
+
 bool has_item(const HandlerCall &call, const Row &row) {
     return read_item(group_id(call, row), item_key(call, row).c_str()).result != STORE_NO_SUCH_ITEM;
 }

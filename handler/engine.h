@@ -4,6 +4,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 #include "handler/toolkit.h"
 #include "handler/value.h"
@@ -82,6 +83,10 @@ std::string read_row(const HandlerCall &call, const Row &row, const char *key);
 // Queues the object's item, or a further item of the group.
 void queue_row(const HandlerCall &call, const Row &row, const std::string &text);
 void queue_row(const HandlerCall &call, const Row &row, const char *key, const std::string &text);
+
+// The end of a SET of a value that is several switches in the store: queues each, by its key, and accepts.
+snmp_reply *set_switches(const HandlerCall &call, const Row &row,
+                         std::initializer_list<std::pair<const char *, bool>> switches);
 
 // True when the group has the object's item.
 bool has_item(const HandlerCall &call, const Row &row);

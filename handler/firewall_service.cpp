@@ -7,12 +7,9 @@
 #include "handler/firewall.h"
 #include "handler/rules.h"
 
-// Ports: one, a range with ':' or a list with blanks; empty is any.
-struct Service {
-    const char *name, *protocol, *source_ports, *destination_ports;
-};
-
-static constexpr Service PREDEFINED[] = {
+// By column: name, protocol, source and destination ports. Ports are one, a range with ':' or a list with
+// blanks; empty is any.
+static constexpr const char *PREDEFINED[][4] = {
     {"ALL", "", "", ""},
     {"ALL TCP", "TCP", "0:65535", "0:65535"},
     {"ALL UDP", "UDP", "0:65535", "0:65535"},
@@ -45,11 +42,12 @@ static constexpr Service PREDEFINED[] = {
 constexpr int PREDEFINED_COUNT = static_cast<int>(std::size(PREDEFINED));
 static_assert(table_of(*find_object("L2FirewallServiceName"))->predefined == PREDEFINED_COUNT);
 
+constexpr int FIRST_COLUMN = find_object("L2FirewallServiceName")->last_arc();
 static const Table &SERVICES = *table_of(*find_object("L2FirewallServiceName"));
 
 bool is_service_name(const char *text) {
-    for (const Service &predefined : PREDEFINED)
-        if (strcmp(text, predefined.name) == 0) return true;
+    for (const auto &[name, protocol, source_ports, destination_ports] : PREDEFINED)
+        if (strcmp(text, name) == 0) return true;
     const int count = last_row(SERVICES) - PREDEFINED_COUNT;
     for (int i = 0; i < count; i++)
         if (read_item(SERVICES.group, format("uds_entry:%d.name", i).c_str()).text == text) return true;
@@ -57,10 +55,11 @@ bool is_service_name(const char *text) {
 }
 
 // Rows above the predefined ones are in the list of the store, counted on from there.
-static snmp_reply *service(const HandlerCall &call, const char *Service::*predefined) {
+snmp_reply *service(const HandlerCall &call) {
     if (call.kind == KIND_GET)
         return get_rows(call, [&](const Row &row) -> std::string {
-            if (row[0] <= PREDEFINED_COUNT) return PREDEFINED[row[0] - 1].*predefined;
+            if (row[0] <= PREDEFINED_COUNT)
+                return PREDEFINED[row[0] - 1][call.object.last_arc() - FIRST_COLUMN];
             return read_row(call, {row[0] - PREDEFINED_COUNT}).text;
         });
     Row row{};
@@ -69,17 +68,4 @@ static snmp_reply *service(const HandlerCall &call, const char *Service::*predef
     queue_row(call, {row[0] - PREDEFINED_COUNT}, call.value);
     store_cell(call, row, call.value);
     return set_accepted(call);
-}
-
-snmp_reply *service_name(const HandlerCall &call) {
-    return service(call, &Service::name);
-}
-snmp_reply *service_protocol(const HandlerCall &call) {
-    return service(call, &Service::protocol);
-}
-snmp_reply *service_source_ports(const HandlerCall &call) {
-    return service(call, &Service::source_ports);
-}
-snmp_reply *service_destination_ports(const HandlerCall &call) {
-    return service(call, &Service::destination_ports);
 }

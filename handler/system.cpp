@@ -52,9 +52,14 @@ snmp_reply *log_server(const HandlerCall &call) {
                     }});
 }
 
-// The manual clock: six fields of the state record that a manager composes and then applies at once.
-static snmp_reply *clock_field(const HandlerCall &call, int32_t agent_state::*field,
-                               bool (*allowed)(int value) = nullptr) {
+// The manual clock: six fields of the state record, objects 1.8 to 1.13, that a manager composes and then
+// applies at once. A day without its year and month means nothing: unsetting either unsets the day, and a day
+// is refused while one of them is unset (such a month has −1 days).
+snmp_reply *clock_field(const HandlerCall &call) {
+    static constexpr int32_t agent_state::*FIELDS[] = {&agent_state::set_year,   &agent_state::set_month,
+                                                       &agent_state::set_day,    &agent_state::set_hour,
+                                                       &agent_state::set_minute, &agent_state::set_second};
+    const auto field = FIELDS[call.object.last_arc() - find_object("APSysSetDateYear")->last_arc()];
     if (!is_instance_0(call)) return call.reply;
     if (call.kind == KIND_GET) {
         stamp(call);
@@ -64,43 +69,15 @@ static snmp_reply *clock_field(const HandlerCall &call, int32_t agent_state::*fi
     TRACE("SET str=%s\n", call.value);
     if (!within_range(call.object, call.value)) return set_refused(call);
     const int value = atoi(call.value);
-    if (allowed && value != CLOCK_UNSET && !allowed(value)) return set_refused(call);
+    const bool is_unset = value == CLOCK_UNSET;
+    if (field == &agent_state::set_day && !is_unset &&
+        value > days_in_month(zevap->set_year, zevap->set_month))
+        return set_refused(call);
     zevap->*field = value;
+    if (is_unset && (field == &agent_state::set_year || field == &agent_state::set_month))
+        zevap->set_day = CLOCK_UNSET;
     store_cell(call, {0}, call.value);
     return set_accepted(call);
-}
-
-// A day without its year and month means nothing: unsetting either unsets the day.
-static snmp_reply *year_or_month(const HandlerCall &call, int32_t agent_state::*field) {
-    snmp_reply *reply = clock_field(call, field);
-    if (reply->reply_status == STATUS_ACCEPTED && zevap->*field == CLOCK_UNSET) zevap->set_day = CLOCK_UNSET;
-    return reply;
-}
-
-snmp_reply *clock_year(const HandlerCall &call) {
-    return year_or_month(call, &agent_state::set_year);
-}
-snmp_reply *clock_month(const HandlerCall &call) {
-    return year_or_month(call, &agent_state::set_month);
-}
-
-// Refused while the year or the month is unset: such a month has −1 days.
-static bool day_exists(int day) {
-    return day <= days_in_month(zevap->set_year, zevap->set_month);
-}
-
-snmp_reply *clock_day(const HandlerCall &call) {
-    return clock_field(call, &agent_state::set_day, day_exists);
-}
-
-snmp_reply *clock_hour(const HandlerCall &call) {
-    return clock_field(call, &agent_state::set_hour);
-}
-snmp_reply *clock_minute(const HandlerCall &call) {
-    return clock_field(call, &agent_state::set_minute);
-}
-snmp_reply *clock_second(const HandlerCall &call) {
-    return clock_field(call, &agent_state::set_second);
 }
 
 snmp_reply *clock_apply(const HandlerCall &call) {

@@ -45,6 +45,12 @@ static constexpr Transfer FTP{
     .update_command = &agent_state::ftp_update_command,
 };
 
+// Both protocols have the same objects.
+static const Transfer &transfer_of(const HandlerCall &call) {
+    static constexpr std::string_view TFTP_BRANCH = find_object("TFTPSrvIP")->entry_oid();
+    return call.object.entry_oid() == TFTP_BRANCH ? TFTP : FTP;
+}
+
 enum Direction { FROM_SERVER = 1, TO_SERVER = 2 };
 enum UpdateCommand { CLEAR, UPGRADE, BACKUP, RESTORE };
 
@@ -69,8 +75,22 @@ static snmp_reply *text_setting(const HandlerCall &call, TextField field) {
     return set_accepted(call);
 }
 
+snmp_reply *transfer_server(const HandlerCall &call) {
+    return text_setting(call, transfer_of(call).server);
+}
+snmp_reply *transfer_file(const HandlerCall &call) {
+    return text_setting(call, transfer_of(call).file);
+}
+snmp_reply *transfer_user(const HandlerCall &call) {
+    return text_setting(call, transfer_of(call).user);
+}
+snmp_reply *transfer_password(const HandlerCall &call) {
+    return text_setting(call, transfer_of(call).password);
+}
+
 // The number at the start of the value counts; a value without one is 0.
-static snmp_reply *direction_setting(const HandlerCall &call, CodeField field) {
+snmp_reply *transfer_direction(const HandlerCall &call) {
+    const CodeField field = transfer_of(call).command;
     if (!is_instance_0(call)) return call.reply;
     if (call.kind == KIND_GET) return show(call, std::to_string(zevap->*field));
     TRACE("SET str=%s\n", call.value);
@@ -162,7 +182,8 @@ static void make_due(const char *object_name) {
     if (node) node->update_stamp = 0;
 }
 
-static snmp_reply *update_command(const HandlerCall &call, const Transfer &transfer) {
+snmp_reply *transfer_update_command(const HandlerCall &call) {
+    const Transfer &transfer = transfer_of(call);
     if (!is_instance_0(call)) return call.reply;
     if (call.kind == KIND_GET) return show(call, std::to_string(zevap->*transfer.update_command));
     TRACE("SET str=%s\n", call.value);
@@ -214,38 +235,8 @@ static TransferStatus action_status(const Transfer &transfer) {
     return last == RESTORE ? RESTORE_FAILED : IDLE;
 }
 
-static snmp_reply *status_object(const HandlerCall &call, const Transfer &transfer) {
+snmp_reply *transfer_status(const HandlerCall &call) {
     if (!is_instance_0(call)) return call.reply;
     if (call.kind == KIND_SET) return set_read_only(call);
-    return show(call, std::to_string(action_status(transfer)));
-}
-
-// ---- the objects ----
-
-// Both protocols have the same objects.
-static const Transfer &transfer_of(const HandlerCall &call) {
-    static constexpr std::string_view TFTP_BRANCH = find_object("TFTPSrvIP")->entry_oid();
-    return call.object.entry_oid() == TFTP_BRANCH ? TFTP : FTP;
-}
-
-snmp_reply *transfer_server(const HandlerCall &call) {
-    return text_setting(call, transfer_of(call).server);
-}
-snmp_reply *transfer_file(const HandlerCall &call) {
-    return text_setting(call, transfer_of(call).file);
-}
-snmp_reply *transfer_user(const HandlerCall &call) {
-    return text_setting(call, transfer_of(call).user);
-}
-snmp_reply *transfer_password(const HandlerCall &call) {
-    return text_setting(call, transfer_of(call).password);
-}
-snmp_reply *transfer_direction(const HandlerCall &call) {
-    return direction_setting(call, transfer_of(call).command);
-}
-snmp_reply *transfer_update_command(const HandlerCall &call) {
-    return update_command(call, transfer_of(call));
-}
-snmp_reply *transfer_status(const HandlerCall &call) {
-    return status_object(call, transfer_of(call));
+    return show(call, std::to_string(action_status(transfer_of(call))));
 }

@@ -115,8 +115,5 @@ snmp_reply *vap_tunnel(const HandlerCall &call) {
     Row row{};
     if (!accept_row(call, &row)) return call.reply;
     const int tunnel = atoi(call.value);
-    queue_row(call, row, "tun", tunnel == NONE ? "disable" : "enable");
-    queue_row(call, row, "split_tun", tunnel == SPLIT ? "enable" : "disable");
-    store_cell(call, row, call.value);
-    return set_accepted(call);
+    return set_switches(call, row, {{"tun", tunnel != NONE}, {"split_tun", tunnel == SPLIT}});
 }

@@ -45,10 +45,7 @@ snmp_reply *link_security(const HandlerCall &call) {
     Row row{};
     if (!accept_row(call, &row)) return call.reply;
     const int type = atoi(call.value);
-    queue_row(call, row, "wep.enabled", type == WEP ? "enable" : "disable");
-    queue_row(call, row, "wpa.enabled", type == WPA ? "enable" : "disable");
-    store_cell(call, row, call.value);
-    return set_accepted(call);
+    return set_switches(call, row, {{"wep.enabled", type == WEP}, {"wpa.enabled", type == WPA}});
 }
 
 snmp_reply *link_wep_key(const HandlerCall &call) {

@@ -167,6 +167,11 @@ struct Object {
         const size_t dot = text.rfind('.');
         return dot == std::string_view::npos ? std::string_view() : text.substr(0, dot);
     }
+    constexpr int last_arc() const {
+        int arc = 0;
+        for (const char *c = oid; *c; c++) arc = *c == '.' ? 0 : 10 * arc + (*c - '0');
+        return arc;
+    }
 };
 
 // Shorthands of the lists.
