@@ -108,7 +108,7 @@ static std::string unknown_name(std::string_view name) {
 Target locate(std::string_view oid) {
     Target target;
     target.oid = oid;
-    if (!is_within(oid, ROOT) || oid.size() <= ROOT_PREFIX_LENGTH) return target;
+    if (!is_within(oid, ROOT) || oid.size() <= ROOT_PREFIX_LENGTH || !are_arcs(oid)) return target;
     const std::string_view relative = oid.substr(ROOT_PREFIX_LENGTH);
     for (const Object &object : OBJECTS) {
         const std::string_view own = object.oid;
