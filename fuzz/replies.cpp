@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "client/asker.h"
 #include "client/metrics.h"
 #include "client/output.h"
 #include "client/pass_persist.h"
@@ -31,6 +32,32 @@ static Answer next_reply() {
 
 Answer exchange(const std::string &, RequestKind, std::string_view, std::string_view, int) {
     return next_reply();
+}
+
+// Questions of pass_persist. What is waited for comes at once: the time is the fuzzer's own.
+static Clock::time_point now;
+static std::vector<DaemonQuestion> asked;
+std::chrono::steady_clock::time_point std::chrono::steady_clock::now() noexcept {
+    return ::now;
+}
+void ask(Asker *, DaemonQuestion question) {
+    asked.push_back(std::move(question));
+}
+void step(Asker *asker) {
+    asker->now = now;
+    for (const DaemonQuestion &question : std::exchange(asked, {})) {
+        const Answer answer = next_reply();
+        question.done(answer.error.empty() ? &answer.reply : nullptr);
+    }
+}
+int waiting_fd(const Asker &) {
+    return -1;
+}
+Clock::duration silence(const Asker &) {
+    return {};
+}
+void wait_for_answers(const Asker &, Clock::time_point until) {
+    now = std::max(now, until) + std::chrono::milliseconds(1);
 }
 
 static void check_reply(const snmp_reply &reply) {
@@ -71,7 +98,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         print_grid(grid, CSV);
     }
     if (command == "pass") {
-        std::istringstream in("PING\ngetnext\n.1.3.6.1.4.1.48019.6\nget\n.1.3.6.1.4.1.48019.6.1.1.0\n");
+        asked.clear();
+        std::istringstream in(
+            "PING\ngetnext\n.1.3.6.1.4.1.48019.6\nget\n.1.3.6.1.4.1.48019.6.1.1.0\n"
+            "set\n.1.3.6.1.4.1.48019.6.1.1.0\nstring \"ap\"\ngetnext\n.1.3.6.1.4.1.48019.6.3.1\n");
         std::ostringstream out;
         pass_persist("none", in, out);
     }

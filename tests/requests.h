@@ -1,13 +1,11 @@
 // Requests to the agent of this process by relative OID.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cstring>
-#include <memory>
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "registry/registry.h"
 #include "registry/wire.h"
@@ -25,23 +23,37 @@ inline std::ostream &operator<<(std::ostream &out, const Answer &answer) {
     return out << "{" << answer.status << ", \"" << answer.oid << "\", \"" << answer.value << "\"}";
 }
 
+constexpr int DIRTY = -1;  // the status of a reply that holds more than its texts
+
 inline Answer execute(RequestKind kind, const std::string &oid, const std::string &set = "") {
-    auto request = std::make_unique<snmp_request>();
-    auto reply = std::make_unique<snmp_reply>();
-    request->type = kind;
-    put_text(request->oid, std::string(ROOT_OID) + "." + oid);
-    put_text(request->set, set);
-    snmp_exec(reply.get(), request.get());
-    for (const char *text : {reply->oid, reply->value})
-        EXPECT_EQ(std::string_view(text, TEXT_SIZE).find_first_not_of('\0', strlen(text)), std::string::npos);
-    const std::string answered = reply->oid;
-    return {reply->reply_status, answered.empty() ? "" : answered.substr(ROOT_PREFIX_LENGTH), reply->value};
+    static snmp_request request;
+    static snmp_reply reply;  // all zero between requests
+    request.type = kind;
+    put_text(request.oid, std::string(ROOT_OID) + "." + oid);
+    memset(request.set, 0, TEXT_SIZE);  // a SET's may have been rewritten
+    put_text(request.set, set);
+    snmp_exec(&reply, &request);
+    Answer answer = {reply.reply_status, reply.oid, reply.value};
+    clear_reply(&reply);
+    constexpr snmp_reply CLEAR{};
+    if (memcmp(&reply, &CLEAR, sizeof reply) != 0) answer.status = DIRTY;
+    reply = CLEAR;
+    answer.oid.erase(0, ROOT_PREFIX_LENGTH);
+    return answer;
 }
 
 // The object whose OID begins the instance's.
-inline const Object *object_of(const std::string &oid) {
-    for (const Object &object : OBJECTS)
-        if (!object.is_branch() && oid.starts_with(std::string(object.oid) + ".")) return &object;
+inline const Object *object_of(std::string_view oid) {
+    static const auto objects = [] {
+        std::unordered_map<std::string_view, const Object *> by_oid;
+        for (const Object &object : OBJECTS)
+            if (!object.is_branch()) by_oid[object.oid] = &object;
+        return by_oid;
+    }();
+    for (size_t end; (end = oid.rfind('.')) != oid.npos;) {
+        oid = oid.substr(0, end);
+        if (const auto found = objects.find(oid); found != objects.end()) return found->second;
+    }
     return nullptr;
 }
 

@@ -22,7 +22,7 @@ struct cfg_item {
     cfg_item *next;
 };
 
-static std::string group_text(unsigned id) {
+static const char *group_text(unsigned id) {
     const char *name = group_name(id);
     return name ? name : "unknown group";
 }
@@ -30,7 +30,7 @@ static std::string group_text(unsigned id) {
 std::vector<std::string> list_texts(const cfg_item *head) {
     std::vector<std::string> texts;
     for (; head; head = head->next)
-        texts.push_back(group_text(head->group_id) + " " + head->key + "=" + head->value);
+        texts.push_back(group_text(head->group_id) + (" " + head->key) + "=" + head->value);
     return texts;
 }
 
@@ -38,7 +38,7 @@ template <typename Map, typename Key>
 static int read_from(const Map &map, const Key &key, char *out, size_t size = STORE_TEXT_SIZE) {
     const auto entry = map.find(key);
     if (entry == map.end()) return STORE_NO_SUCH_ITEM;
-    snprintf(out, size, "%s", entry->second.c_str());
+    out[entry->second.copy(out, size - 1)] = '\0';
     return 0;
 }
 
@@ -56,13 +56,14 @@ void close_zevcfg(zevcfg_handle *handle) {
 int get_cfg_item_by_str(zevcfg_handle *handle, const char *group, const char *key, char *out) {
     fake.items_read++;
     return read_from(handle->running ? fake.running : fake.working,
-                     std::pair<std::string, std::string>(group, key), out);
+                     std::pair<std::string_view, std::string_view>(group, key), out);
 }
 int get_cfg_item(zevcfg_handle *handle, unsigned group_id, const char *key, char *out) {
-    return get_cfg_item_by_str(handle, group_text(group_id).c_str(), key, out);
+    return get_cfg_item_by_str(handle, group_text(group_id), key, out);
 }
 
 cfg_item *append_cfg_item(cfg_item *head, unsigned group_id, const char *key, const char *value) {
+    fake.items_queued++;
     cfg_item **end = &head;
     while (*end) end = &(*end)->next;
     *end = new cfg_item{group_id, key, value, nullptr};

@@ -3,6 +3,8 @@
 
 #include <map>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -15,8 +17,22 @@ struct FakeStation {
     uint64_t tx_bytes = 0, rx_bytes = 0;
 };
 
+// Items are found by views of their texts: a column reads hundreds.
+struct ItemHash {
+    using is_transparent = void;
+    size_t operator()(const auto &item) const {
+        const std::hash<std::string_view> hash;
+        return hash(item.first) * 31 + hash(item.second);
+    }
+};
+struct ItemEqual {
+    using is_transparent = void;
+    bool operator()(const auto &a, const auto &b) const { return a.first == b.first && a.second == b.second; }
+};
+
 struct FakePlatform {
-    using Items = std::map<std::pair<std::string, std::string>, std::string>;  // group, key → value
+    using Items = std::unordered_map<std::pair<std::string, std::string>, std::string, ItemHash,
+                                     ItemEqual>;  // group, key → value
     Items working, running;
     std::map<std::string, std::string> system_items, environment;
     std::map<std::pair<int, int>, std::string> ifnames;  // radio, VAP from 0
@@ -31,7 +47,7 @@ struct FakePlatform {
     int apply_result = 0;
     bool need_reboot = false;
     int resets = 0;  // to the factory configuration
-    int items_read = 0;
+    int items_read = 0, items_queued = 0;
     std::vector<std::string> steering_calls;  // "band_steering radio vap ssid state" of each consistency call
     int open_handles = 0;
 
