@@ -1,6 +1,7 @@
 // A device root of a test's own: a temporary folder that ZEVSIC_ROOT names until the end of the test.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <cstdlib>
@@ -8,6 +9,12 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+
+inline testing::AssertionResult has(const std::string &text, const std::string &part) {
+    const bool there = text.find(part) != std::string::npos;
+    return testing::AssertionResult(there) << (there ? "there is " : "there is no ") << part << " in:\n"
+                                           << text;
+}
 
 class DeviceRoot {
   public:
