@@ -1,5 +1,5 @@
-// The walk: every registered object on the built-in store with the demo's device. A new object is tested by
-// being registered.
+// The walk: every registered object on the built-in store with the demo's
+// device. A new object is tested by being registered.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -19,11 +19,20 @@
 static std::set<std::string> missing;              // the items that the objects looked for in vain
 static std::map<std::string, std::string> queued;  // "group key" and the last text queued for it
 static std::vector<std::string> reads;             // items of the store and the system, in that order
+static std::string pretended_item;                 // reads as this text in place of its own; null: is missing
+static const char *pretended_text;
+
+static int pretended(char *out) {
+    if (!pretended_text) return STORE_NO_SUCH_ITEM;
+    strcpy(out, pretended_text);
+    return 0;
+}
 
 extern "C" {
 int __real_get_sys_item(const char *name, char *out);
 int __wrap_get_sys_item(const char *name, char *out) {
     reads.emplace_back(name);
+    if (reads.back() == pretended_item) return pretended(out);
     return __real_get_sys_item(name, out);
 }
 cfg_item *__real_append_cfg_item(cfg_item *list, unsigned group_id, const char *key, const char *value);
@@ -34,6 +43,7 @@ cfg_item *__wrap_append_cfg_item(cfg_item *list, unsigned group_id, const char *
 int __real_get_cfg_item_by_str(zevcfg_handle *handle, const char *group, const char *key, char *out);
 int __wrap_get_cfg_item_by_str(zevcfg_handle *handle, const char *group, const char *key, char *out) {
     reads.push_back(std::string(group) + " " + key);
+    if (reads.back() == pretended_item) return pretended(out);
     const int result = __real_get_cfg_item_by_str(handle, group, key, out);
     if (result != 0) missing.insert(reads.back());
     return result;
@@ -42,15 +52,18 @@ int __real_get_cfg_item(zevcfg_handle *handle, unsigned group_id, const char *ke
 int __wrap_get_cfg_item(zevcfg_handle *handle, unsigned group_id, const char *key, char *out) {
     const char *group = group_name(group_id);
     reads.push_back(std::string(group ? group : "unknown group") + " " + key);
+    if (reads.back() == pretended_item) return pretended(out);
     const int result = __real_get_cfg_item(handle, group_id, key, out);
     if (result != 0) missing.insert(reads.back());
     return result;
 }
 }
 
-// What other programs of the device and its operators rely on stands in a file beside this one, a line an
-// object in the order of the registry; an object without a line is new. A failure prints the lines that
-// differ; with ZEVSIC_RENEW set, this program makes the file anew (git diff then shows what became of it).
+// What other programs of the device and its operators rely on stands in a file
+// beside this one, a line an object in the order of the registry; an object
+// without a line is new. A failure prints the lines that differ; with
+// ZEVSIC_RENEW set, this program makes the file anew (git diff then shows what
+// became of it).
 static void expect_lines(const std::string &file, const std::vector<std::string> &lines) {
     const std::string path = ZEVSIC_SOURCE_DIR "/tests/" + file;
     if (getenv("ZEVSIC_RENEW")) {
@@ -68,7 +81,8 @@ static void expect_lines(const std::string &file, const std::vector<std::string>
     ADD_FAILURE() << "gone, or in another place: " << known;
 }
 
-// At most three texts whole, else the first and the last and how many there are.
+// At most three texts whole, else the first and the last and how many there
+// are.
 static std::string in_short(const std::vector<std::string> &texts) {
     std::string all;
     for (const std::string &text : texts) {
@@ -79,7 +93,8 @@ static std::string in_short(const std::vector<std::string> &texts) {
     return texts.front() + " | .. " + std::to_string(texts.size()) + " .. | " + texts.back();
 }
 
-// What an object's handler writes to the trace, without the lines of the tree and places in the source.
+// What an object's handler writes to the trace, without the lines of the tree
+// and places in the source.
 template <typename Action>
 static std::string trace_of(const Object &object, Action action) {
     testing::internal::CaptureStdout();
@@ -150,7 +165,8 @@ TEST_F(WalkTest, AGetAnswersWhatTheWalkSaw) {
 
 // What a GET of each object answers, reads and traces.
 TEST_F(WalkTest, AnswersAreThoseOfTheDemosDevice) {
-    // The tools follow the clock of the device, which stands still, in place of the machine's.
+    // The tools follow the clock of the device, which stands still, in place of
+    // the machine's.
     agent.root.write("/proc/uptime", "98765.25 1.00\n");
     for (const std::string tool : {"athstats", "ifconfig", "iwlist", "wlanconfig"}) {
         const std::string script = agent.root.read("/sbin/" + tool);
@@ -176,9 +192,23 @@ TEST_F(WalkTest, AnswersAreThoseOfTheDemosDevice) {
         const std::string trace = trace_of(object, [&] { values = row(rows.back()); });
         zevap->sample_time = 200;
         const std::string items = in_short(reads);
-        if (rows.size() > 1) values = row(rows.front()) + ", " + values;
-        lines.push_back(std::string(object.name) + " " + type_to_str(object.type) + " | " + values + " | " +
-                        items + " || " + (UNSTEADY.contains(object.name) ? "?" : trace));
+        std::string line = std::string(object.name) + " " + type_to_str(object.type) + " | ";
+        if (rows.size() > 1) line += row(rows.front()) + ", ";
+        line += values + " | " + items + " || " + (UNSTEADY.contains(object.name) ? "?" : trace) + " || ";
+        // What other texts in the last item show, where it is not the text itself.
+        pretended_item = reads.empty() ? "none" : reads.back();
+        for (const char *text : {(const char *)nullptr, "", "?", "0", "-1", "007", "255", "4094", "4095",
+                                 "70000", "00ff", "disable", " 17 dBm"}) {
+            pretended_text = text;
+            forget_values();
+            zevap->sample_time = 0;
+            const std::string shown = execute(KIND_GET, std::string(object.oid) + "." + rows.back()).value;
+            zevap->sample_time = 200;
+            if (!reads.empty() && shown != (text ? text : ""))
+                line += (text ? text : "none") + (">" + shown) + " ";
+        }
+        pretended_item.clear();
+        lines.push_back(line);
     }
     expect_lines("answers.txt", lines);
 }
@@ -235,6 +265,56 @@ class WriteWalk : public testing::Test {
                 some.push_back(row);
         return some;
     }
+    // What a SET traces. What it queues is dropped.
+    static std::string set_trace(const Object &object, const std::string &instance,
+                                 const std::string &value) {
+        const std::string trace = trace_of(object, [&] {
+            execute(KIND_SET, std::string(object.oid) + "." + instance, in_type(object, value));
+        });
+        free_item_list(pending_items);
+        pending_items = nullptr;
+        return trace;
+    }
+    // Which of many texts a SET accepts.
+    static std::string taken(const Object &object, const std::string &instance) {
+        std::string all;
+        for (const std::string text : {"",
+                                       "\u00e9",
+                                       "x y",
+                                       " x",
+                                       "x/y",
+                                       "~",
+                                       "a_b.org",
+                                       "a.info",
+                                       "a.org",
+                                       "a.org;b.de",
+                                       "0",
+                                       "2",
+                                       "007",
+                                       "-1",
+                                       "1x",
+                                       "99",
+                                       "256",
+                                       "0.1.2.3",
+                                       "1.2.3.4",
+                                       "fe80::1",
+                                       "::1.2.3.4",
+                                       "aF09",
+                                       "0a-1b-2c-3d-4e-5f",
+                                       "0a:1b-2c-3d-4e-5f",
+                                       "http://",
+                                       "ftp://x",
+                                       "31f026",
+                                       "310F26",
+                                       "11011",
+                                       "tcp",
+                                       "icmp"}) {
+            const std::string oid = std::string(object.oid) + "." + instance;
+            if (execute(KIND_SET, oid, in_type(object, text)).status == STATUS_ACCEPTED)
+                all += "'" + text + "' ";
+        }
+        return all;
+    }
     static void write(const char *group, const Row &row, const char *key, const std::string &text) {
         cfg_item *item = append_cfg_item(nullptr, group_id(group, row), key, text.c_str());
         EXPECT_EQ(set_cfg_items_snmp(sic_zevcfg, item), 0);
@@ -274,7 +354,8 @@ static const std::map<std::string_view, Special> SPECIALS = {
     {"L2FirewallRuleIpv4ServiceSelected", {{}, {"", "OSPF"}}},
 };
 
-// A text of the form with that many characters, or with as many as it has when it is of one length.
+// A text of the form with that many characters, or with as many as it has when
+// it is of one length.
 static std::string text_of(const Object &object, int length) {
     const auto fill = [&length](const std::string &end) {
         std::string text(std::max<int>(length - static_cast<int>(end.size()), 0), 'a');
@@ -350,9 +431,9 @@ static std::string normal(const Object &object, std::string value) {
 }
 
 TEST_F(WriteWalk, WhatIsWrittenIsStoredInAnItemOfItsOwnAndShows) {
-    // Of the last row of each object: the items that each value is stored as, what a text that stands for
-    // none shows, and what a SET traces, one that is accepted and one that is refused for the value or the
-    // row.
+    // Of the last row of each object: the items that each value is stored as;
+    // what a SET traces that is accepted, of a bad text, of no row; which texts
+    // are accepted; whether it takes the item to be there.
     std::vector<std::string> lines;
     std::map<std::string, const Object *> owners;
     int written = 0;
@@ -372,7 +453,8 @@ TEST_F(WriteWalk, WhatIsWrittenIsStoredInAnItemOfItsOwnAndShows) {
             for (const auto &[item_group, key, item] : special.items) write(item_group, row, key, item);
             for (const Need &need : object.needs)
                 if (need.key) write(group, row, need.key, need.is ? need.text : "other");
-            for (const std::string &value : special.values.empty() ? values_of(object) : special.values) {
+            const auto values = special.values.empty() ? values_of(object) : special.values;
+            for (const std::string &value : values) {
                 const std::string what = std::string(object.name) + "." + text + " = '" + value + "'";
                 queued.clear();
                 trace = trace_of(object, [&] {
@@ -397,23 +479,17 @@ TEST_F(WriteWalk, WhatIsWrittenIsStoredInAnItemOfItsOwnAndShows) {
                 written++;
             }
             if (absent) continue;
-            if (queued.size() == 1) {
-                const std::string &item = queued.begin()->first;
-                write(group, row, item.substr(item.find(' ') + 1).c_str(), "?");
-                forget_values();
-                pairs += " | ? shows " + execute(KIND_GET, oid).value;
-            }
-            const auto refused = [&](const std::string &instance, const std::string &value) {
-                return trace_of(object, [&] {
-                    execute(KIND_SET, std::string(object.oid) + "." + instance, in_type(object, value));
-                });
-            };
             line = std::string(object.name) + " " + text + pairs + " || " + trace + " || " +
-                   refused(text, "\u00e9");
+                   set_trace(object, text, "\u00e9") + " || ";
             if (table)
-                line += " || " + refused(std::string("0.0.0.0").substr(0, 2 * table->levels() - 1), "0");
-            free_item_list(pending_items);
-            pending_items = nullptr;
+                line += set_trace(object, std::string("0.0.0.0").substr(0, 2 * table->levels() - 1), "0") +
+                        " || ";
+            line += taken(object, text);
+            if (queued.size() == 1) pretended_item = queued.begin()->first;
+            queued.clear();
+            set_trace(object, text, values.back());
+            pretended_item.clear();
+            if (queued.empty()) line += " || not without an item";
         }
         lines.push_back(line);
     }
