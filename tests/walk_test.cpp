@@ -197,8 +197,11 @@ TEST_F(WalkTest, AnswersAreThoseOfTheDemosDevice) {
         line += values + " | " + items + " || " + (UNSTEADY.contains(object.name) ? "?" : trace) + " || ";
         // What other texts in the last item show, where it is not the text itself.
         pretended_item = reads.empty() ? "none" : reads.back();
-        for (const char *text : {(const char *)nullptr, "", "?", "0", "-1", "007", "255", "4094", "4095",
-                                 "70000", "00ff", "disable", " 17 dBm"}) {
+        std::vector<const char *> texts = {nullptr, "",     "?",     "0",    "-1",      "007",    "255",
+                                           "4094",  "4095", "70000", "00ff", "disable", " 17 dBm"};
+        for (const Word &word : object.words)
+            if (word.also) texts.push_back(word.also);
+        for (const char *text : texts) {
             pretended_text = text;
             forget_values();
             zevap->sample_time = 0;
@@ -314,6 +317,29 @@ class WriteWalk : public testing::Test {
                 all += "'" + text + "' ";
         }
         return all;
+    }
+    // The items that a SET reads, and the texts with which it is refused, or the only ones with which it is
+    // not.
+    static std::string conditions(const Object &object, const std::string &instance,
+                                  const std::string &value) {
+        reads.clear();
+        set_trace(object, instance, value);
+        std::vector<std::string> conditions;
+        for (const std::string &item : std::set<std::string>(reads.begin(), reads.end())) {
+            std::string accepted, refused;
+            pretended_item = item;
+            for (const char *text : {"none", "disable", "enable", "static", "dhcp", "auto", "ntp", "64",
+                                     "128", "152", "ascii", "hex", "passphrase", "psk"}) {
+                pretended_text = text;
+                const std::string oid = std::string(object.oid) + "." + instance;
+                const bool taken = execute(KIND_SET, oid, in_type(object, value)).status == STATUS_ACCEPTED;
+                (taken ? accepted : refused) += std::string(" ") + text;
+            }
+            pretended_item.clear();
+            const bool few = refused.size() < accepted.size();
+            conditions.push_back(item + (refused.empty() ? "" : few ? " not" + refused : " only" + accepted));
+        }
+        return in_short(conditions);
     }
     static void write(const char *group, const Row &row, const char *key, const std::string &text) {
         cfg_item *item = append_cfg_item(nullptr, group_id(group, row), key, text.c_str());
@@ -484,7 +510,7 @@ TEST_F(WriteWalk, WhatIsWrittenIsStoredInAnItemOfItsOwnAndShows) {
             if (table)
                 line += set_trace(object, std::string("0.0.0.0").substr(0, 2 * table->levels() - 1), "0") +
                         " || ";
-            line += taken(object, text);
+            line += taken(object, text) + "|| " + conditions(object, text, values.back());
             if (queued.size() == 1) pretended_item = queued.begin()->first;
             queued.clear();
             set_trace(object, text, values.back());
