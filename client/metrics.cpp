@@ -383,7 +383,7 @@ MetricsText read_metrics(const Client &client, const std::vector<std::string> &c
     add_head(&out, "zevsic_unapplied_changes",
              "Whether the configuration holds saved changes that are not applied.");
     add_sample(&out, "zevsic_unapplied_changes", "",
-               access(device_path("/tmp/sync_config").c_str(), F_OK) == 0 ? "1" : "0");
+               access(device_path(SAVED_CHANGES_FILE).c_str(), F_OK) == 0 ? "1" : "0");
     if (!result.up) return result;
 
     for (const Collector &collector : COLLECTORS) {

@@ -13,7 +13,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstring>
 #include <functional>
 #include <vector>
 
@@ -64,19 +63,13 @@ static struct {
     bool apply_stuck = false;      // failed: the state says applying until someone removes the lock file
 
     Transfer transfers[2] = {
-        {"lock_snmp_web", {nullptr, "up_tftp_status.txt", "up_ftp_status.txt"}, UNKNOWN},
-        {"lock_snmp_conf_backup", {nullptr, "tftp_backup.cfg", "ftp_backup.cfg"}, BACKUP},
+        {UPDATE_LOCK_FILE, {nullptr, TFTP_STATUS_FILE, FTP_STATUS_FILE}, UNKNOWN},
+        {BACKUP_LOCK_FILE, {nullptr, TFTP_BACKUP_FILE, FTP_BACKUP_FILE}, BACKUP},
     };
 } state;
 
-constexpr const char *APPLY_LOCK_FILE = "lock_snmp_apply_file";
-
-static std::string path_of(const char *file) {
-    return device_path(std::string("/tmp/") + file);
-}
-
 static bool exists(const char *file) {
-    return access(path_of(file).c_str(), F_OK) == 0;
+    return access(device_path(file).c_str(), F_OK) == 0;
 }
 
 // ---- sending ----
@@ -165,7 +158,7 @@ static Protocol newest(const Transfer &transfer) {
     timespec time{};
     for (const Protocol protocol : {TFTP, FTP}) {
         struct stat file {};
-        if (stat(path_of(transfer.first_file[protocol]).c_str(), &file) != 0) continue;
+        if (stat(device_path(transfer.first_file[protocol]).c_str(), &file) != 0) continue;
         const timespec &made = file.st_mtim;
         if (found &&
             (made.tv_sec < time.tv_sec || (made.tv_sec == time.tv_sec && made.tv_nsec < time.tv_nsec)))
@@ -345,14 +338,14 @@ static void begin_round_soon() {
 static int file_events = -1;
 
 // True when the file is one that says something.
-static bool see_file(const char *name, bool made) {
-    if (strcmp(name, APPLY_LOCK_FILE) == 0) {
+static bool see_file(const std::string &path, bool made) {
+    if (path == APPLY_LOCK_FILE) {
         if (made) state.apply_stuck = false;
         state.apply_lock_made = state.apply_lock_made || made;
         return true;
     }
     for (Transfer &transfer : state.transfers) {
-        if (strcmp(name, transfer.lock_file) == 0) {
+        if (path == transfer.lock_file) {
             if (made) {
                 transfer.begun = true;
                 transfer.protocol = NO_PROTOCOL;
@@ -360,7 +353,7 @@ static bool see_file(const char *name, bool made) {
             return true;
         }
         for (const Protocol protocol : {TFTP, FTP})
-            if (made && strcmp(name, transfer.first_file[protocol]) == 0) transfer.protocol = protocol;
+            if (made && path == transfer.first_file[protocol]) transfer.protocol = protocol;
     }
     return false;
 }
@@ -374,7 +367,9 @@ static void read_file_events() {
         if (n <= 0) return;
         for (const char *at = events; at < events + n;) {
             const auto *event = reinterpret_cast<const inotify_event *>(at);
-            if (event->len > 0 && see_file(event->name, (event->mask & IN_CREATE) != 0)) changed = true;
+            if (event->len > 0 &&
+                see_file(std::string("/tmp/") + event->name, (event->mask & IN_CREATE) != 0))
+                changed = true;
             at += sizeof *event + event->len;
         }
     }

@@ -21,9 +21,9 @@ struct Part {
 static constexpr struct {
     const char *path, *work;
     long longest_s;
-} LOCKS[] = {{"/tmp/lock_snmp_apply_file", "apply", 60},
-             {"/tmp/lock_snmp_web", "upgrade or restore", 600},
-             {"/tmp/lock_snmp_conf_backup", "backup", 600}};
+} LOCKS[] = {{APPLY_LOCK_FILE, "apply", 60},
+             {UPDATE_LOCK_FILE, "upgrade or restore", 600},
+             {BACKUP_LOCK_FILE, "backup", 600}};
 
 static std::string duration(long seconds) {
     const struct {
@@ -45,7 +45,6 @@ static bool read_number(const char *path, long *number) {
 }
 
 static Part daemon_part() {
-    constexpr const char *PID_FILE = "/var/run/zevsic.pid";
     long pid = 0;
     struct stat facts {};
     Part part{"daemon", "running"};
@@ -69,8 +68,8 @@ static Part store_part(const Client &client, bool is_applying) {
 
 static Part changes_part() {
     std::string text;
-    if (!device_file_exists("/tmp/sync_config")) return {"saved changes", "all applied"};
-    read_device_file("/tmp/sync_config", 16, &text);
+    if (!device_file_exists(SAVED_CHANGES_FILE)) return {"saved changes", "all applied"};
+    read_device_file(SAVED_CHANGES_FILE, 16, &text);
     return {"saved changes", text.starts_with('1') ? "not applied: a reboot is needed" : "not applied yet"};
 }
 

@@ -152,7 +152,7 @@ static void look_for_changes(Subtree *subtree, Clock::time_point now) {
     if (now - subtree->stamped < milliseconds(20)) return;
     std::string stamps;
     for (const std::string &path :
-         {subtree->asker.socket, device_path("/tmp/lock_snmp_apply_file"), device_path("/tmp/sync_config")}) {
+         {subtree->asker.socket, device_path(APPLY_LOCK_FILE), device_path(SAVED_CHANGES_FILE)}) {
         struct stat file {};
         if (stat(path.c_str(), &file) == 0)
             stamps += std::to_string(file.st_ino) + "." + std::to_string(file.st_ctim.tv_sec) + "." +

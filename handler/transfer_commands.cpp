@@ -5,8 +5,8 @@
 #include "platform/device.h"
 
 TransferFiles transfer_files(Protocol protocol) {
-    if (protocol == Protocol::TFTP) return {"/tmp/tftp_backup.cfg", "/tmp/up_tftp_status.txt"};
-    return {"/tmp/ftp_backup.cfg", "/tmp/up_ftp_status.txt"};
+    if (protocol == Protocol::TFTP) return {TFTP_BACKUP_FILE, TFTP_STATUS_FILE};
+    return {FTP_BACKUP_FILE, FTP_STATUS_FILE};
 }
 
 // The texts as the last words of a command. "--" keeps one that begins with a hyphen from being an option.

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/files.h"
+
 // The path below the device root; the path itself when no root is set.
 std::string device_path(std::string_view absolute);
 

@@ -8,18 +8,12 @@
 
 #include <cstddef>
 
+#include "platform/files.h"
+
 extern "C" {
 
 constexpr size_t STORE_TEXT_SIZE = 4096;
 constexpr int STORE_NO_SUCH_ITEM = -4;
-
-// Files by which the store and the daemon know of each other.
-constexpr char PID_FILE[] = "/var/run/zevsic.pid";                 // the daemon's process ID
-constexpr char APPLY_LOCK_FILE[] = "/tmp/lock_snmp_apply_file";    // there while an apply of the daemon runs
-constexpr char UPDATE_LOCK_FILE[] = "/tmp/lock_snmp_web";          // … an upgrade or a restore
-constexpr char BACKUP_LOCK_FILE[] = "/tmp/lock_snmp_conf_backup";  // … a backup
-// There when the working configuration holds saved changes; the first line is 1 when they need a reboot.
-constexpr char SAVED_CHANGES_FILE[] = "/tmp/sync_config";
 
 struct zevcfg_object;  // a configuration that handles are opened on
 struct zevcfg_handle;

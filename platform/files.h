@@ -1,0 +1,16 @@
+// Files by which the daemon, the store and the clients know of each other.
+#pragma once
+
+constexpr char PID_FILE[] = "/var/run/zevsic.pid";                 // the daemon's process ID
+constexpr char APPLY_LOCK_FILE[] = "/tmp/lock_snmp_apply_file";    // there while an apply of the daemon runs
+constexpr char UPDATE_LOCK_FILE[] = "/tmp/lock_snmp_web";          // … an upgrade or a restore
+constexpr char BACKUP_LOCK_FILE[] = "/tmp/lock_snmp_conf_backup";  // … a backup
+// There when the working configuration holds saved changes; the first line is 1 when they need a reboot.
+constexpr char SAVED_CHANGES_FILE[] = "/tmp/sync_config";
+
+// A backup on its way to the server, there until it has arrived, or one that a restore has fetched; and what
+// the web server said of the last upgrade or restore.
+constexpr char TFTP_BACKUP_FILE[] = "/tmp/tftp_backup.cfg";
+constexpr char TFTP_STATUS_FILE[] = "/tmp/up_tftp_status.txt";
+constexpr char FTP_BACKUP_FILE[] = "/tmp/ftp_backup.cfg";
+constexpr char FTP_STATUS_FILE[] = "/tmp/up_ftp_status.txt";
