@@ -161,16 +161,14 @@ Target parse_instance(std::string_view text) {
 
 std::string format_instance(const Object *object, const std::string &instance) {
     unsigned bytes[6];
-    char text[32];
+    char text[32] = "";
     const Table *table = object ? table_of(*object) : nullptr;
-    if (!table || !table->is_by_mac() || std::count(instance.begin(), instance.end(), '.') != 5 ||
+    if (table && table->is_by_mac() &&
         sscanf(instance.c_str(), "%3u.%3u.%3u.%3u.%3u.%3u", &bytes[0], &bytes[1], &bytes[2], &bytes[3],
-               &bytes[4], &bytes[5]) != 6 ||
-        std::any_of(bytes, bytes + 6, [](unsigned byte) { return byte > 255; }))
-        return printable(instance);
-    snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", bytes[0], bytes[1], bytes[2], bytes[3],
-             bytes[4], bytes[5]);
-    return text;
+               &bytes[4], &bytes[5]) == 6)
+        snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", bytes[0], bytes[1], bytes[2], bytes[3],
+                 bytes[4], bytes[5]);
+    return *text != '\0' && mac_arcs(text) == instance ? text : printable(instance);
 }
 
 std::string format_name(const Target &target) {
