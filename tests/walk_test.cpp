@@ -16,11 +16,12 @@
 #include "platform/k480ext.h"
 #include "tests/agent_walk.h"
 
-static std::set<std::string> missing;              // the items that the objects looked for in vain
-static std::map<std::string, std::string> queued;  // "group key" and the last text queued for it
-static std::vector<std::string> reads;             // items of the store and the system, in that order
-static std::string pretended_item;                 // reads as this text in place of its own; null: is missing
-static const char *pretended_text;
+// In the thread that runs the tests; others have their own.
+static thread_local std::set<std::string> missing;  // the items that the objects looked for in vain
+static thread_local std::map<std::string, std::string> queued;  // "group key" and the last text queued for it
+static thread_local std::vector<std::string> reads;  // items of the store and the system, in that order
+static thread_local std::string pretended_item;  // reads as this text in place of its own; null: is missing
+static thread_local const char *pretended_text;
 
 static int pretended(char *out) {
     if (!pretended_text) return STORE_NO_SUCH_ITEM;
