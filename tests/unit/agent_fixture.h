@@ -4,64 +4,110 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "function/agent.h"
 #include "function/node.h"
+#include "handler/toolkit.h"
+#include "platform/device.h"
 #include "registry/registry.h"
 #include "tests/device_root.h"
 #include "tests/requests.h"
 #include "tests/unit/fake_platform.h"
 #include "zevsic/trace.h"
 
-using Items = std::vector<std::string>;
-inline const Items REFUSED = {"refused 34"};
+using Texts = std::vector<std::string>;
+inline const Answer NOTHING = {0, "", ""};
+inline const std::string REFUSED = "refused 34";
 
-// Tables of cases, one line an object. A text "value>text" says what becomes of the value; without ">" the
-// value becomes itself.
+// Cases of an object. A text "value>text" says what becomes of the value; without ">" the value becomes
+// itself.
 struct SetCase {
     std::string oid, item;  // the item up to the text that is queued for an accepted value
-    std::vector<std::string> accepted, refused;
+    Texts accepted, refused;
 };
 struct ShownCase {
     std::string group, key, oid;
-    std::vector<std::string> stored;
+    Texts stored;
 };
 
 class AgentTest : public testing::Test {
   protected:
-    AgentTest();
-    ~AgentTest() override;
+    AgentTest() {
+        debugLevel = 0;
+        fake = {};
+        fake.item("snmp", "sample_time", "100");
+        build();
+    }
+    ~AgentTest() override {
+        free_agent();
+        close_zevcfg(sic_zevcfg);
+        close_zevcfg(current_sic_zevcfg);
+        sic_zevcfg = current_sic_zevcfg = nullptr;
+        forget_pending();
+    }
 
     // Builds the agent from what the fake holds now; again, as a reload does, when there is one.
-    void build();
+    static void build() {
+        if (zevap) free_agent();
+        init_norvalis();
+    }
 
     // Requests by relative OID. A SET text is type word, blank and value.
-    static Answer get(const std::string &oid);
-    static Answer next(const std::string &oid);
-    static int set(const std::string &oid, const std::string &text);
-    // The pending items as "group key=value".
-    static Items queued();
-    // SET of a value in the object's type; what it queued, or {"refused 34"} and the like.
-    static Items queued_by(const std::string &oid, const std::string &value);
-    // The same, items joined by " + ".
-    static std::string queued_text(const std::string &oid, const std::string &value);
-    // OIDs and values behind an object, in the order of a walk.
-    static Items walked(const std::string &object);
-
-    static void expect_sets(const std::vector<SetCase> &cases);
-    // The item is a key of the group. Without it "-1" shows and what is accepted has no effect.
-    void expect_existing_only(const std::string &group, std::vector<SetCase> cases);
-    // With the one stored text beside what the store has.
-    void expect_shown(const std::vector<ShownCase> &cases);
-    template <typename Action>
-    static void expect_trace(const std::string &lines, Action action) {
-        const std::string trace = traced(action);
-        EXPECT_NE(trace.find("\n" + lines), std::string::npos) << lines << "in\n" << trace;
+    static Answer get(const std::string &oid) { return execute(KIND_GET, oid); }
+    static Answer next(const std::string &oid) { return execute(KIND_GETNEXT, oid); }
+    static int set(const std::string &oid, const std::string &text) {
+        return execute(KIND_SET, oid, text).status;
     }
-    // The VAP has an interface in the kernel, number 20 × radio + VAP, from the next build on.
-    void make_interface(int radio, int vap, const std::string &name) const;
+    // OIDs and values behind an object, in the order of a walk.
+    static Texts walked(const std::string &object) {
+        Texts items;
+        for (Answer at = next(object); at.oid.starts_with(object + "."); at = next(at.oid))
+            items.push_back(at.oid + "=" + at.value);
+        return items;
+    }
+
+    // The pending items as "group key=value", joined by " + ".
+    static std::string queued() {
+        std::string text;
+        for (const std::string &item : list_texts(pending_items)) text += (text.empty() ? "" : " + ") + item;
+        return text;
+    }
+    // What a SET of a value in the object's type queues, or "refused 34" and the like.
+    static std::string queued_by(const std::string &oid, const std::string &value) {
+        forget_pending();
+        const int status = set(oid, in_type(*object_of(oid), value));
+        if (status == STATUS_ACCEPTED) return queued();
+        EXPECT_EQ(queued(), "") << oid << ": a refused SET queues nothing";
+        return "refused " + std::to_string(status);
+    }
+    static void expect_sets(const std::vector<SetCase> &cases) {
+        for (const SetCase &c : cases) {
+            for (const std::string &value : c.accepted) {
+                const auto &[written, stored] = sides(value);
+                EXPECT_EQ(queued_by(c.oid, written), c.item + stored) << c.oid << " = " << written;
+            }
+            for (const std::string &value : c.refused)
+                EXPECT_EQ(queued_by(c.oid, value), REFUSED) << c.oid << " = " << value;
+        }
+    }
+
+    // With the one stored text beside what the store has.
+    static void expect_shown(const std::vector<ShownCase> &cases) {
+        const auto working = fake.working;
+        for (const ShownCase &c : cases) {
+            for (const std::string &text : c.stored) {
+                const auto &[stored, shown] = sides(text);
+                fake.working = working;
+                fake.working[{c.group, c.key}] = stored;
+                build();
+                EXPECT_EQ(get(c.oid).value, shown) << c.oid << " with " << c.key << " " << stored;
+            }
+        }
+        fake.working = working;
+    }
+
     // What `action` writes to the trace at level 1.
     template <typename Action>
     static std::string traced(Action action) {
@@ -73,5 +119,22 @@ class AgentTest : public testing::Test {
         return testing::internal::GetCapturedStdout();
     }
 
+    // The VAP has an interface in the kernel, number 20 × radio + VAP, from the next build on.
+    void make_interface(int radio, int vap, const std::string &name) const {
+        fake.ifnames[{radio - 1, vap - 1}] = name;
+        root.write("/sys/class/net/" + name + "/ifindex", std::to_string(20 * radio + vap) + "\n");
+    }
+
     DeviceRoot root;
+
+  private:
+    static void forget_pending() {
+        free_item_list(pending_items);
+        pending_items = nullptr;
+    }
+    static std::pair<std::string, std::string> sides(const std::string &text) {
+        const size_t place = text.find('>');
+        if (place == std::string::npos) return {text, text};
+        return {text.substr(0, place), text.substr(place + 1)};
+    }
 };

@@ -17,9 +17,11 @@ zevcfg_object config_ram{false};
 zevcfg_object current_config{true};
 
 struct cfg_item {
-    unsigned group_id;
-    std::string key, value;
-    cfg_item *next;
+    struct Queued {
+        unsigned group_id;
+        std::string key, value;
+    };
+    std::vector<Queued> list;
 };
 
 static const char *group_text(unsigned id) {
@@ -29,8 +31,9 @@ static const char *group_text(unsigned id) {
 
 std::vector<std::string> list_texts(const cfg_item *head) {
     std::vector<std::string> texts;
-    for (; head; head = head->next)
-        texts.push_back(group_text(head->group_id) + (" " + head->key) + "=" + head->value);
+    if (!head) return texts;
+    for (const auto &[group_id, key, value] : head->list)
+        texts.push_back(group_text(group_id) + (" " + key) + "=" + value);
     return texts;
 }
 
@@ -64,21 +67,17 @@ int get_cfg_item(zevcfg_handle *handle, unsigned group_id, const char *key, char
 
 cfg_item *append_cfg_item(cfg_item *head, unsigned group_id, const char *key, const char *value) {
     fake.items_queued++;
-    cfg_item **end = &head;
-    while (*end) end = &(*end)->next;
-    *end = new cfg_item{group_id, key, value, nullptr};
+    if (!head) head = new cfg_item;
+    head->list.push_back({group_id, key, value});
     return head;
 }
 void free_item_list(cfg_item *head) {
-    while (head) {
-        cfg_item *next = head->next;
-        delete head;
-        head = next;
-    }
+    delete head;
 }
 int set_cfg_items_snmp(zevcfg_handle *, const cfg_item *head) {
     if (fake.saving_fails) return -1;
-    for (; head; head = head->next) fake.working[{group_text(head->group_id), head->key}] = head->value;
+    if (!head) return 0;
+    for (const auto &[group_id, key, value] : head->list) fake.working[{group_text(group_id), key}] = value;
     return 0;
 }
 int lock_zevcfg(int, int) {
@@ -132,23 +131,19 @@ int find_enabled_vap(int radio, char *ifname) {
 }
 
 sta_entry *get_sta_list(const char *ifname) {
-    sta_entry *list = nullptr;
-    sta_entry **end = &list;
-    for (const FakeStation &station : fake.stations[ifname]) {
-        *end = new sta_entry{};
-        snprintf((*end)->mac, sizeof(*end)->mac, "%s", station.mac.c_str());
-        (*end)->rssi = station.rssi;
-        (*end)->tx_bytes = station.tx_bytes;
-        (*end)->rx_bytes = station.rx_bytes;
-        end = &(*end)->next;
+    const std::vector<FakeStation> &stations = fake.stations[ifname];
+    if (stations.empty()) return nullptr;
+    auto *list = new sta_entry[stations.size()]();
+    for (size_t i = 0; i < stations.size(); i++) {
+        snprintf(list[i].mac, sizeof list[i].mac, "%s", stations[i].mac.c_str());
+        list[i].rssi = stations[i].rssi;
+        list[i].tx_bytes = stations[i].tx_bytes;
+        list[i].rx_bytes = stations[i].rx_bytes;
+        if (i > 0) list[i - 1].next = &list[i];
     }
     return list;
 }
 void free_sta_list(sta_entry *list) {
-    while (list) {
-        sta_entry *next = list->next;
-        delete list;
-        list = next;
-    }
+    delete[] list;
 }
 }

@@ -1,19 +1,16 @@
-// System identity, time and addressing.
-#include "platform/device.h"
+// The device: servers, clock, features, restart, status and ports.
+#include "handler/check.h"
 #include "tests/unit/agent_fixture.h"
 
 class SystemTest : public AgentTest {};
 
 TEST_F(SystemTest, WhatASetQueues) {
-    expect_sets({{"1.6.0", "systime ntp_server1=", {"no address!"}, {}},
-                 {"1.23.0", "network_L2 stp=", {"02>enable"}, {}},
-                 {"1.25.0", "wan_ip mgmt_vid=", {"0>4096", "100"}, {}},
-                 {"1.25.3", "wan_ip mgmt_vid=", {"100"}, {}},
-                 {"1.27.0", "snmp trap_server=", {"anything"}, {}}});
-    EXPECT_EQ(queued_text("1.1.1", "ap"), "refused 0");
-}
-
-TEST_F(SystemTest, PreconditionsReadTheStore) {
+    const std::string entry = "capwap aclist.ac_entry:0.";
+    fake.item("capwap", "aclist.ac_entry:0.name", "controller");
+    expect_sets({{"1.25.3", "wan_ip mgmt_vid=", {"0>4096"}, {}},
+                 {"1.41.0", entry, {">priority=0 + " + entry + "ip="}, {}},  // it has a name: not the last
+                 {"1.6.0", "systime ntp_server1=", {"no address!"}, {}},
+                 {"1.65.0", "", {}, {"2"}}});  // a device without a configurable switch
     fake.item("systime", "type", "ntp");
     fake.item("snmp", "trap", "enable");
     fake.item("syslog", "state", "enable");
@@ -25,21 +22,9 @@ TEST_F(SystemTest, PreconditionsReadTheStore) {
     EXPECT_EQ(set("1.6.0", "string \"no address!\""), STATUS_WRONG_VALUE) << "queued, no precondition yet";
 }
 
-TEST_F(SystemTest, StoredTextsAndWhatTheyShow) {
-    expect_shown({{"wan_ip", "mgmt_vid", "1.24.0", {"4095>1", "4094>2"}},
-                  {"systime", "timezone", "1.4.0", {"Asia/Taipei>16"}}});
+TEST_F(SystemTest, AZoneOfNoNumberIsNoValue) {
     fake.item("systime", "timezone", "Mars/Olympus");
-    build();
     for (int asked = 0; asked < 2; asked++) EXPECT_EQ(get("1.4.0"), (Answer{STATUS_WRONG_VALUE, "", ""}));
-}
-
-TEST_F(SystemTest, AWrittenValueShowsBeforeItIsSaved) {
-    fake.item("device", "name", "old");
-    get("1.1.0");
-    set("1.1.0", "string \"new\"");
-    EXPECT_EQ(get("1.1.0").value, "new");
-    set("1.1.0", "string \"newer\"");
-    EXPECT_EQ(queued(), (Items{"device name=new", "device name=newer"}));
 }
 
 TEST_F(SystemTest, TheClockIsComposedThenApplied) {
@@ -69,6 +54,13 @@ TEST_F(SystemTest, TheClockIsComposedThenApplied) {
     EXPECT_EQ(zevap->set_year, 2024);
 }
 
+TEST(Days, OfAMonth) {
+    const int cases[][3] = {{1900, 2, 28}, {2000, 2, 29},  {2024, 2, 29}, {2023, 2, 28},
+                            {2023, 4, 30}, {2023, 12, 31}, {-1, 2, -1},   {2000, -1, -1}};
+    for (const auto &[year, month, days] : cases)
+        EXPECT_EQ(days_in_month(year, month), days) << year << "-" << month;
+}
+
 TEST_F(SystemTest, SampleTimeIsKeptInEightBits) {
     const std::pair<const char *, int> cases[] = {{"0", 0}, {"256", 0}, {"355", 99}, {"100", 100}, {"x", 0}};
     for (const auto &[stored, seconds] : cases) {
@@ -92,4 +84,71 @@ TEST_F(SystemTest, InterfacesComeFromTheKernel) {
     EXPECT_EQ(zevap->vap[1][4].ifindex, 0);
     EXPECT_EQ(zevap->vap[1][5].ifindex, 0);
     EXPECT_EQ(zevap->rf_channel[1], 36);
+}
+
+TEST_F(SystemTest, AFeatureThatTheDeviceLacksStaysOff) {
+    for (const auto &[group, oid] : {std::pair("capwap", "1.33.0"), {"ipv6", "1.46.0"}, {"wes", "1.53.0"}}) {
+        fake.item(group, "state", "enable");
+        EXPECT_EQ(get(oid).value, "1");
+        expect_sets({{oid, std::string(group) + " state=", {"2>disable"}, {}}});
+    }
+}
+
+TEST_F(SystemTest, RestartAndReset) {
+    root.write_tool("/sbin/reboot", "echo restarted >> \"$ZEVSIC_ROOT/tmp/reboot.log\"");
+    prepare_tools();
+    for (const auto &[oid, resets] : {std::pair("1.54.0", 0), std::pair("1.55.0", 1)}) {
+        EXPECT_EQ(set(oid, "integer 0"), STATUS_ACCEPTED);
+        EXPECT_EQ(set(oid, "integer 2"), STATUS_WRONG_VALUE);
+        EXPECT_EQ(set(oid, "integer 1"), STATUS_ACCEPTED);
+        EXPECT_FALSE(root.has("/tmp/reboot.log")) << "the answer comes first";
+        for (int i = 0; i < 500 && root.read("/tmp/reboot.log").empty(); i++) usleep(10000);
+        EXPECT_EQ(root.read("/tmp/reboot.log"), "restarted\n");
+        EXPECT_EQ(fake.resets, resets) << oid;
+        std::filesystem::remove(root.path("/tmp/reboot.log"));
+    }
+}
+
+TEST_F(SystemTest, StatusComesFromFilesThatMayBeMissing) {
+    zevap->sample_time = 0;
+    for (const char *oid : {"1.56.0", "1.59.0"}) EXPECT_EQ(get(oid), NOTHING) << oid;
+    EXPECT_EQ(get("1.60.0").value, "Unknown");
+    for (const auto &[file, shown] : {std::pair("12345.67", "1234567"), {"9.05 1.00\n", "905"}}) {
+        root.write("/proc/uptime", file);
+        EXPECT_EQ(get("1.56.0").value, shown);
+    }
+    root.write("/etc/version", std::string(1022, 'v') + "\nrest");
+    EXPECT_EQ(get("1.59.0").value, std::string(1022, 'v') + "\n");
+    root.write("/etc/version", "2\n");
+    EXPECT_EQ(get("1.59.0").value.size(), 1023U) << "read once";
+    const int memory = atoi(get("1.61.0").value.c_str());
+    EXPECT_TRUE(memory > 0 && memory <= 100) << memory;
+}
+
+TEST_F(SystemTest, OnlyPortsThatMayBeManagedHaveRows) {
+    const auto port_item = [](int port, const std::string &name, const char *value) {
+        fake.item("network_L2", "lan:" + std::to_string(port) + "." + name, value);
+    };
+    for (const int port : {0, 1, 2, 3}) port_item(port, "controllable", port % 2 ? "enable" : "disable");
+    fake.item("network_L2", "lan_num", "4");
+    port_item(1, "vid", "4094");
+    port_item(3, "tun", "enable");
+    EXPECT_EQ(walked("1.66.1.1"), (Texts{"1.66.1.1.1=1", "1.66.1.1.3=3"}));
+    EXPECT_EQ(walked("1.66.1.2"), (Texts{"1.66.1.2.1=2", "1.66.1.2.3=1"}));
+    EXPECT_EQ(walked("1.66.1.4"), (Texts{"1.66.1.4.1=1", "1.66.1.4.3=2"}));
+    EXPECT_EQ(get("1.66.1.3.0"), NOTHING);
+    expect_sets({{"1.66.1.3.0", "", {}, {"2"}},
+                 {"1.66.1.3.4", "", {}, {"2"}},
+                 {"1.66.1.4.2", "", {}, {"2"}},
+                 {"1.66.1.4.3", "network_L2 lan:3.tun=", {"2>enable"}, {}}});
+    fake.working.erase({"network_L2", "lan:2.controllable"});
+    expect_sets({{"1.66.1.4.2", "network_L2 lan:2.tun=", {"2>enable"}, {}}});  // not said to be unmanaged
+
+    port_item(0, "controllable", "enable");
+    fake.item("network_L2", "lan_num", "3");
+    build();
+    EXPECT_EQ(walked("1.66.1.1"), (Texts{"1.66.1.1.0=0", "1.66.1.1.1=1"})) << "the first port is row 0";
+    fake.item("network_L2", "lan_num", "2000000000");
+    build();
+    EXPECT_EQ(get("1.66.1.1.3").value, "3");
 }

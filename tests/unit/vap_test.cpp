@@ -1,53 +1,44 @@
-// VAP identity, live columns, VLAN and QoS.
-#include "platform/device.h"
+// The VAPs: identity, live columns, QoS, security, behaviour on the air, Hotspot 2.0.
 #include "tests/unit/agent_fixture.h"
 
 class VapTest : public AgentTest {};
 
-TEST_F(VapTest, WhatASetQueues) {
-    const std::string longest(32, 's');
-    fake.item("rf1_vap3", "upband", "0");
-    expect_sets({{"3.1.1.3.1.3", "rf1_vap3 ssid=", {"my net", "a&b", longest}, {" n", "n ", "n\xc3\xa4"}},
-                 {"3.1.1.6.1.3", "rf1_vap3 vid=", {"0>4096", "00>4096", "1", "4094"}, {"x"}},
-                 {"3.1.1.8.1.3", "rf1_vap3 upband=", {"0"}, {}},
-                 {"3.1.1.9.1.3", "", {"5>"}, {}}});
+// The item on all VAPs of a radio.
+static std::string radio_wide(int radio, const std::string &item) {
+    std::string items;
+    for (int vap = 1; vap <= VAPS; vap++)
+        items += format("%srf%d_vap%d_sec %s", vap == 1 ? "" : " + ", radio, vap, item.c_str());
+    return items;
 }
 
-TEST_F(VapTest, DownlinkPriorities) {
-    expect_shown({{"rf1_vap3",
-                   "down8021p_vi",
-                   "3.1.1.15.1.3",
-                   {"6>0", "4>1", "0>2", "1>3", "2>-1", "06>0", "6x>-1", ">-1"}}});
-    fake.offload[1] = true;
-    fake.item("rf2_vap1", "down8021p_ca", "4");
-    expect_sets({{"3.1.1.14.2.1", "", {"0>"}, {"4"}}});
-    EXPECT_EQ(get("3.1.1.14.2.1").value, "-1");
+TEST_F(VapTest, WhatASetQueues) {
+    expect_sets({{"3.1.1.3.1.3", "rf1_vap3 ssid=", {"my net", "a&b"}, {"n "}},
+                 {"3.1.1.6.1.3", "rf1_vap3 vid=", {"00>4096"}, {}},
+                 {"3.1.1.61.1.1", "rf1_vap1 mcast_rate=", {"04>5500"}, {}}});
+    EXPECT_EQ(get("3.1.1.61.1.1").value, "-1");
+    set("3.1.1.61.1.1", "integer 04");
+    EXPECT_EQ(get("3.1.1.61.1.1").value, "4");
 }
 
 TEST_F(VapTest, StoredTextsAndWhatTheyShow) {
-    expect_shown({{"rf2_vap16", "vid", "3.1.1.6.2.16", {"4095", "4096", "4097>4096", "-1>4096", "x>0"}},
-                  {"rf2_vap16", "upband", "3.1.1.8.2.16", {"512"}},
-                  {"rf2_vap16", "split_tun", "3.1.1.19.2.16", {"enable>1"}}});
-    fake.working = {{{"rf2_vap16", "vid"}, "4095"}, {{"rf2_vap16", "upband"}, "512"}};
-    build();
-    EXPECT_EQ(get("3.1.1.8.2.16").value, "0") << "no limit without a VLAN";
-    EXPECT_EQ(get("3.1.1.1.1.01"), (Answer{0, "", ""})) << "published, but no row of that text";
-    get("3.1.1.6.2.16");  // from the store, once
-    set("3.1.1.6.2.16", "integer 0");
-    EXPECT_EQ(get("3.1.1.6.2.16").value, "4096") << "0 is written, no VLAN shows";
+    const std::string key = "0123456789abcde~", encoded = "3031323334353637383961626364657e";
+    fake.item("rf2_vap16", "upband", "512");
+    expect_shown({{"rf2_vap16", "vid", "3.1.1.8.2.16", {"4094>512", "4095>0"}},  // no limit without a VLAN
+                  {"rf2_vap16", "split_tun", "3.1.1.19.2.16", {"enable>1"}},
+                  {"rf1_vap1_sec", "roam_11r.mobility_domain", "3.1.1.65.1.1", {"ffff>65535", "10000>"}},
+                  {"rf1_vap1_sec", "roam_11r.roam_own_key", "3.1.1.66.1.1", {encoded + "00>" + key}}});
 }
 
 TEST_F(VapTest, BandSteeringIsKeptConsistent) {
     fake.item("rf2", "band_steering", "enable");
     fake.item("rf2_vap3", "ssid", "old");
     fake.item("rf2_vap3", "state", "disable");
-    EXPECT_EQ(queued_text("3.1.1.3.2.3", "old"), "rf2_vap3 ssid=old");
-    EXPECT_EQ(queued_text("3.1.1.5.2.3", "1"), "rf2_vap3 state=disable");
-    EXPECT_EQ(fake.steering_calls, std::vector<std::string>()) << "nothing changes";
-    EXPECT_EQ(queued_text("3.1.1.3.2.3", "new"), "rf2_vap3 ssid=new");
-    EXPECT_EQ(queued_text("3.1.1.5.2.3", "2"), "rf2_vap3 state=enable");
-    EXPECT_EQ(fake.steering_calls,
-              (std::vector<std::string>{"enable 1 2 new disable", "enable 1 2 old enable"}));
+    expect_sets({{"3.1.1.3.2.3", "rf2_vap3 ssid=", {"old"}, {}},
+                 {"3.1.1.5.2.3", "rf2_vap3 state=", {"1>disable"}, {}}});
+    EXPECT_EQ(fake.steering_calls, Texts()) << "nothing changes";
+    expect_sets({{"3.1.1.3.2.3", "rf2_vap3 ssid=", {"new"}, {}},
+                 {"3.1.1.5.2.3", "rf2_vap3 state=", {"2>enable"}, {}}});
+    EXPECT_EQ(fake.steering_calls, (Texts{"enable 1 2 new disable", "enable 1 2 old enable"}));
 }
 
 TEST_F(VapTest, LiveColumnsShowTheVapsInTheKernel) {
@@ -59,21 +50,12 @@ TEST_F(VapTest, LiveColumnsShowTheVapsInTheKernel) {
     for (const char *vap : {"rf1_vap2", "rf2_vap1", "rf2_vap2"}) {
         fake.system_items[std::string(vap) + "_mac"] = std::string("mac of ") + vap;
         fake.system_items[std::string(vap) + "_sta"] = "4";
-        fake.item(vap, "vid", "4095");
-        fake.item(vap, "band_steer", "enable");
     }
-    fake.item("rf2_vap1", "vid", "20");
     build();
-    struct {
-        const char *column, *of_1_2, *of_2_1;
-    } cases[] = {{"4", "mac of rf1_vap2", ""}, {"7", "1", "2"},      {"20", "4", "4"},
-                 {"21", "121", "211"},         {"22", "122", "212"}, {"23", "2", "2"}};
-    for (const auto &c : cases) {
-        const std::string oid = std::string("3.1.1.") + c.column;
-        EXPECT_EQ(get(oid + ".1.2").value, c.of_1_2) << oid;
-        EXPECT_EQ(get(oid + ".2.1").value, c.of_2_1) << oid;
-        EXPECT_EQ(get(oid + ".2.2"), (Answer{0, "", ""})) << oid;
-    }
+    EXPECT_EQ(walked("3.1.1.4"), Texts{"3.1.1.4.1.2=mac of rf1_vap2"});
+    EXPECT_EQ(walked("3.1.1.20"), (Texts{"3.1.1.20.1.2=4", "3.1.1.20.2.1=4"}));
+    EXPECT_EQ(walked("3.1.1.21"), (Texts{"3.1.1.21.1.2=121", "3.1.1.21.2.1=211"}));
+    EXPECT_EQ(walked("3.1.1.22"), (Texts{"3.1.1.22.1.2=122", "3.1.1.22.2.1=212"}));
     // Cached columns keep what they showed; live ones are asked again when their time has come.
     fake.system_items["rf1_vap2_mac"] = fake.system_items["rf1_vap2_sta"] = "new";
     zevap->sample_time = 0;
@@ -89,17 +71,73 @@ TEST_F(VapTest, AVapWithoutANameEndsTheOctetRefresh) {
     make_interface(2, 1, "c");
     build();
     fake.ifnames.erase({0, 1});
-    expect_trace("Can't get interface name for VAP=0\n", [] {
-        EXPECT_EQ(get("3.1.1.21.2.1"), (Answer{0, "", ""}));
-    });
+    const std::string trace = traced([] { EXPECT_EQ(get("3.1.1.21.2.1"), NOTHING); });
+    EXPECT_NE(trace.find("\nCan't get interface name for VAP=0\n"), std::string::npos);
     EXPECT_EQ(get("3.1.1.21.1.1").value, "7") << "published before";
 }
 
-TEST_F(VapTest, Traces) {
-    fake.item("rf2_vap3", "name", "lab");
-    expect_trace("rf:2,vap:3 name lab from ZEVCFG ret=0. index = 2\n", [] { get("3.1.1.2.2.3"); });
-    expect_trace("vap3 vid  from ZEVCFG ret=-4.\n", [] { get("3.1.1.6.2.3"); });
-    expect_trace("SET str=n, i:1, j:2\n", [] { set("3.1.1.2.2.3", "string \"n\""); });
-    EXPECT_EQ(traced([] { set("3.1.1.6.2.3", "integer 5000"); }).find("mulindex"), std::string::npos)
-        << "the value is checked before the row is read";
+TEST_F(VapTest, AuthenticationMode) {
+    const struct {
+        const char *mode, *wep, *eap, *shown;
+    } stored[] = {
+        {"open", "disable", "psk", "0"},   {"open", "enable", "psk", "1"},  {"auto", "enable", "", "1"},
+        {"shared", "disable", "psk", "5"}, {"8021x", "enable", "psk", "2"}, {"wpa", "disable", "psk", "3"},
+        {"wpa", "disable", "eap", "4"},    {"wpa", "enable", "", "4"},      {"", "", "", "5"}};
+    for (const auto &s : stored) {
+        fake.item("rf2_vap2_sec", "mode", s.mode);
+        fake.item("rf2_vap2_sec", "wep.enabled", s.wep);
+        fake.item("rf2_vap2_sec", "wpa.eap", s.eap);
+        build();
+        EXPECT_EQ(get("3.1.1.24.2.2").value, s.shown) << s.mode << " " << s.wep << " " << s.eap;
+    }
+    const std::string group = "rf2_vap2_sec ";
+    const std::string wep = group + "wep.enabled=enable + " + group + "wpa.eap=psk";
+    fake.item("rf2_vap2_sec", "mode", "wpa");
+    expect_sets({{"3.1.1.24.2.2", wep, {"1>"}, {"5"}}});  // no mode of WEP
+    fake.item("rf2_vap2_sec", "mode", "shared");
+    expect_sets({{"3.1.1.24.2.2", group + "mode=shared + " + wep, {"1>"}, {}}});
+    fake.offload[1] = true;
+    expect_sets({{"3.1.1.24.2.2", "", {}, {"2"}}});
+}
+
+TEST_F(VapTest, StaticWepIsWrittenToTheWholeRadio) {
+    get("3.1.1.27.1.5");
+    EXPECT_EQ(queued_by("3.1.1.27.1.5", "2"), radio_wide(1, "wep.keylen=128"));
+    EXPECT_EQ(queued_by("3.1.1.28.2.1", "2"), radio_wide(2, "wep.method=hex"));
+    for (const char *row : {"1.1", "1.5", "1.16"})
+        EXPECT_EQ(get(std::string("3.1.1.27.") + row).value, "2") << row;
+    EXPECT_EQ(get("3.1.1.27.2.1").value, "4");
+}
+
+TEST_F(VapTest, WepKeysHaveTheLengthThatTheStoreSays) {
+    const struct {
+        const char *bits, *format;
+        size_t characters;  // 0: none is right
+    } cases[] = {{"64", "ascii", 5}, {"128", "ascii", 13}, {"152", "ascii", 16}, {"64", "hex", 10},
+                 {"128", "hex", 26}, {"152", "", 32},      {"256", "ascii", 0},  {"", "hex", 0}};
+    for (const auto &c : cases) {
+        fake.item("rf1_vap5_sec", "wep.keylen", c.bits);
+        fake.item("rf1_vap5_sec", "wep.method", c.format);
+        for (const size_t characters : {0, 5, 10, 13, 16, 26, 32}) {
+            const std::string key(characters, 'x');
+            const bool right = characters == c.characters && characters > 0;
+            EXPECT_EQ(queued_by("3.1.1.30.1.5", key), right ? radio_wide(1, "wep.key1=" + key) : REFUSED)
+                << c.bits << " " << c.format << " " << characters;
+        }
+    }
+}
+
+// All 640 rows, last arc fastest, each with its own item and each item read once.
+TEST_F(VapTest, TheLongestColumnIsWalkedInNestingOrder) {
+    Texts rows;
+    for (int i = 0; i < 640; i++) {
+        const int radio = i / 320 + 1, vap = i / 20 % 16 + 1, realm = i / 4 % 5 + 1, method = i % 4 + 1;
+        const std::string row = format("%d.%d.%d.%d", radio, vap, realm, method);
+        fake.item(format("rf%d_vap%d_hs20", radio, vap),
+                  format("EAP.rule:%d.index:%d.type", realm - 1, method - 1), row);
+        rows.push_back("3.2.1.12.1.3.1.2." + row + "=" + row);
+    }
+    fake.items_read = 0;
+    EXPECT_EQ(walked("3.2.1.12.1.3.1.2"), rows);
+    EXPECT_EQ(fake.items_read, 640);
 }
