@@ -1,73 +1,25 @@
 // Settings files: from one real device to another, and what is refused of them.
 #include "client/settings.h"
 
-#include <gtest/gtest.h>
-#include <signal.h>
-
-#include <set>
-
-#include "platform/device.h"
-#include "tests/device_root.h"
 #include "tests/process.h"
 
 namespace {
 
-// A device with its daemon. Several live side by side, so each command names its root.
-struct Device {
+// A device with its daemon. Several live side by side.
+struct Device : TestDevice {
     explicit Device(const std::string &kind) {
-        run("zevcfg init " + kind);
+        said("zevcfg init " + kind);
         // Both are of the simulated device's hardware.
-        root.write("/etc/k480ext.conf",
-                   "radio2.offload = 1\nradio2.capability = 0x20\nradio2.chain_mask = 3\n");
-        root.write("/proc/sys/net/ipv6/there", "");
+        write("/etc/k480ext.conf", "radio2.offload = 1\nradio2.capability = 0x20\nradio2.chain_mask = 3\n");
+        write("/proc/sys/net/ipv6/there", "");
     }
-    ~Device() {
-        if (daemon <= 0) return;
-        kill(daemon, SIGTERM);
-        exit_status(daemon);
+    // What zevctl says to a settings file.
+    std::string load(const std::string &text, const std::string &options) const {
+        write("/tmp/file", text);
+        return said("cd $ZEVSIC_ROOT/tmp; zevctl load file " + options);
     }
-    Device(const Device &) = delete;
-    Device &operator=(const Device &) = delete;
-
-    // The exit status; what was printed is in `out` and `err`.
-    int run(const std::string &command) {
-        const int status = exit_status(
-            start({"/bin/sh", "-c",
-                   "PATH=" ZEVSIC_BIN_DIR ":$PATH ZEVSIC_ROOT=" + root.path("") +
-                       "; export PATH ZEVSIC_ROOT; cd " + root.path("/tmp") + "; " + command + " >out 2>err"},
-                  "/dev/null"));
-        out = root.read("/tmp/out");
-        err = root.read("/tmp/err");
-        return status;
-    }
-    void start_daemon() {
-        setenv("ZEVSIC_ROOT", root.path("").c_str(), 1);
-        daemon = start({ZEVSIC_BIN_DIR "/zevsic", "-d", "0"}, root.path("/tmp/trace"));
-        ASSERT_TRUE(eventually([&] { return run("zevctl get APSysName") == 0; })) << err;
-    }
-    std::string settings() {
-        EXPECT_EQ(run("zevctl export --secrets"), 0) << err;
-        return out;
-    }
-
-    DeviceRoot root;
-    std::string out, err;
-    pid_t daemon = 0;
+    std::string settings() const { return said("zevctl export --secrets"); }
 };
-
-// The lines of one text that the other does not have.
-std::string differences(const std::string &a, const std::string &b) {
-    std::set<std::string> lines[2];
-    std::string text;
-    for (int i = 0; i < 2; i++) {
-        std::istringstream in(i == 0 ? a : b);
-        for (std::string line; std::getline(in, line);) lines[i].insert(line);
-    }
-    for (int i = 0; i < 2; i++)
-        for (const std::string &line : lines[i])
-            if (!lines[1 - i].contains(line)) text += (i == 0 ? "< " : "> ") + line + "\n";
-    return text.empty() && a != b ? "the order" : text;
-}
 
 // What the simulated device does not have: texts that need quotes, a radio whose band takes other settings
 // along, WEP for a whole radio, and values behind settings that are off.
@@ -89,8 +41,8 @@ TEST(Settings, TheRoundTripIsEqualForEveryObject) {
         more +=
             group + "keylen\t128\n" + group + "method\thex\n" + group + "key2\t0123456789abcdef0123456789\n";
     }
-    demo.root.write("/tmp/more", more);
-    ASSERT_EQ(demo.run("zevcfg import more"), 0) << demo.err;
+    demo.write("/tmp/more", more);
+    ASSERT_EQ(demo.said("zevcfg import $ZEVSIC_ROOT/tmp/more"), "");
     demo.start_daemon();
     plain.start_daemon();
     const std::string wanted = demo.settings(), before = plain.settings();
@@ -100,60 +52,53 @@ TEST(Settings, TheRoundTripIsEqualForEveryObject) {
             wanted.find("\n" + name) != std::string::npos || wanted.find("\n# " + name) != std::string::npos;
         EXPECT_EQ(is_there, is_setting(object)) << name;
     }
+    EXPECT_TRUE(has(plain.load(wanted, "--dry-run"), "VAPPSKCipherKeyValue.1.1: (secret) -> (secret)\n"));
+    EXPECT_TRUE(has(plain.said("zevctl get APSysName"), "zevsic-ap\n")) << "a dry run sets nothing";
 
-    plain.root.write("/tmp/file", wanted);
-    EXPECT_EQ(plain.run("zevctl load file --dry-run"), 0) << plain.err;
-    EXPECT_NE(plain.out.find("VAPPSKCipherKeyValue.1.1: (secret) -> (secret)\n"), std::string::npos);
-    EXPECT_EQ(plain.run("zevctl get APSysName"), 0);
-    EXPECT_NE(plain.out.find("zevsic-ap"), std::string::npos) << "a dry run sets nothing";
-
-    EXPECT_EQ(plain.run("zevctl load file --apply --wait"), 0) << plain.err;
-    printf("round trip: %s", plain.out.c_str());
-    EXPECT_EQ(differences(wanted, plain.settings()), "") << "read anew from the store after the apply";
-    EXPECT_EQ(plain.run("zevctl load file"), 0) << plain.err;
-    EXPECT_NE(plain.out.find(" 0 set, 0 refused"), std::string::npos) << plain.out;
-    EXPECT_EQ(plain.run("zevctl export VAPPSKCipherKeyValue.1.1"), 0);
-    EXPECT_NE(plain.out.find("\n# VAP 1.1\n# VAPPSKCipherKeyValue.1.1 is secret"), std::string::npos)
-        << plain.out;
-    EXPECT_EQ(plain.run("zevcfg get rf1_wds1 wpa.enabled"), 0);
-    EXPECT_EQ(plain.out, "disable\n") << "what was opened for a moment is closed again";
-
-    plain.root.write("/tmp/file", before);
-    EXPECT_EQ(plain.run("zevctl load file --save"), 0) << plain.err;
+    const std::string said = plain.load(wanted, "--apply --wait");
+    EXPECT_FALSE(has(said, "exit "));
+    printf("round trip: %s", said.c_str());
+    EXPECT_EQ(plain.said("zevctl export --secrets | diff $ZEVSIC_ROOT/tmp/file -"), "")
+        << "read anew from the store after the apply";
+    EXPECT_TRUE(has(plain.load(wanted, ""), " 0 set, 0 refused"));
+    EXPECT_TRUE(has(plain.said("zevctl export VAPPSKCipherKeyValue.1.1"),
+                    "\n# VAP 1.1\n# VAPPSKCipherKeyValue.1.1 is secret"));
+    EXPECT_EQ(plain.said("zevcfg get rf1_wds1 wpa.enabled"), "disable\n")
+        << "what was opened for a moment is closed again";
+    EXPECT_FALSE(has(plain.load(before, "--save"), "exit "));
 }
 
 TEST(Settings, WhatIsRefusedAndWhatIsWrong) {
     Device device("");
-    const auto load = [&](const std::string &text, const std::string &options) {
-        device.root.write("/tmp/file", text);
-        return device.run("zevctl load file " + options);
-    };
-    EXPECT_EQ(load("APSysName = x\n", ""), EXIT_NO_DAEMON);
+    EXPECT_TRUE(has(device.load("APSysName = x\n", ""), "exit 3\n"));
     device.start_daemon();
-    EXPECT_EQ(load("APSysLocation = here\nAPSysName = \"a/b\"\n\nAPWDSLinkWEPKeyValue.1.1 = abcde\n", ""),
-              EXIT_REFUSED);
-    EXPECT_EQ(
-        device.err.substr(0, device.err.find("nothing was saved")),
-        "zevctl: file:2: APSysName.0: value refused (accepted: 1..32 characters: letters, digits, blanks and "
-        "#()*,-.:?@_|)\n"
-        "zevctl: file:4: APWDSLinkWEPKeyValue.1.1: refused: needs APWDSLinkSecurityType.1.1 = WEP, it is "
-        "none\nzevctl: ");
-    EXPECT_EQ(
-        load(
-            "APSysPortVlanId.9 = 5\nVAPWEPCipher80211Auth.1.1 = shared\nAPRFBandSteeringEnabled.1 = enabled\n"
-            "APRFBandSteeringEnabled.2 = disabled\n",
-            "--save"),
-        EXIT_REFUSED);
-    for (const char *text : {"file:1: APSysPortVlanId.9: not on this device",
-                             "file:2: VAPWEPCipher80211Auth.1.1: belongs to VAPAuthenMode = WEP",
-                             "file:4: APRFBandSteeringEnabled.2: accepted, but the device has enabled"})
-        EXPECT_NE(device.err.find(text), std::string::npos) << device.err;
-
-    const std::string before = device.settings();
-    EXPECT_EQ(load("APSysLocation = there\nAPSysNam = x\n", "--save --json"), EXIT_USAGE);
-    EXPECT_EQ(device.out,
-              "{\"error\":\"file:2: unknown object APSysNam; similar: APSysName\",\"answer\":null}\n");
-    EXPECT_EQ(device.settings(), before) << "nothing is set of a file that is wrong";
+    const struct {
+        const char *text, *options;
+        std::vector<const char *> answers;
+    } cases[] = {
+        {"APSysLocation = here\nAPSysName = \"a/b\"\n\nAPWDSLinkWEPKeyValue.1.1 = abcde\n",
+         "",
+         {"zevctl: file:2: APSysName.0: value refused (accepted: 1..32 characters: letters, digits, blanks "
+          "and "
+          "#()*,-.:?@_|)\nzevctl: file:4: APWDSLinkWEPKeyValue.1.1: refused: needs "
+          "APWDSLinkSecurityType.1.1 = WEP, it is none\nzevctl: nothing was saved",
+          "exit 1\n"}},
+        {"APSysPortVlanId.9 = 5\nVAPWEPCipher80211Auth.1.1 = shared\nAPRFBandSteeringEnabled.1 = enabled\n"
+         "APRFBandSteeringEnabled.2 = disabled\n",
+         "--save",
+         {"file:1: APSysPortVlanId.9: not on this device",
+          "file:2: VAPWEPCipher80211Auth.1.1: belongs to VAPAuthenMode = WEP",
+          "file:4: APRFBandSteeringEnabled.2: accepted, but the device has enabled", "exit 1\n"}},
+        {"APSysLocation = there\nAPSysNam = x\n",
+         "--save --json",
+         {"{\"error\":\"file:2: unknown object APSysNam; similar: APSysName\",\"answer\":null}\nexit 2\n"}},
+    };
+    for (const auto &c : cases) {
+        const std::string answer = device.load(c.text, c.options);
+        for (const char *text : c.answers) EXPECT_TRUE(has(answer, text));
+    }
+    EXPECT_TRUE(has(device.settings(), "\nAPSysLocation.0 = here\n"))
+        << "nothing is set of a file that is wrong";
 }
 
 TEST(Settings, LinesOfAFile) {
