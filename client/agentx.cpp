@@ -1,5 +1,8 @@
 // zevsic-agentx: serves the subtree to an AgentX master agent, or to managers as the device's SNMP agent
 // itself, with what the daemon answers on its socket.
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+
 #include <CLI/CLI.hpp>
 #include <csignal>
 
@@ -119,8 +122,34 @@ static timeval time_until(Clock::time_point then) {
     return {static_cast<time_t>(wait / 1000000), static_cast<suseconds_t>(wait % 1000000)};
 }
 
+// Those through which the library hands itself a master's message, and the answer to it back.
+static std::vector<int> pipes_of_library() {
+    int count = 0, block = 1;
+    timeval timeout{};
+    fd_set sessions;
+    FD_ZERO(&sessions);
+    snmp_select_info(&count, &sessions, &timeout, &block);
+    std::vector<int> pipes;
+    struct stat file {};
+    for (int fd = 0; fd < count; fd++)
+        if (FD_ISSET(fd, &sessions) && fstat(fd, &file) == 0 && S_ISFIFO(file.st_mode)) pipes.push_back(fd);
+    return pipes;
+}
+
+// Otherwise each would cost a round of the loop, for every value.
+static void read_pipes(const std::vector<int> &pipes) {
+    for (const int fd : pipes) {
+        int waiting = 0;
+        if (ioctl(fd, FIONREAD, &waiting) != 0 || waiting == 0) continue;
+        fd_set session;
+        FD_ZERO(&session);
+        FD_SET(fd, &session);
+        snmp_read(&session);
+    }
+}
+
 // One round of the library's loop, with the daemon's answers in it.
-static void run_once(Subtree *subtree) {
+static void run_once(Subtree *subtree, const std::vector<int> &pipes) {
     // A wait that took this long was one: nothing had come before it ended.
     constexpr std::chrono::microseconds WAITED(10);
     int count = 0, block = 0;
@@ -147,6 +176,7 @@ static void run_once(Subtree *subtree) {
     if (ready > 0) {
         netsnmp_dispatch_external_events(&ready, &readable, &writable, &exceptional);
         snmp_read(&readable);
+        read_pipes(pipes);
     }
     snmp_timeout();
     run_alarms();
@@ -169,7 +199,8 @@ static int serve(const Options &options) {
     const bool listens = !options.listen.empty();
     if (!(listens ? start_agent(&subtree, options) : start_subagent(&subtree, options))) return 1;
     start_notifications(options.socket);
-    while (!stopped) run_once(&subtree);
+    const std::vector<int> pipes = pipes_of_library();
+    while (!stopped) run_once(&subtree, pipes);
     log_unfit(subtree);
     snmp_shutdown(listens ? AGENT : PROGRAM);
     shutdown_agent();

@@ -74,17 +74,15 @@ static const std::deque<DaemonQuestion> *next_queue(const Asker &asker) {
     return asker.slow_sent || asker.slow_queue.empty() ? nullptr : &asker.slow_queue;
 }
 
-// True when there was one and more may follow.
-static bool send_next(Asker *asker) {
-    if (!next_queue(*asker)) return false;
+static void send_next(Asker *asker) {
+    if (!next_queue(*asker)) return;
     std::deque<DaemonQuestion> &queue = asker->queue.empty() ? asker->slow_queue : asker->queue;
     const bool late = queue.front().send_before <= asker->now;
     const Sending sending = late ? Sending::FAILED : send_question(asker, &queue.front());
-    if (sending == Sending::LATER) return false;
+    if (sending == Sending::LATER) return;
     const DaemonQuestion question = std::move(queue.front());
     queue.pop_front();
     if (sending == Sending::FAILED) fail(asker, question, late ? "no answer in time" : asker->error);
-    return true;
 }
 
 // True when it is over: `reply` is the answer, or null.
@@ -106,10 +104,9 @@ static bool receive(SentQuestion *from, Clock::time_point now, const snmp_reply 
     return true;
 }
 
-// True when there was one.
-static bool take_answer(Asker *asker) {
+static void take_answer(Asker *asker) {
     const snmp_reply *reply = nullptr;
-    if (asker->sent.empty() || !receive(&asker->sent.front(), asker->now, &reply)) return false;
+    if (asker->sent.empty() || !receive(&asker->sent.front(), asker->now, &reply)) return;
     const SentQuestion over = std::move(asker->sent.front());
     asker->sent.pop_front();
     close(over.fd);
@@ -120,13 +117,14 @@ static bool take_answer(Asker *asker) {
     } else {
         fail(asker, over.question, "connection closed early");
     }
-    return true;
 }
 
+// One of each: a manager's request that has come meanwhile does not wait for all of them, and while the
+// master and the manager are at work there is time for the next.
 void step(Asker *asker) {
     asker->now = Clock::now();
-    while (take_answer(asker)) continue;
-    while (send_next(asker)) continue;
+    take_answer(asker);
+    send_next(asker);
 }
 
 int waiting_fd(const Asker &asker) {

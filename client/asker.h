@@ -48,7 +48,7 @@ struct Asker {
 
 void ask(Asker *asker, DaemonQuestion question);
 
-// Takes the answers that are there and sends what is waiting.
+// Takes an answer that is there and sends a question that is waiting.
 void step(Asker *asker);
 
 // Readable when there may be something to take; −1 when nothing was sent.
