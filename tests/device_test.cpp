@@ -2,88 +2,65 @@
 #include "platform/device.h"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
-#include <filesystem>
 #include <random>
 
 #include "platform/k480ext.h"
-#include "tests/device_root.h"
+#include "tests/process.h"
 
 using std::string;
 
 class Device : public testing::Test {
   protected:
-    DeviceRoot root;
+    TestDevice root;
 };
 
-// ---- quoting ----
-
-TEST(Quoting, OrdinaryWordsStayAsTheyAre) {
-    EXPECT_EQ(shell_word("ath0ap0"), "ath0ap0");
-    EXPECT_EQ(shell_word("a._-/:@%+,Z9"), "a._-/:@%+,Z9");
-    EXPECT_EQ(shell_word(""), "''");
-    EXPECT_EQ(shell_word("~"), "'~'");
-    EXPECT_EQ(inside_single_quotes("a'b"), "a'\\''b");
-    EXPECT_EQ(url_text("a b&c/~%"), "a%20b%26c/~%25");
-    EXPECT_EQ(url_text("\xc3'"), "%C3%27");
-}
-
-TEST(Quoting, TheShellPassesAnyTextOnUnchanged) {
+TEST_F(Device, TheShellPassesAnyTextOnUnchanged) {
+    const std::pair<string, string> words[] = {
+        {shell_word("a._-/:@%+,Z9"), "a._-/:@%+,Z9"},
+        {shell_word(""), "''"},
+        {shell_word("~"), "'~'"},
+        {inside_single_quotes("a'b"), "a'\\''b"},
+        {url_text("a b&c/~%"), "a%20b%26c/~%25"},
+        {url_text("\xc3'"), "%C3%27"},
+        {shell_word(string("a'\0; echo out", 14)), shell_word("a'")},
+    };
+    for (const auto &[word, expected] : words) EXPECT_EQ(word, expected);
+    EXPECT_EQ(run_command(string("true\0", 5)), -1);
     std::mt19937 random(20480);
     const string nasty = "'\"\\$`!#&;|<>(){}[]*?~ \t\n=%-";
-    for (int round = 0; round < 20; round++) {
-        string words = "printf '%s\\0'";
-        string expected;
-        for (int i = 0; i < 40; i++) {
-            string text;
-            for (unsigned length = random() % 12; text.size() < length;)
-                text += random() % 2 == 0 ? nasty[random() % nasty.size()]
-                                          : static_cast<char>(1 + random() % 255);
-            words += " " + shell_word(text) + " 'x" + inside_single_quotes(text) + "y'";
-            expected += text + '\0' + "x" + text + "y" + '\0';
-        }
-        ASSERT_EQ(read_command(words).text, expected) << "round " << round;
+    string command = "printf '%s\\0'", expected;
+    for (int i = 0; i < 800; i++) {
+        string text;
+        for (unsigned length = random() % 12; text.size() < length;)
+            text +=
+                random() % 2 == 0 ? nasty[random() % nasty.size()] : static_cast<char>(1 + random() % 255);
+        command += " " + shell_word(text) + " 'x" + inside_single_quotes(text) + "y'";
+        expected += text + '\0' + "x" + text + "y" + '\0';
     }
+    EXPECT_EQ(read_command(command).text, expected);
 }
 
-TEST(Quoting, ATextWithANulNeverLeavesAQuoteOpen) {
-    string text("a'\0; echo out", 14);
-    EXPECT_EQ(read_command("printf %s " + shell_word(text)).text, "a'");
-    EXPECT_EQ(run_command(string("true\0", 5)), -1);
-}
-
-// ---- running tools ----
-
-TEST_F(Device, CommandsGiveTheirStatusAndLeaveNoChild) {
-    EXPECT_EQ(run_command("exit 7"), 7);
-    EXPECT_EQ(run_command("kill -KILL $$"), 128 + SIGKILL);
-    EXPECT_EQ(read_command("echo a; exit 3").text, "a\n");
-    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
-}
-
-TEST_F(Device, CommandsInheritNeitherSignalsNorDescriptors) {
-    signal(SIGUSR2, SIG_IGN);
-    signal(SIGPIPE, SIG_IGN);
-    sigset_t blocked;
-    sigset_t before;
+TEST_F(Device, CommandsGiveTheirStatusAndInheritNothing) {
+    for (const int number : {SIGUSR2, SIGPIPE}) signal(number, SIG_IGN);
+    sigset_t blocked, before;
     sigemptyset(&blocked);
     sigaddset(&blocked, SIGUSR2);
     sigprocmask(SIG_BLOCK, &blocked, &before);
     ASSERT_EQ(dup2(STDERR_FILENO, 57), 57);
+    EXPECT_EQ(run_command("exit 7"), 7);
     EXPECT_EQ(run_command("kill -USR2 $$"), 128 + SIGUSR2);
     EXPECT_EQ(run_command("[ -e /proc/$$/fd/57 ]"), 1);
     EXPECT_EQ(run_command("kill -PIPE $$"), 128 + SIGPIPE);
+    EXPECT_EQ(read_command("echo a; exit 3").text, "a\n");
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child was left";
     close(57);
     sigprocmask(SIG_SETMASK, &before, nullptr);
-    signal(SIGUSR2, SIG_DFL);
-    signal(SIGPIPE, SIG_DFL);
+    for (const int number : {SIGUSR2, SIGPIPE}) signal(number, SIG_DFL);
 }
 
 // The tools of one request, none of which does what it should.
@@ -136,98 +113,77 @@ TEST_F(Device, ToolsThatDoNotEnd) {
 }
 
 TEST_F(Device, WhatToolsSayIsBoundedAndSaidOnce) {
-    const auto said = [](const string &command) {
+    string output;
+    const auto said = [&](const string &command) {
         testing::internal::CaptureStderr();
-        read_command(command);
+        output = read_command(command).text;
         return testing::internal::GetCapturedStderr();
     };
+    const auto lines = [](const string &text) { return std::count(text.begin(), text.end(), '\n'); };
     forget_reports();
-    EXPECT_NE(said("no-such-tool; echo b >&2; echo b >&2").find("not found\nzevsic: b\n"), string::npos);
+    EXPECT_TRUE(has(said("no-such-tool; echo b >&2; echo b >&2"), "not found\nzevsic: b\n"));
     EXPECT_EQ(said("no-such-tool | cat; echo b >&2"), "");
-    const string many = said("for i in $(seq 200); do echo $i >&2; done");
-    EXPECT_EQ(std::count(many.begin(), many.end(), '\n'), 99) << "with one line that says so";
+    EXPECT_EQ(lines(said("for i in $(seq 200); do echo $i >&2; done")), 99) << "with one line that says so";
     forget_reports();
     EXPECT_NE(said("no-such-tool"), "");
-
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(read_command("head -c 5000000 /dev/zero").text, "");
-    const string flood = read_command("yes 123456").text;  // would go on for ever
-    EXPECT_EQ(flood.size(), COMMAND_OUTPUT_LIMIT / 7 * 7);
-    const string cut = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(std::count(cut.begin(), cut.end(), '\n'), 2) << cut;
-    EXPECT_EQ(read_command("printf %0100000d 0").text.size(), 100'000U);
+    EXPECT_EQ(lines(said("head -c 5000000 /dev/zero")), 1);
+    EXPECT_EQ(output, "");
+    EXPECT_EQ(lines(said("yes 123456")), 1) << "which would go on for ever";
+    EXPECT_EQ(output.size(), COMMAND_OUTPUT_LIMIT / 7 * 7);
+    EXPECT_EQ(said("printf %0100000d 0"), "");
+    EXPECT_EQ(output.size(), 100'000U);
     forget_reports();
 }
 
-TEST_F(Device, ToolsRunInALocaleOfPlainBytes) {
-    setenv("LANGUAGE", "de", 1);
-    prepare_tools();
-    EXPECT_EQ(read_command("echo $LC_ALL $LANGUAGE").text, "C.UTF-8\n");
-}
-
-TEST_F(Device, DateAndRebootAreTheRootsOwnOrNotRun) {
+TEST_F(Device, ToolsAreTheRootsOwn) {
+    // Of these the machine's are never run, whatever PATH says.
     for (const char *command : {"date 010100002030.00", " reboot", "/sbin/reboot", "date;true"}) {
         EXPECT_EQ(run_command(command), -1) << command;
         EXPECT_FALSE(read_command(command).started) << command;
     }
     root.write_tool("/sbin/date", "echo \"own $*\"");
-    EXPECT_EQ(read_command("date 0101 x").text, "own 0101 x\n");  // though PATH does not begin with the root
+    EXPECT_EQ(read_command("date 0101 x").text, "own 0101 x\n");
     EXPECT_EQ(run_command("reboot"), -1);
     EXPECT_EQ(run_command("true date"), 0);
-}
 
-TEST_F(Device, ToolsAreFoundInTheRootFirst) {
-    string before = getenv("PATH");
-    root.write_tool("/sbin/ifconfig", "echo own");
+    const string before = getenv("PATH");
+    root.write_tool("/sbin/ifconfig", "echo $LC_ALL $LANGUAGE");
+    setenv("LANGUAGE", "de", 1);
     prepare_tools();
     prepare_tools();
     EXPECT_EQ(getenv("PATH"), root.path("/sbin:") + root.path("/bin:") + root.path("/usr/bin:") + before);
-    EXPECT_EQ(read_command("ifconfig").text, "own\n");
+    EXPECT_EQ(read_command("ifconfig").text, "C.UTF-8\n");
     setenv("PATH", before.c_str(), 1);
 }
-
-// ---- files ----
 
 TEST_F(Device, FilesBelowTmpAreNeitherFollowedNorWaitedFor) {
     root.write("/etc/secret", "secret");
     string text;
-    ASSERT_EQ(symlink(root.path("/etc/secret").c_str(), root.path("/tmp/link").c_str()), 0);
-    ASSERT_EQ(mkfifo(root.path("/tmp/pipe").c_str(), 0600), 0);
+    root.said("cd $ZEVSIC_ROOT/tmp; ln -s ../etc/secret link; mkfifo pipe");
     EXPECT_FALSE(read_device_file("/tmp/link", 100, &text));
     EXPECT_FALSE(read_device_file("/tmp/pipe", 100, &text));
     EXPECT_FALSE(create_lock_file("/tmp/link"));
     EXPECT_EQ(open_device_file("/tmp/link", O_RDONLY), -1);
     EXPECT_TRUE(read_device_file("/etc/secret", 3, &text));
     EXPECT_EQ(text, "sec");
-}
-
-TEST_F(Device, ALockFileIsMadeOnceAndHoldsTheTime) {
-    long before = time(nullptr);
+    // A lock file is made once and holds the time.
+    const long before = time(nullptr);
     EXPECT_TRUE(create_lock_file("/tmp/lock"));
     EXPECT_FALSE(create_lock_file("/tmp/lock"));
-    string text;
-    ASSERT_TRUE(read_device_file("/tmp/lock", 100, &text));
-    long made = atol(text.c_str());
-    EXPECT_EQ(text, std::to_string(made) + "\n");
+    const long made = atol(root.read("/tmp/lock").c_str());
+    EXPECT_EQ(root.read("/tmp/lock"), std::to_string(made) + "\n");
     EXPECT_TRUE(made >= before && made <= time(nullptr)) << made;
     remove_device_file("/tmp/lock");
     EXPECT_FALSE(device_file_exists("/tmp/lock"));
 }
 
-// ---- the radios ----
-
-TEST_F(Device, WithoutItsFileADeviceHasNoRadios) {
+TEST_F(Device, FactsAreReadAgainWhenTheyChangeAndBadLinesAreSkipped) {
     char name[IFNAME_SIZE] = "untouched";
     unsigned capability = 1;
-    EXPECT_EQ(get_ifname_by_idx(IFNAME_VAP, 0, 0, name), 0);
-    EXPECT_EQ(find_enabled_vap(1, name), 0);
+    EXPECT_EQ(get_ifname_by_idx(IFNAME_VAP, 0, 0, name) + find_enabled_vap(1, name), 0);
     EXPECT_STREQ(name, "untouched");
     EXPECT_EQ(get_rf_capable_mode(1, &capability), 0);
     EXPECT_EQ(capability, 0U);
-    EXPECT_EQ(get_sta_list("ath0ap0"), nullptr);
-}
-
-TEST_F(Device, FactsAreReadAgainWhenTheyChangeAndBadLinesAreSkipped) {
     root.write(
         "/etc/k480ext.conf",
         "# radios\n"
@@ -247,8 +203,6 @@ TEST_F(Device, FactsAreReadAgainWhenTheyChangeAndBadLinesAreSkipped) {
         "vap1.2.ifname = " +
             string(64, 'x') + "\nradio1.chain_mask =\n");
     testing::internal::CaptureStderr();
-    char name[IFNAME_SIZE] = "";
-    unsigned capability = 0;
     EXPECT_EQ(rf_is_offload(0), 0);
     EXPECT_EQ(rf_is_offload(1), 1);
     EXPECT_EQ(rf_is_offload(2), 0);
@@ -280,10 +234,8 @@ TEST_F(Device, FactsAreReadAgainWhenTheyChangeAndBadLinesAreSkipped) {
     EXPECT_EQ(get_sta_list("ath0ap15"), nullptr);
     // Without a line of its own the enabled VAP is the store's first with an interface.
     EXPECT_EQ(find_enabled_vap(1, name), 0);
-    ASSERT_EQ(run_command(ZEVSIC_BIN_DIR "/zevcfg init && " ZEVSIC_BIN_DIR
-                                         "/zevcfg set rf1_vap1 state disable && " ZEVSIC_BIN_DIR
-                                         "/zevcfg set rf1_vap2 state enable"),
-              0);
+    EXPECT_EQ(root.said("zevcfg init; zevcfg set rf1_vap1 state disable; zevcfg set rf1_vap2 state enable"),
+              "");
     EXPECT_EQ(find_enabled_vap(1, name), 1);
     EXPECT_STREQ(name, "ath0ap1");
 }
