@@ -2,21 +2,16 @@
 // device's pages, all in a network namespace of the test's own, where their ports are free.
 #include <crypt.h>
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <net/if.h>
 #include <sched.h>
 #include <sys/ioctl.h>
-#include <sys/socket.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <csignal>
-#include <cstring>
 #include <random>
-#include <vector>
 
 #include "platform/device.h"
-#include "tests/device_root.h"
+#include "tests/process.h"
+
+using std::string;
 
 namespace {
 
@@ -46,18 +41,8 @@ class OwnNetwork {
     bool made_;
 };
 
-template <typename Condition>
-bool comes_true(Condition condition) {
-    for (int i = 0; i < 1500; i++) {
-        if (condition()) return true;
-        usleep(20000);
-    }
-    return false;
-}
-
 // What the pages share: where the device is, and the value of a parameter of the request.
 const char *const PAGE_START =
-    "root=%ROOT%\n"
     "printf 'Content-Type: application/octet-stream\\r\\n\\r\\n'\n"
     "printf '%s' \"$HTTP_COOKIE\" > \"$root/cookie\"\n"
     "while [ ! -e \"$root/go\" ]; do sleep 0.05; done\n"
@@ -82,9 +67,9 @@ const char *const UPLOAD_PAGE =
     "    [ \"$(stat -c %s \"$file\")\" = \"$(value filesize)\" ] && cp \"$file\" \"$root/restored\" &&\n"
     "    echo '<a href=\"rebooting.asp\">' || echo failed";
 
-const std::string FTP_USER = "an 'operator'";
-const std::string FTP_PASSWORD = "p'a $w;`d`&%41";
-const std::string HOSTILE_NAME = "-b 'x' $(y) `z`;&%41\".cfg";
+const string FTP_USER = "an 'operator'";
+const string FTP_PASSWORD = "p'a $w;`d`&%41";
+const string HOSTILE_NAME = "-b 'x' $(y) `z`;&%41\".cfg";
 
 class TransferServersTest : public testing::Test {
   protected:
@@ -92,175 +77,116 @@ class TransferServersTest : public testing::Test {
         for (const char *tool :
              {"/usr/sbin/in.tftpd", "/usr/bin/busybox", "/usr/bin/wget", "/usr/bin/python3"})
             if (access(tool, X_OK) != 0) GTEST_SKIP() << "needs " << tool;
-        if (run_command("/usr/bin/python3 -c 'import pyftpdlib' 2>/dev/null") != 0)
+        if (device.said("/usr/bin/python3 -c 'import pyftpdlib'") != "")
             GTEST_SKIP() << "needs the FTP server pyftpdlib";
         if (!network.made()) GTEST_SKIP() << "a network namespace cannot be made here";
         for (const char *name : {"http_proxy", "HTTP_PROXY"}) unsetenv(name);
-        setenv("HOME", root.path("").c_str(), 1);  // wget's own settings are not the device's
-        make_device();
-        start("busybox httpd -f -p 127.0.0.1:80 -h " + root.path("/www") + " -c " + root.path("/httpd.conf"));
-        start("/usr/sbin/in.tftpd -4 -L -c -s -u root " + root.path("/srv"));
-        start("/usr/bin/python3 -m pyftpdlib -i 127.0.0.1 -p 21 -w -d " + root.path("/srv") + " -u " +
-              shell_word(FTP_USER) + " -P " + shell_word(FTP_PASSWORD));
-        daemon = start(std::string(ZEVSIC_BIN_DIR) + "/zevsic -d 0");
-        ASSERT_TRUE(comes_true([&] {
-            return network_has("tcp", ":0050 ") && network_has("tcp", ":0015 ") &&
-                   network_has("udp", ":0045 ") && root.has("/tmp/zevsic_sock");
-        }));
+        setenv("HOME", device.path("").c_str(), 1);  // wget's own settings are not the device's
+        device.said(
+            "zevcfg init; zevcfg set --current snmp sample_time 0; zevcfg set --current admin password "
+            "s3cret; "
+            "mkdir $ZEVSIC_ROOT/srv");
+        for (const string tool : {"tftp", "ftpput", "ftpget"})
+            device.write_tool("/bin/" + tool, "exec busybox " + tool + " \"$@\"");
+        device.write("/httpd.conf", "*.egi:/bin/sh\n*.asp:/bin/sh\n");
+        for (const auto &[page, script] : {std::pair{"backupCfg.egi", BACKUP_PAGE},
+                                           {"tftp_firmware_upgrade.egi", UPGRADE_PAGE},
+                                           {"upload.asp", UPLOAD_PAGE}})
+            device.write(string("/www/") + page, "root=" + device.path("\n") + PAGE_START + script + "\n");
+        device.write("/go", "");
+        device.write("/password", FTP_PASSWORD + "\n");
+        device.write("/wrong", "wrong\n");
+        device.start("busybox httpd -f -p 127.0.0.1:80 -h $ZEVSIC_ROOT/www -c $ZEVSIC_ROOT/httpd.conf");
+        device.start("/usr/sbin/in.tftpd -4 -L -c -s -u root $ZEVSIC_ROOT/srv");
+        device.start("/usr/bin/python3 -m pyftpdlib -i 127.0.0.1 -p 21 -w -d $ZEVSIC_ROOT/srv -u " +
+                     shell_word(FTP_USER) + " -P " + shell_word(FTP_PASSWORD));
+        daemon = device.start_daemon();
+        const auto listens = [&] {
+            return device.said(
+                "cd /proc/thread-self/net; grep -c ':0050 ' tcp && "
+                "grep -c ':0015 ' tcp && grep -c ':0045 ' udp");
+        };
+        ASSERT_TRUE(eventually([&] { return !has(listens(), "exit"); }));
     }
-    void TearDown() override {
-        while (!started.empty()) end(started.back());
+    // What zevctl says to an order "OPERATION PROTOCOL"; the FTP server is told the password of a file.
+    string order(const string &words, const string &file, const string &password = "/password") const {
+        const bool ftp = words.ends_with("ftp") && !words.ends_with("tftp");
+        const string user = " --user " + shell_word(FTP_USER) + " --password-file " + device.path(password);
+        return device.said("zevctl " + words + (ftp ? user : "") + " -- 127.0.0.1 " + shell_word(file));
     }
-
-    void make_device() const {
-        const std::string zevcfg = std::string(ZEVSIC_BIN_DIR) + "/zevcfg ";
-        ASSERT_EQ(run_command(zevcfg + "init >/dev/null"), 0);
-        ASSERT_EQ(run_command(zevcfg + "set --current snmp sample_time 0"), 0);
-        ASSERT_EQ(run_command(zevcfg + "set --current admin password 's3cret'"), 0);
-        for (const std::string tool : {"tftp", "ftpput", "ftpget"})
-            root.write_tool("/bin/" + tool, "exec busybox " + tool + " \"$@\"");
-        root.write("/httpd.conf", "*.egi:/bin/sh\n*.asp:/bin/sh\n");
-        write_page("backupCfg.egi", BACKUP_PAGE);
-        write_page("tftp_firmware_upgrade.egi", UPGRADE_PAGE);
-        write_page("upload.asp", UPLOAD_PAGE);
-        root.write("/go", "");
-        std::filesystem::create_directories(root.path("/srv"));
-        root.write("/password", FTP_PASSWORD + "\n");
-        root.write("/wrong", "wrong\n");
+    string status_of(const string &protocol) const {
+        return device.said("zevctl get " + protocol + "ActionStatus");
     }
-    void write_page(const std::string &name, const char *script) const {
-        std::string start = PAGE_START;
-        start.replace(start.find("%ROOT%"), 6, root.path(""));
-        root.write("/www/" + name, start + script + "\n");
+    bool has_ended() const {
+        return !device.has("/tmp/lock_snmp_web") && !device.has("/tmp/lock_snmp_conf_backup");
     }
-
-    // A process of the test, the leader of a group of its own.
-    pid_t start(const std::string &command) {
-        const pid_t pid = fork();
-        if (pid == 0) {
-            setpgid(0, 0);
-            const int null = open("/dev/null", O_RDWR);
-            dup2(null, 1);
-            dup2(null, 2);
-            execl("/bin/sh", "sh", "-c", ("exec " + command).c_str(), nullptr);
-            _exit(127);
-        }
-        setpgid(pid, pid);
-        started.push_back(pid);
-        return pid;
-    }
-    void end(pid_t pid) {
-        kill(-pid, SIGKILL);
-        waitpid(pid, nullptr, 0);
-        std::erase(started, pid);
-    }
-    static bool network_has(const std::string &kind, const char *port) {
-        std::ifstream table("/proc/thread-self/net/" + kind);
-        std::ostringstream text;
-        text << table.rdbuf();
-        return text.str().find(port) != std::string::npos;
-    }
-
-    // The exit status of zevctl; what it prints is kept in `printed`.
-    int zevctl(const std::string &arguments) {
-        const int status = run_command(std::string(ZEVSIC_BIN_DIR) + "/zevctl " + arguments + " >" +
-                                       root.path("/printed") + " 2>&1");
-        printed = root.read("/printed");
-        return status;
-    }
-    int zevctl_ftp(const std::string &task, const std::string &file,
-                   const std::string &password = "/password") {
-        return zevctl(task + " --ftp --user " + shell_word(FTP_USER) + " --password-file " +
-                      root.path(password) + " --wait -- 127.0.0.1 " + shell_word(file));
-    }
-    std::string status_of(const std::string &protocol) {
-        zevctl("get " + protocol + "ActionStatus");
-        const size_t value = printed.find("integer: ");
-        return value == std::string::npos ? printed : printed.substr(value + 9);
-    }
-    // True when both files are the same; says what was carried.
-    bool carried(const char *how, const std::string &from, const std::string &to) const {
-        printf("%s: %zu bytes, sha256 %s", how, root.read(to).size(),
-               read_command("sha256sum < " + shell_word(root.path(to))).text.c_str());
-        return root.read(from) == root.read(to);
-    }
-    void write_random(const std::string &absolute, size_t size) const {
+    void write_random(const string &absolute, size_t size) const {
         std::mt19937 random(static_cast<unsigned>(size));
-        std::string bytes(size, '\0');
+        string bytes(size, '\0');
         for (char &byte : bytes) byte = static_cast<char>(random());
-        root.write(absolute, bytes);
+        device.write(absolute, bytes);
     }
 
     OwnNetwork network;
-    DeviceRoot root;
-    std::vector<pid_t> started;
+    TestDevice device;
     pid_t daemon = 0;
-    std::string printed;
 };
 
-TEST_F(TransferServersTest, BackupsGoUpByteForByte) {
-    write_random("/config", 100'001);
-    EXPECT_EQ(status_of("TFTP"), "0 (idle)\n");
-    EXPECT_EQ(zevctl("backup --tftp --wait -- 127.0.0.1 " + shell_word(HOSTILE_NAME)), 0) << printed;
-    EXPECT_TRUE(carried("TFTP backup", "/config", "/srv/" + HOSTILE_NAME));
-    EXPECT_EQ(status_of("TFTP"), "0 (idle)\n");
-
-    const std::string cookie = root.read("/cookie");
-    ASSERT_TRUE(cookie.starts_with("username=admin;password="));
-    const std::string hash = cookie.substr(24);
+TEST_F(TransferServersTest, CarryFilesByteForByte) {
+    EXPECT_TRUE(has(status_of("TFTP"), "0 (idle)\n"));
+    const string restarting = ": 3 (restarting)\n";
+    const struct {
+        const char *order;
+        string file;
+        size_t size;  // 0: a file that is not there
+        string from, to, says;
+        const char *password = "/password";
+    } cases[] = {
+        {"backup --wait --tftp", HOSTILE_NAME, 100'001, "/config", "/srv/" + HOSTILE_NAME, "0 (idle)\n"},
+        {"backup --ftp", HOSTILE_NAME, 54'321, "/config", "/srv/" + HOSTILE_NAME, "0 (idle)\n"},
+        {"restore --tftp", "site 1.cfg", 200'000, "/srv/site 1.cfg", "/restored", restarting},
+        {"restore --ftp", "site 1.cfg", 77'777, "/srv/site 1.cfg", "/restored", restarting},
+        {"upgrade --wait --tftp", HOSTILE_NAME, 1'000'000, "/srv/" + HOSTILE_NAME, "/firmware", restarting},
+        {"upgrade --ftp", HOSTILE_NAME, 999'999, "/srv/" + HOSTILE_NAME, "/firmware", restarting},
+        {"restore --ftp", "missing.cfg", 0, "", "", "6 (restoreFailed)"},
+        {"upgrade --tftp", "missing", 0, "", "", "4 (upgradeFailed)"},
+        {"backup --wait --ftp", "other", 54'322, "/config", "/tmp/ftp_backup.cfg", "5 (backupFailed)",
+         "/wrong"},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(string(c.order) + " " + c.file);
+        if (c.size > 0) write_random(c.from, c.size);
+        string said = order(c.order, c.file, c.password);
+        const bool waited = has(c.order, "--wait");
+        EXPECT_TRUE(eventually([&] { return has_ended(); }));
+        said += status_of(has(c.order, "--tftp") ? "TFTP" : "FTP");
+        EXPECT_TRUE(has(said, c.says));
+        EXPECT_EQ(has(said, "exit 1\n"), waited && c.says.ends_with("ailed)")) << said;
+        EXPECT_TRUE(device.read(c.from) == device.read(c.to)) << device.read(c.to).size() << " bytes";
+    }
+    // What stays on the device until the next command is for nobody else.
+    EXPECT_EQ(device.said("stat -c %a $ZEVSIC_ROOT/tmp/ftp_backup.cfg"), "600\n");
+    const string cookie = device.read("/cookie"), hash = cookie.substr(24);
+    EXPECT_EQ(cookie.substr(0, 24), "username=admin;password=");
     EXPECT_EQ(hash, crypt("s3cret", hash.substr(0, 2).c_str()));
-
-    write_random("/config", 54'321);
-    EXPECT_EQ(zevctl_ftp("backup", HOSTILE_NAME), 0) << printed;
-    EXPECT_TRUE(carried("FTP backup", "/config", "/srv/" + HOSTILE_NAME));
-    EXPECT_EQ(zevctl_ftp("backup", "other", "/wrong"), 1);
-    EXPECT_NE(printed.find("5 (backupFailed)"), std::string::npos) << printed;
-    EXPECT_EQ(root.read("/tmp/ftp_backup.cfg"), root.read("/config")) << "kept until the next command";
-
-    std::filesystem::remove(root.path("/www/backupCfg.egi"));
-    EXPECT_EQ(zevctl_ftp("backup", HOSTILE_NAME), 1) << printed;
-    EXPECT_NE(printed.find("5 (backupFailed)"), std::string::npos) << printed;
-    EXPECT_TRUE(carried("FTP backup after a failed one", "/config", "/srv/" + HOSTILE_NAME));
-}
-
-TEST_F(TransferServersTest, RestoresComeDown) {
-    write_random("/srv/site 1.cfg", 200'000);
-    EXPECT_EQ(zevctl("restore --tftp --wait 127.0.0.1 'site 1.cfg'"), 0) << printed;
-    EXPECT_NE(printed.find("3 (restarting)"), std::string::npos) << printed;
-    EXPECT_TRUE(carried("TFTP restore", "/srv/site 1.cfg", "/restored"));
-    write_random("/srv/site 1.cfg", 77'777);
-    EXPECT_EQ(zevctl_ftp("restore", "site 1.cfg"), 0) << printed;
-    EXPECT_TRUE(carried("FTP restore", "/srv/site 1.cfg", "/restored"));
-    EXPECT_EQ(zevctl_ftp("restore", "missing.cfg"), 1);
-    EXPECT_NE(printed.find("6 (restoreFailed)"), std::string::npos) << printed;
-}
-
-TEST_F(TransferServersTest, UpgradesAreFetchedByTheDevicesOwnPage) {
-    write_random("/srv/" + HOSTILE_NAME, 1'000'000);
-    EXPECT_EQ(zevctl("upgrade --tftp --wait -- 127.0.0.1 " + shell_word(HOSTILE_NAME)), 0) << printed;
-    EXPECT_TRUE(carried("TFTP upgrade", "/srv/" + HOSTILE_NAME, "/firmware"));
-    write_random("/srv/" + HOSTILE_NAME, 999'999);
-    EXPECT_EQ(zevctl_ftp("upgrade", HOSTILE_NAME), 0) << printed;
-    EXPECT_TRUE(carried("FTP upgrade", "/srv/" + HOSTILE_NAME, "/firmware"));
-    EXPECT_EQ(zevctl("upgrade --tftp --wait 127.0.0.1 missing"), 1);
-    EXPECT_NE(printed.find("4 (upgradeFailed)"), std::string::npos) << printed;
+    device.said("rm $ZEVSIC_ROOT/www/backupCfg.egi");
+    EXPECT_TRUE(has(order("backup --wait --ftp", "never"), "5 (backupFailed)"));
+    EXPECT_FALSE(device.has("/srv/never"));
 }
 
 TEST_F(TransferServersTest, TransfersGoOnWithoutTheDaemon) {
     write_random("/config", 5'000);
-    std::filesystem::remove(root.path("/go"));
-    EXPECT_EQ(zevctl("upgrade --tftp 127.0.0.1 firmware"), 0) << printed;
-    EXPECT_EQ(status_of("FTP"), "1 (updating)\n");
-    EXPECT_EQ(zevctl("backup --tftp 127.0.0.1 a.cfg"), 0) << "beside the upgrade: " << printed;
-    EXPECT_EQ(status_of("FTP"), "2 (backingUp)\n");
-    EXPECT_EQ(zevctl("backup --tftp 127.0.0.1 b.cfg"), 1) << "one at a time";
-    EXPECT_NE(printed.find("is running"), std::string::npos) << printed;
-    end(daemon);
-    EXPECT_EQ(zevctl("backup --tftp 127.0.0.1 a.cfg"), 3);
-    root.write("/go", "");
-    EXPECT_TRUE(comes_true(
-        [&] { return !root.has("/tmp/lock_snmp_web") && !root.has("/tmp/lock_snmp_conf_backup"); }));
-    EXPECT_TRUE(carried("TFTP backup after the daemon's end", "/config", "/srv/a.cfg"));
+    device.said("rm $ZEVSIC_ROOT/go");
+    EXPECT_EQ(order("upgrade --tftp", "firmware"), "");
+    EXPECT_TRUE(has(status_of("FTP"), "1 (updating)\n"));
+    EXPECT_EQ(order("backup --tftp", "a.cfg"), "") << "beside the upgrade";
+    EXPECT_TRUE(has(status_of("FTP"), "2 (backingUp)\n"));
+    EXPECT_TRUE(has(order("backup --tftp", "b.cfg"), "is running")) << "one at a time";
+    device.end(daemon);
+    EXPECT_TRUE(has(order("backup --tftp", "a.cfg"), "exit 3\n"));
+    device.write("/go", "");
+    EXPECT_TRUE(eventually([&] { return has_ended(); }));
+    EXPECT_TRUE(device.read("/config") == device.read("/srv/a.cfg"));
 }
 
 }  // namespace
