@@ -4,6 +4,7 @@
 #include <cctype>
 #include <charconv>
 #include <cstdio>
+#include <cstring>
 
 static const std::string ROOT = ROOT_OID;
 
@@ -73,8 +74,10 @@ std::string suggestion(std::string_view wrong, std::span<const char *const> name
     const char *nearest = nullptr;
     size_t least = std::max<size_t>(2, wrong.size() / 3) + 1;
     for (const char *name : names) {
+        const size_t length = strlen(name);
+        if (std::max(length, wrong.size()) - std::min(length, wrong.size()) >= least) continue;
         const size_t far = distance(wrong, name);
-        if (far >= least || far >= std::string_view(name).size()) continue;
+        if (far >= least || far >= length) continue;
         least = far;
         nearest = name;
     }
