@@ -6,6 +6,7 @@
 #pragma once
 
 #include <array>
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <optional>
@@ -81,6 +82,9 @@ Statement prepare(sqlite3 *db, const char *sql);
 // Runs a statement that returns no rows, texts bound in order from parameter 2 and the layer to parameter 1.
 bool run(sqlite3_stmt *statement, Layer layer, std::initializer_list<std::string_view> texts);
 
+// A text of the row at which the statement stands, until its next step.
+std::string_view column(sqlite3_stmt *statement, int index);
+
 bool put_items(sqlite3 *db, Layer layer, const std::vector<StoreItem> &items);
 // True when there was such an item.
 bool remove_item(sqlite3 *db, Layer layer, std::string_view group, std::string_view key);
@@ -94,7 +98,11 @@ bool list_differences(sqlite3 *db, Layer before, Layer after, std::string_view g
                       std::vector<Difference> *out);
 // Makes a layer a copy of another. Only what differs is written.
 bool copy_layer(sqlite3 *db, Layer from, Layer to);
-// The items of a layer, of one group when `group` is not empty, sorted by group and key.
+// The items of a layer, of one group when `group` is not empty, sorted by group and key. What `visit` gets is
+// gone when it returns.
+bool visit_items(
+    sqlite3 *db, Layer layer, std::string_view group,
+    const std::function<void(std::string_view group, std::string_view key, std::string_view value)> &visit);
 bool list_items(sqlite3 *db, Layer layer, std::string_view group, std::vector<StoreItem> *out);
 
 // ---- reading and writing through the process's one cached connection (store_items.cpp); any thread ----

@@ -132,10 +132,9 @@ bool remove_item(sqlite3 *db, Layer layer, std::string_view group, std::string_v
     return run(remove.get(), layer, {group, key}) && sqlite3_changes(db) > 0;
 }
 
-static std::string column(sqlite3_stmt *statement, int index) {
+std::string_view column(sqlite3_stmt *statement, int index) {
     const auto *text = static_cast<const char *>(sqlite3_column_blob(statement, index));
-    return text == nullptr ? ""
-                           : std::string(text, static_cast<size_t>(sqlite3_column_bytes(statement, index)));
+    return {text, text == nullptr ? 0 : static_cast<size_t>(sqlite3_column_bytes(statement, index))};
 }
 
 bool list_differences(sqlite3 *db, Layer before, Layer after, std::string_view group,
@@ -153,11 +152,12 @@ bool list_differences(sqlite3 *db, Layer before, Layer after, std::string_view g
                       static_cast<int>(group.size()), SQLITE_STATIC);
     const auto value = [&list](int index) {
         return sqlite3_column_type(list.get(), index) == SQLITE_NULL ? std::optional<std::string>()
-                                                                     : column(list.get(), index);
+                                                                     : std::string(column(list.get(), index));
     };
     int result = SQLITE_ROW;
     while ((result = sqlite3_step(list.get())) == SQLITE_ROW)
-        out->push_back({column(list.get(), 0), column(list.get(), 1), value(2), value(3)});
+        out->push_back(
+            {std::string(column(list.get(), 0)), std::string(column(list.get(), 1)), value(2), value(3)});
     return result == SQLITE_DONE;
 }
 
@@ -175,8 +175,9 @@ bool copy_layer(sqlite3 *db, Layer from, Layer to) {
     return put_items(db, to, items);
 }
 
-bool list_items(sqlite3 *db, Layer layer, std::string_view group, std::vector<StoreItem> *out) {
-    out->clear();
+bool visit_items(
+    sqlite3 *db, Layer layer, std::string_view group,
+    const std::function<void(std::string_view group, std::string_view key, std::string_view value)> &visit) {
     Statement list = prepare(
         db, group.empty() ? "SELECT grp, key, value FROM items WHERE layer = ?1 ORDER BY grp, key"
                           : "SELECT grp, key, value FROM items WHERE layer = ?1 AND grp = ?2 ORDER BY key");
@@ -186,6 +187,13 @@ bool list_items(sqlite3 *db, Layer layer, std::string_view group, std::vector<St
         sqlite3_bind_text(list.get(), 2, group.data(), static_cast<int>(group.size()), SQLITE_STATIC);
     int result = SQLITE_ROW;
     while ((result = sqlite3_step(list.get())) == SQLITE_ROW)
-        out->push_back({column(list.get(), 0), column(list.get(), 1), column(list.get(), 2)});
+        visit(column(list.get(), 0), column(list.get(), 1), column(list.get(), 2));
     return result == SQLITE_DONE;
+}
+
+bool list_items(sqlite3 *db, Layer layer, std::string_view group, std::vector<StoreItem> *out) {
+    out->clear();
+    return visit_items(db, layer, group, [out](auto item_group, auto key, auto value) {
+        out->push_back({std::string(item_group), std::string(key), std::string(value)});
+    });
 }

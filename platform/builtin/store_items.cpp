@@ -1,15 +1,15 @@
-// Reading and writing items. The process keeps the items of a layer in memory and reads the layer again
-// when another connection has committed.
+// Reading and writing items. The process keeps the working configuration in memory and reads it again when
+// another connection has committed. The other layers are read for single items now and then.
 #include <sqlite3.h>
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <mutex>
-#include <unordered_map>
 
 #include "platform/builtin/store.h"
 #include "platform/device.h"
@@ -45,9 +45,11 @@ constexpr size_t HEADER_WORDS = 6;
 constexpr sqlite3_int64 NEVER_READ = -1;
 constexpr sqlite3_int64 NOT_KNOWN = -2;
 
-struct CachedLayer {
-    std::unordered_map<std::string, std::string> items;  // by cache_key
-    sqlite3_int64 version = NEVER_READ;                  // of the database when the layer was read
+// "group\0key\0value\0", one item behind the other, found by the hash of group and key: thousands of items in
+// two pieces of memory.
+struct PackedItems {
+    std::string texts;
+    std::vector<uint32_t> slots;  // where an item begins in `texts`, plus 1; 0: none. A power of two.
 };
 
 // The process's connection and what it has read. Handles are two counters in here: a stale one never dangles.
@@ -64,11 +66,13 @@ struct Cache {
     Statement version;
     const volatile uint64_t *header = nullptr;  // see shared_header; null: none
     std::array<uint64_t, HEADER_WORDS> seen_header = {};
-    sqlite3_int64 seen_version = NOT_KNOWN;  // of the database, with that header or a newer one
-    CachedLayer layers[LAYER_COUNT];
+    sqlite3_int64 seen_version = NOT_KNOWN;    // of the database, with that header or a newer one
+    PackedItems items;                         // the working configuration
+    sqlite3_int64 items_version = NEVER_READ;  // of the database when it was read
+    Statement select;                          // of an item of another layer
+    std::string selected;                      // its text
     zevcfg_handle working = {LAYER_WORKING, 0};
     zevcfg_handle running = {LAYER_RUNNING, 0};
-    std::string key;  // of the look-up that goes on; a member so that it is not allocated each time
 };
 
 }  // namespace
@@ -79,10 +83,33 @@ static Cache &cache() {
     return *instance;
 }
 
-static const std::string &cache_key(Cache &c, std::string_view group, std::string_view key) {
-    c.key.assign(group).push_back('\0');
-    c.key.append(key);
-    return c.key;
+static size_t item_hash(std::string_view group, std::string_view key) {
+    const std::hash<std::string_view> hash;
+    return hash(group) * 31 + hash(key);
+}
+
+static void index_items(PackedItems *items, size_t count) {
+    items->slots.assign(std::bit_ceil(2 * count + 1), 0);
+    const size_t mask = items->slots.size() - 1;
+    const char *const texts = items->texts.c_str();
+    for (size_t at = 0; at < items->texts.size();) {
+        const std::string_view group = texts + at, key = group.end() + 1, value = key.end() + 1;
+        size_t slot = item_hash(group, key) & mask;
+        while (items->slots[slot] != 0) slot = (slot + 1) & mask;
+        items->slots[slot] = static_cast<uint32_t>(at + 1);
+        at += group.size() + key.size() + value.size() + 3;
+    }
+}
+
+static const char *find_packed(const PackedItems &items, std::string_view group, std::string_view key) {
+    if (items.slots.empty()) return nullptr;
+    const size_t mask = items.slots.size() - 1;
+    for (size_t slot = item_hash(group, key) & mask; items.slots[slot] != 0; slot = (slot + 1) & mask) {
+        const std::string_view own_group = items.texts.c_str() + items.slots[slot] - 1;
+        const std::string_view own_key = own_group.end() + 1;
+        if (group == own_group && key == own_key) return own_key.end() + 1;
+    }
+    return nullptr;
 }
 
 static int64_t milliseconds_now() {
@@ -100,8 +127,10 @@ static void say_failure(Cache &c) {
 }
 
 static void close_cache(Cache &c) {
-    for (CachedLayer &layer : c.layers) layer = CachedLayer();
+    c.items = {};
+    c.items_version = NEVER_READ;
     c.version.reset();
+    c.select.reset();
     c.header = nullptr;
     c.db.reset();
     c.next_read = 0;
@@ -149,50 +178,79 @@ static bool look_at_store(Cache &c) {
     if (!db) return false;
     c.db = std::move(db);
     c.version = prepare(c.db.get(), "PRAGMA data_version");
+    c.select = prepare(c.db.get(), "SELECT value FROM items WHERE layer = ?1 AND grp = ?2 AND key = ?3");
     c.header = shared_header(c.db.get());
     c.path = path;
     c.file = file;
     return true;
 }
 
-// Brings a layer up to date. When that fails for a moment the items read before are served.
-static void refresh(Cache &c, Layer layer) {
-    CachedLayer &cached = c.layers[layer];
-    if (milliseconds_now() < c.next_read) return;
-    if (!header_changed(c) && cached.version == c.seen_version) return;
-    std::vector<StoreItem> items;
+static void reading_failed(Cache &c) {
+    c.failure = store_error(c.db.get());
+    c.next_read = milliseconds_now() + LOOK_AGAIN_MS;  // it may have waited for other processes
+}
+
+static bool read_items(Cache &c) {
+    PackedItems items;
+    size_t count = 0;
+    items.texts.reserve(c.items.texts.size());
+    const bool read = visit_items(c.db.get(), LAYER_WORKING, "", [&](auto group, auto key, auto value) {
+        for (const std::string_view text : {group, key, value})
+            items.texts.append(text.substr(0, text.find('\0'))).push_back('\0');
+        count++;
+    });
+    if (!read) return false;
+    items.texts.shrink_to_fit();
+    index_items(&items, count);
+    c.items = std::move(items);
+    sqlite3_db_release_memory(c.db.get());  // the pages are not asked for again
+    return true;
+}
+
+// Brings the working configuration up to date. When that fails for a moment the items read before are served.
+static void refresh(Cache &c) {
+    if (!header_changed(c) && c.items_version == c.seen_version) return;
     bool read = c.version && sqlite3_step(c.version.get()) == SQLITE_ROW;
     sqlite3_int64 version = read ? sqlite3_column_int64(c.version.get(), 0) : NOT_KNOWN;
     sqlite3_reset(c.version.get());
     c.seen_version = version;
     if (read) c.failure.clear();
-    if (read && version == cached.version) return;
-    if (!read || !list_items(c.db.get(), layer, "", &items)) {
-        c.failure = store_error(c.db.get());
-        c.next_read = milliseconds_now() + LOOK_AGAIN_MS;  // it may have waited for other processes
-        return;
-    }
-    cached.items.clear();
-    cached.items.reserve(items.size());
-    for (StoreItem &item : items) cached.items[cache_key(c, item.group, item.key)] = std::move(item.value);
-    cached.version = version;
+    if (read && version == c.items_version) return;
+    if (read && read_items(c))
+        c.items_version = version;
+    else
+        reading_failed(c);
 }
 
-static const std::string *look_up(Cache &c, Layer layer, std::string_view group, std::string_view key) {
+static const char *select_item(Cache &c, Layer layer, std::string_view group, std::string_view key) {
+    sqlite3_stmt *select = c.select.get();
+    sqlite3_bind_int(select, 1, layer);
+    sqlite3_bind_text(select, 2, group.data(), static_cast<int>(group.size()), SQLITE_STATIC);
+    sqlite3_bind_text(select, 3, key.data(), static_cast<int>(key.size()), SQLITE_STATIC);
+    const int result = sqlite3_step(select);
+    if (result == SQLITE_ROW) c.selected = column(select, 0);
+    if (result != SQLITE_ROW && result != SQLITE_DONE) reading_failed(c);
+    sqlite3_reset(select);
+    return result == SQLITE_ROW ? c.selected.c_str() : nullptr;
+}
+
+// The item's text until the next look-up in such a layer, or null.
+static const char *look_up(Cache &c, Layer layer, std::string_view group, std::string_view key) {
     // Without a handle nobody has looked yet.
     if (c.working.opened + c.running.opened == 0 || milliseconds_now() >= c.next_look) look_at_store(c);
     if (!c.db) return nullptr;
-    refresh(c, layer);
-    auto found = c.layers[layer].items.find(cache_key(c, group, key));
-    return found == c.layers[layer].items.end() ? nullptr : &found->second;
+    const bool waits = milliseconds_now() < c.next_read;
+    if (layer != LAYER_WORKING) return waits ? nullptr : select_item(c, layer, group, key);
+    if (!waits) refresh(c);
+    return find_packed(c.items, group, key);
 }
 
 int find_item(Layer layer, std::string_view group, std::string_view key, std::string *out) {
     Cache &c = cache();
     std::lock_guard lock(c.mutex);
-    const std::string *text = look_up(c, layer, group, key);
+    const char *text = look_up(c, layer, group, key);
     if (text == nullptr) return STORE_NO_SUCH_ITEM;
-    *out = *text;
+    *out = text;
     return 0;
 }
 
@@ -226,10 +284,10 @@ int get_cfg_item_by_str(zevcfg_handle *handle, const char *group, const char *ke
     if (handle == nullptr) return STORE_NO_SUCH_ITEM;
     Cache &c = cache();
     std::lock_guard lock(c.mutex);
-    const std::string *text = look_up(c, handle->layer, group, key);
+    const char *text = look_up(c, handle->layer, group, key);
     say_failure(c);
     if (text == nullptr) return STORE_NO_SUCH_ITEM;
-    copy_text(*text, out, STORE_TEXT_SIZE);
+    copy_text(text, out, STORE_TEXT_SIZE);
     return 0;
 }
 
@@ -286,8 +344,8 @@ static constexpr struct {
 // Whoever writes an item of an entry makes the entry: a list becomes long enough to have it.
 static void grow_lists(Cache &c, std::vector<StoreItem> *items) {
     for (const auto &list : LISTS) {
-        const std::string *stored = look_up(c, LAYER_WORKING, list.group, list.size);
-        const int before = stored ? atoi(stored->c_str()) : 0;
+        const char *stored = look_up(c, LAYER_WORKING, list.group, list.size);
+        const int before = stored ? atoi(stored) : 0;
         int size = before;
         for (const StoreItem &item : *items) {
             if (item.group != list.group || !item.key.starts_with(list.entry)) continue;
@@ -303,13 +361,13 @@ static bool save_items(Cache &c, std::vector<StoreItem> *queued) {
     if (!transaction.started()) return false;
     grow_lists(c, queued);
     const std::vector<StoreItem> &items = *queued;
-    const std::string *reboot_groups = look_up(c, LAYER_ENVIRONMENT, "", REBOOT_GROUPS);
+    const char *reboot_groups = look_up(c, LAYER_ENVIRONMENT, "", REBOOT_GROUPS);
     const Saved before = read_marker();
     bool reboot = before == Saved::CHANGES_FOR_REBOOT;
     for (const StoreItem &item : items) {
-        if (reboot || reboot_groups == nullptr || !lists_word(*reboot_groups, item.group)) continue;
-        const std::string *old = look_up(c, LAYER_WORKING, item.group, item.key);
-        reboot = old == nullptr || *old != item.value;
+        if (reboot || reboot_groups == nullptr || !lists_word(reboot_groups, item.group)) continue;
+        const char *old = look_up(c, LAYER_WORKING, item.group, item.key);
+        reboot = old == nullptr || old != item.value;
     }
     if (!put_items(c.db.get(), LAYER_WORKING, items)) return false;
     if (write_marker(reboot ? Saved::CHANGES_FOR_REBOOT : Saved::CHANGES) && transaction.commit())
@@ -333,8 +391,7 @@ int set_cfg_items_snmp(zevcfg_handle *handle, const cfg_item *head) {
     say_failure(c);
     if (!saved) return -1;
     // SQLite tells of other connections' commits only.
-    for (StoreItem &item : items)
-        c.layers[LAYER_WORKING].items[cache_key(c, item.group, item.key)] = std::move(item.value);
+    c.items_version = NEVER_READ;
     return 0;
 }
 
