@@ -18,7 +18,6 @@
 #include <ctime>
 #include <iterator>
 #include <set>
-#include <sstream>
 #include <vector>
 
 static std::string_view device_root() {
@@ -333,8 +332,11 @@ CommandOutput read_command(const std::string &command) {
     if (pid >= 0) finish_command(command, pid, &out, &errors);
     close_stream(&out);
     close_stream(&errors);
-    std::istringstream lines(errors.text);
-    for (std::string line; std::getline(lines, line);) report_once(line);
+    for (std::string_view rest = errors.text; !rest.empty();) {
+        const size_t end = std::min(rest.find('\n'), rest.size());
+        report_once(std::string(rest.substr(0, end)));
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+    }
     return {pid >= 0, std::move(out.text)};
 }
 

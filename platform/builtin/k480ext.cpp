@@ -10,7 +10,6 @@
 #include <cstring>
 #include <mutex>
 #include <set>
-#include <sstream>
 
 #include "platform/builtin/stations_nl80211.h"
 #include "platform/builtin/store.h"
@@ -107,19 +106,24 @@ static bool is_address(std::string_view text) {
     return true;
 }
 
-static bool read_station(const std::string &value, Facts *facts) {
-    std::istringstream words(value);
-    std::string address;
-    std::string rssi;
-    std::string tx;
-    std::string rx;
-    std::string more;
+// The next word, which goes; empty when there is none.
+static std::string take_word(std::string_view *text) {
+    constexpr char BLANKS[] = " \t\n\v\f\r";
+    text->remove_prefix(std::min(text->find_first_not_of(BLANKS), text->size()));
+    const std::string word(text->substr(0, text->find_first_of(BLANKS)));
+    text->remove_prefix(word.size());
+    return word;
+}
+
+static bool read_station(std::string_view value, Facts *facts) {
+    std::string words[6];
+    for (std::string &word : words) word = take_word(&value);
+    const auto &[interface, address, rssi, tx, rx, more] = words;
     Station station = {};
-    if (!(words >> station.interface >> address >> rssi >> tx >> rx) || words >> more) return false;
     sta_entry &entry = station.entry;
-    if (!read_interface(station.interface, &station.interface) || !is_address(address) ||
-        !read_rssi(rssi, &entry.rssi) || !read_number(tx, UINT64_MAX, &entry.tx_bytes) ||
-        !read_number(rx, UINT64_MAX, &entry.rx_bytes))
+    if (rx.empty() || !more.empty() || !read_interface(interface, &station.interface) ||
+        !is_address(address) || !read_rssi(rssi, &entry.rssi) ||
+        !read_number(tx, UINT64_MAX, &entry.tx_bytes) || !read_number(rx, UINT64_MAX, &entry.rx_bytes))
         return false;
     copy_text(address, entry.mac, sizeof entry.mac);
     facts->stations.push_back(std::move(station));
