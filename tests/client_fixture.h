@@ -1,21 +1,14 @@
-// A small server in the test's own process, and the client's subcommands run against it.
+// A small server in the test's own process, for zevctl to ask.
 #pragma once
 
-#include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstring>
 #include <functional>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "client/commands.h"
-#include "registry/wire.h"
-#include "tests/device_root.h"
+#include "client/names.h"
+#include "tests/process.h"
 
 inline const std::string ROOT = ROOT_OID;
 
@@ -26,13 +19,10 @@ class Server {
     using Serve = std::function<int(const snmp_request &, snmp_reply *)>;
 
     // Serves as the user `owner`, when the test is root.
-    explicit Server(Serve serve, uid_t owner = geteuid()) : serve_(std::move(serve)) {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        memcpy(address.sun_path, path.data(), path.size());
-        listener_ = socket(AF_UNIX, SOCK_STREAM, 0);
+    Server(const std::string &path, Serve serve, uid_t owner = geteuid()) : serve_(std::move(serve)) {
+        const sockaddr_un address = address_of(path);
         const uid_t self = geteuid();
-        if (bind(listener_, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0 ||
+        if (bind(listener_, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0 ||
             seteuid(owner) != 0 || listen(listener_, 16) != 0 || seteuid(self) != 0)
             abort();
         thread_ = std::thread([this] { loop(); });
@@ -44,12 +34,6 @@ class Server {
     }
     Server(const Server &) = delete;
     Server &operator=(const Server &) = delete;
-
-  private:
-    DeviceRoot root_;
-
-  public:
-    const std::string path = root_.path("/tmp/zevsic_sock");
 
   private:
     void loop() {
@@ -73,38 +57,40 @@ class Server {
     }
 
     Serve serve_;
-    int listener_ = -1;
+    int listener_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     std::thread thread_;
 };
 
-// A tree of a few values, GETNEXT in their order, and SETs that are answered as told.
+// A tree of a few values by name or OID, GETNEXT in their order, and SETs that are answered as told.
 struct Tree {
-    std::vector<std::pair<std::string, std::string>> values = {
-        {"1.1.0", "ap"}, {"1.2.0", "lab"}, {"1.62.0", "0"}, {"2.1.1.9.1", "x"}};
+    using Values = std::vector<std::pair<std::string, std::string>>;
+    Values values = {{"1.1.0", "ap"}, {"1.2.0", "lab"}, {"1.62.0", "0"}, {"2.1.1.9.1", "x"}};
     uint8_t set_status = STATUS_ACCEPTED;
     uint8_t get_status = STRING;
     std::string answered_as;  // the OID of every reply, when it is not the right one
     std::string last_set;
     std::function<void()> before = [] {};  // runs before each request
 
+    static std::string oid_of(const Values::value_type &value) { return parse_target(value.first).oid; }
+
     int serve(const snmp_request &request, snmp_reply *reply) {
         before();
         const std::string asked = request.oid;
-        auto found = std::find_if(values.begin(), values.end(),
-                                  [&](const auto &value) { return ROOT + "." + value.first == asked; });
         if (request.type == KIND_SET) {
             last_set = asked + " " + request.set;
             reply->reply_status = set_status;
             return RECORD_SIZE;
         }
+        auto found = std::find_if(values.begin(), values.end(),
+                                  [&](const auto &value) { return oid_of(value) == asked; });
         if (request.type == KIND_GETNEXT && found != values.end())
             ++found;
         else if (request.type == KIND_GETNEXT)
             found = std::find_if(values.begin(), values.end(), [&](const auto &value) {
-                return (ROOT + "." + value.first + ".").starts_with(asked + ".");
+                return (oid_of(value) + ".").starts_with(asked + ".");
             });
         if (found == values.end()) return RECORD_SIZE;
-        put_text(reply->oid, ROOT + "." + (answered_as.empty() ? found->first : answered_as));
+        put_text(reply->oid, answered_as.empty() ? oid_of(*found) : ROOT + "." + answered_as);
         put_text(reply->value, found->second);
         reply->reply_status = get_status;
         return RECORD_SIZE;
@@ -112,18 +98,10 @@ struct Tree {
 };
 
 struct Commands : testing::Test {
+    TestDevice device;
     Tree tree;
-    Server server{
-        [this](const snmp_request &request, snmp_reply *reply) { return tree.serve(request, reply); }};
-    Client client{.socket = server.path};
-    std::string out, err;
+    const std::string path = device.path("/tmp/zevsic_sock");
+    Server server{path, [this](const auto &request, auto *reply) { return tree.serve(request, reply); }};
 
-    int run(const std::function<int()> &command) {
-        testing::internal::CaptureStdout();
-        testing::internal::CaptureStderr();
-        const int status = finish(client, command());
-        out = testing::internal::GetCapturedStdout();
-        err = testing::internal::GetCapturedStderr();
-        return status;
-    }
+    std::string zevctl(const std::string &arguments) const { return device.said("zevctl " + arguments); }
 };

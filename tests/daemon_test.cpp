@@ -267,10 +267,9 @@ TEST_F(DaemonTest, AFailedApplyEndsTheDaemonThreads) {
 // A silent daemon: what must be known of it goes to the system's log, and nothing that a manager wrote.
 TEST_F(DaemonTest, TellsTheSystemsLog) {
     device.said("mkdir $ZEVSIC_ROOT/dev");
-    sockaddr_un address{.sun_family = AF_UNIX, .sun_path = ""};
-    strcpy(address.sun_path, device.path("/dev/log").c_str());
+    const sockaddr_un address = address_of(device.path("/dev/log"));
     const int log = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    ASSERT_EQ(bind(log, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+    ASSERT_EQ(bind(log, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
     const timeval patience = {20, 0};
     setsockopt(log, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     const pid_t daemon = device.start_daemon();

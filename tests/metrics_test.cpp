@@ -1,14 +1,7 @@
-// Metrics: what becomes of the tree's values, and one HTTP request on a pair of sockets.
-#include "client/metrics.h"
-
+// Metrics: what becomes of the tree's values, and one HTTP request.
 #include "tests/client_fixture.h"
 
 namespace {
-
-// A line of the metrics, without its end.
-bool has_line(const std::string &text, const std::string &line) {
-    return ("\n" + text).find("\n" + line + "\n") != std::string::npos;
-}
 
 struct Metrics : Commands {
     Metrics() {
@@ -25,28 +18,15 @@ struct Metrics : Commands {
                        {"5.1.1.2.0.26.43.60.77.254", "x"},
                        {"5.1.1.7.0.26.43.60.77.254", "-5"}};
     }
-
     // What comes back for a request, behind which nothing more is sent.
-    std::string ask(const std::string &request) {
-        int pair[2];
-        EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, pair), 0);
-        EXPECT_EQ(write(pair[0], request.data(), request.size()), static_cast<ssize_t>(request.size()));
-        shutdown(pair[0], SHUT_WR);
-        serve_metrics(client, pair[1], pair[1]);
-        alarm(0);
-        close(pair[1]);
-        std::string answer(1 << 16, '\0');
-        answer.resize(static_cast<size_t>(
-            std::max<ssize_t>(recv(pair[0], answer.data(), answer.size(), MSG_WAITALL), 0)));
-        close(pair[0]);
-        return answer;
+    std::string ask(const std::string &request) const {
+        device.write("/tmp/request", request);
+        return zevctl("metrics --http <$ZEVSIC_ROOT/tmp/request");
     }
 };
 
 TEST_F(Metrics, TellNumbersInBaseUnitsAndTextsAsLabels) {
-    const MetricsText result = read_metrics(client, {}, 10000);
-    EXPECT_TRUE(result.up);
-    EXPECT_EQ(result.error, "");
+    const std::string text = "\n" + zevctl("metrics");
     for (const char *line :
          {"zevsic_up 1", "zevsic_uptime_seconds 3600.25", "# TYPE zevsic_uptime_seconds gauge",
           "zevsic_apply_state{state=\"rebootNeeded\"} 1", "zevsic_apply_state{state=\"idle\"} 0",
@@ -58,59 +38,55 @@ TEST_F(Metrics, TellNumbersInBaseUnitsAndTextsAsLabels) {
           "\"a\\\"b\\\\\\n\xef\xbf\xbd\xc3\xa9\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\"} 1",
           "zevsic_station_snr_ratio{mac=\"00:1a:2b:3c:4d:fe\",ssid=\"x\"} -0.05",
           "zevsic_scrape_collector_success{collector=\"neighbour\"} 1"})
-        EXPECT_TRUE(has_line(result.text, line)) << line << "\n" << result.text;
+        EXPECT_TRUE(has(text, std::string("\n") + line + "\n"));
     // No number, no sample; a VAP that is off has none either.
-    for (const char *text :
-         {"\nzevsic_cpu_usage_ratio", "power_dbm{radio=\"1\"", "vap_enabled{radio=\"1\",vap=\"1\""})
-        EXPECT_EQ(result.text.find(text), std::string::npos) << text;
-}
-
-TEST_F(Metrics, ComeInTimeFromADaemonThatHangsOrIsGone) {
-    Server slow{[&](const snmp_request &request, snmp_reply *reply) {
-        const bool scan = std::string(request.oid).find(".48019.6.6.") != std::string::npos;
-        return scan ? -1 : tree.serve(request, reply);
-    }};
-    client.socket = slow.path;
-    MetricsText result = read_metrics(client, {"radio", "neighbour"}, 300);
-    EXPECT_TRUE(result.up);
-    EXPECT_NE(result.error.find("no answer within"), std::string::npos) << result.error;
-    EXPECT_TRUE(has_line(result.text, "zevsic_radio_transmit_power_dbm{radio=\"2\"} 23"));
-    EXPECT_TRUE(has_line(result.text, "zevsic_scrape_collector_success{collector=\"radio\"} 1"));
-    EXPECT_TRUE(has_line(result.text, "zevsic_scrape_collector_success{collector=\"neighbour\"} 0"));
-    EXPECT_EQ(result.text.find("collector=\"vap\""), std::string::npos);
-
-    client.socket += "-not-there";
-    EXPECT_EQ(run([&] { return metrics(client, {}); }), EXIT_NO_DAEMON);
-    EXPECT_TRUE(has_line(out, "zevsic_up 0"));
-    EXPECT_NE(ask("GET /metrics HTTP/1.1\r\n\r\n").find("\nzevsic_up 0\n"), std::string::npos);
+    for (const char *part :
+         {"\nzevsic_cpu_usage_ratio", "power_dbm{radio=\"1\"", "vap_enabled{radio=\"1\",vap=\"1\"", "exit"})
+        EXPECT_FALSE(has(text, part));
 }
 
 TEST_F(Metrics, AnswerOneHttpRequest) {
-    const std::string all = ask("GET /metrics HTTP/1.1\r\nHost: x\r\n\r\n");
+    const std::string end = "\r\n\r\n", all = ask("GET /metrics HTTP/1.1\r\nHost: x" + end);
     EXPECT_TRUE(
         all.starts_with("HTTP/1.1 200 OK\r\nContent-Type: text/plain; version=0.0.4; charset=utf-8\r\n"))
         << all;
-    EXPECT_NE(all.find("\nzevsic_uptime_seconds 3600.25\n"), std::string::npos);
-    const size_t body = all.find("\r\n\r\n") + 4;
-    EXPECT_NE(all.find("\r\nContent-Length: " + std::to_string(all.size() - body) + "\r\n"),
-              std::string::npos);
+    EXPECT_TRUE(has(all, "\nzevsic_uptime_seconds 3600.25\n"));
+    EXPECT_TRUE(
+        has(all, "\r\nContent-Length: " + std::to_string(all.size() - all.find(end) - end.size()) + "\r\n"));
     const std::string radio = ask("GET /metrics?x&collect%5B%5D=radio HTTP/1.0\n\n");
-    EXPECT_NE(radio.find("zevsic_radio_"), std::string::npos);
-    EXPECT_EQ(radio.find("zevsic_uptime"), std::string::npos);
-    const std::string head = ask("HEAD /metrics HTTP/1.1\r\n\r\n");
-    EXPECT_TRUE(head.starts_with("HTTP/1.1 200 ") && head.ends_with("\r\n\r\n")) << head;
-
+    EXPECT_TRUE(has(radio, "zevsic_radio_"));
+    EXPECT_FALSE(has(radio, "zevsic_uptime"));
+    EXPECT_TRUE(ask("HEAD /metrics HTTP/1.1" + end).ends_with(end));
+    EXPECT_EQ(ask(""), "exit 1\n");
     for (const auto &[request, status] : std::vector<std::pair<std::string, std::string>>{
-             {"POST /metrics HTTP/1.1\r\nContent-Length: 3\r\n\r\nabc", "405"},
-             {"GET / HTTP/1.1\r\n\r\n", "404"},
-             {"GET /metricsx HTTP/1.1\r\n\r\n", "404"},
-             {"GET /metrics?collect[]=tree HTTP/1.1\r\n\r\n", "400"},
-             {"GET /metrics\r\n\r\n", "400"},
-             {"\x16\x03\x01 TLS\r\n\r\n", "400"},
-             {"GET /metrics HTTP/1.1\r\n", "400"},  // no end
-             {"GET /metrics HTTP/1.1\r\nX: " + std::string(20000, 'x') + "\r\n\r\n", "431"}})
-        EXPECT_TRUE(ask(request).starts_with("HTTP/1.1 " + status + " ")) << request << "\n" << ask(request);
-    EXPECT_EQ(ask(""), "");
+             {"HEAD /metrics HTTP/1.1", "200"},
+             {"POST /metrics HTTP/1.1\r\nContent-Length: 3", "405"},
+             {"GET / HTTP/1.1", "404"},
+             {"GET /metricsx HTTP/1.1", "404"},
+             {"GET /metrics?collect[]=tree HTTP/1.1", "400"},
+             {"GET /metrics", "400"},
+             {"\x16\x03\x01 TLS", "400"},
+             {"GET /metrics HTTP/1.1\r\nX: " + std::string(20000, 'x'), "431"}})
+        EXPECT_TRUE(ask(request + end).starts_with("HTTP/1.1 " + status + " ")) << request;
+    EXPECT_TRUE(ask("GET /metrics HTTP/1.1\r\n").starts_with("HTTP/1.1 400 ")) << "no end";
+
+    // From a daemon that hangs they come in time, from none at all at once.
+    const Server slow(path + "-slow", [&](const snmp_request &request, snmp_reply *reply) {
+        return has(request.oid, ".48019.6.6.") ? -1 : tree.serve(request, reply);
+    });
+    device.said("cd $ZEVSIC_ROOT/tmp; mv zevsic_sock-slow zevsic_sock");
+    const std::string late =
+        ask("GET /metrics?collect[]=radio&collect[]=neighbour HTTP/1.1\r\n"
+            "X-Prometheus-Scrape-Timeout-Seconds: 0.8" +
+            end);
+    for (const char *line : {"zevsic_up 1", "zevsic_radio_transmit_power_dbm{radio=\"2\"} 23",
+                             "zevsic_scrape_collector_success{collector=\"radio\"} 1",
+                             "zevsic_scrape_collector_success{collector=\"neighbour\"} 0"})
+        EXPECT_TRUE(has(late, std::string("\n") + line + "\n"));
+    EXPECT_FALSE(has(late, "collector=\"vap\""));
+    device.said("rm $ZEVSIC_ROOT/tmp/zevsic_sock");
+    EXPECT_TRUE(has(zevctl("metrics"), "\nzevsic_up 0\n"));
+    EXPECT_TRUE(has(ask("GET /metrics HTTP/1.1" + end), "\nzevsic_up 0\n"));
 }
 
 }  // namespace

@@ -10,7 +10,6 @@
 
 #include <chrono>
 #include <csignal>
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -31,6 +30,13 @@ bool eventually(Condition condition, int ms = 20000) {
 // How a process ended: its status, or 128 + the signal.
 inline int status_of(int status) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+inline sockaddr_un address_of(const std::string &path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    return address;
 }
 
 class TestDevice : public DeviceRoot {
@@ -80,10 +86,8 @@ class TestDevice : public DeviceRoot {
     // A connection to the daemon, or −1.
     int connect_client() const {
         const int client = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        strcpy(address.sun_path, path("/tmp/zevsic_sock").c_str());
-        if (connect(client, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0) return client;
+        const sockaddr_un address = address_of(path("/tmp/zevsic_sock"));
+        if (connect(client, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0) return client;
         close(client);
         return -1;
     }

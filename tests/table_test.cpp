@@ -1,8 +1,10 @@
-// The tables of zevctl: the views against the object registry, and what is printed of the values of a server.
-#include "client/table.h"
-
+// The tables of zevctl: the views against the object registry, what is printed of the values of a server, and
+// what two rounds of watching make of it.
 #include <set>
 #include <sstream>
+
+#include "client/table.h"
+#include "client/watch.h"
 
 #include "tests/client_fixture.h"
 
@@ -40,23 +42,7 @@ TEST(Views, AreMadeOfObjects) {
     }
 }
 
-struct Tables : Commands {
-    TableOptions options;
-
-    // Values by object name and instance.
-    void values(const std::vector<std::pair<std::string, std::string>> &list) {
-        tree.values.clear();
-        for (const auto &[name, value] : list) {
-            const size_t dot = name.find('.');
-            const Object *object = find_object(name.substr(0, dot));
-            ASSERT_NE(object, nullptr) << name;
-            tree.values.emplace_back(object->oid + name.substr(dot), value);
-        }
-    }
-    int print(const std::string &name) {
-        return run([&] { return table(client, {name}, options); });
-    }
-};
+using Tables = Commands;
 
 TEST_F(Tables, ARuleReadsLikeAFirewallsListing) {
     const struct {
@@ -75,99 +61,127 @@ TEST_F(Tables, ARuleReadsLikeAFirewallsListing) {
          "SourceARPMACAddress 02:00:00:00:00:01 DestinationRARPMACAddress 02:00:00:00:00:02",
          "ARP opcode 2", "ARP 10.0.0.1/0 02:00:00:00:00:01", "RARP 02:00:00:00:00:02"},
     };
-    options.csv = true;
     for (const auto &c : cases) {
-        std::vector<std::pair<std::string, std::string>> list = {{"L2FirewallRuleName.3", "n"}};
+        tree.values = {{"L2FirewallRuleName.3", "n"}};
         std::istringstream words(c.values);
         for (std::string name, value; words >> name >> value;)
-            list.emplace_back("L2FirewallRule" + name + ".3", value);
-        values(list);
-        EXPECT_EQ(print("rule"), EXIT_DONE) << err;
-        EXPECT_EQ(out, "rule,name,state,ether type,from,to,service,action,remark\n3,n,," + c.type + "," +
-                           c.from + "," + c.to + ",,,\n");
+            tree.values.emplace_back("L2FirewallRule" + name + ".3", value);
+        EXPECT_EQ(zevctl("table rule --csv"),
+                  "rule,name,state,ether type,from,to,service,action,remark\n3,n,," + c.type + "," + c.from +
+                      "," + c.to + ",,,\n");
     }
 }
 
 TEST_F(Tables, Layouts) {
-    values({{"L2FirewallPrivilegeMAC.1", "a,\"\x1b"},
-            {"L2FirewallPrivilegeMAC.12", "\""},
-            {"L2FirewallPrivilegeIP.1", ""},
-            {"L2FirewallPrivilegeEnabled.1", "2"},
-            {"L2FirewallPrivilegeEnabled.12", "7"}});
-    EXPECT_EQ(print("privilege"), EXIT_DONE);
-    EXPECT_EQ(out,
-              "number  MAC address  state\n"
-              "     1  a,\"\\x1b      enabled\n"
-              "    12  \"            7\n");
-    options.csv = true;
-    EXPECT_EQ(print("privilege"), EXIT_DONE);
-    EXPECT_EQ(out, "number,MAC address,IP address,state\n1,\"a,\"\"\\x1b\",,enabled\n12,\"\"\"\",,7\n");
-    client.json = true;
-    EXPECT_EQ(print("privilege"), EXIT_DONE);
-    EXPECT_EQ(out, R"([
+    const Tree::Values clients = {{"L2FirewallPrivilegeMAC.1", "a,\"\x1b"},
+                                  {"L2FirewallPrivilegeMAC.12", "\""},
+                                  {"L2FirewallPrivilegeIP.1", ""},
+                                  {"L2FirewallPrivilegeEnabled.1", "2"},
+                                  {"L2FirewallPrivilegeEnabled.12", "7"}};
+    const Tree::Values vaps = {{"VAPESSID.1.1", "one"},
+                               {"VAPESSID.1.2", "two"},
+                               {"VAPRoam11rEnabled.1.1", "2"},
+                               {"VAPRoam11rEnabled.1.2", "1"},
+                               {"VAPRoam11rOwnKey.1.1", "secret"},
+                               {"VAPRoam11rTargetApMac.1.1.1", "a"},
+                               {"VAPRoam11rTargetApMac.1.1.2", ""},
+                               {"VAPRoam11rTargetApMac.1.1.3", "b"},
+                               {"VAPRoam11rTargetApMac.1.2.1", "c"}};
+    const struct {
+        Tree::Values values;
+        const char *arguments, *said;
+    } cases[] = {
+        {clients, "privilege",
+         "number  MAC address  state\n"
+         "     1  a,\"\\x1b      enabled\n"
+         "    12  \"            7\n"},
+        {clients, "privilege --csv",
+         "number,MAC address,IP address,state\n1,\"a,\"\"\\x1b\",,enabled\n12,\"\"\"\",,7\n"},
+        {clients, "privilege --json", R"([
 {"number":1,"MAC address":"a,\"\u001b","IP address":null,"state":"enabled"},
 {"number":12,"MAC address":"\"","IP address":null,"state":7}
 ]
-)");
-    client.json = options.csv = false;
-    values({});
-    EXPECT_EQ(print("dhcp"), EXIT_DONE);
-    EXPECT_EQ(out, "number  MAC address  IP address  remark\n");
-    values({{"APSysName.0", "ap"}, {"L2FirewallRuleEnabled.2", "1"}});
-    EXPECT_EQ(run([&] {
-                  return table(client, {"7.1", "APSysName", "L2FirewallRuleEnabled"}, options);
-              }),
-              EXIT_DONE);
-    EXPECT_EQ(out,
-              "instance  L2FirewallRuleEnabled  APSysName\n"
-              "2         disabled\n"
-              "0                                ap\n");
-    EXPECT_EQ(print("nonsense"), EXIT_REFUSED);
-    client.socket += "2";
-    EXPECT_EQ(print("rule"), EXIT_NO_DAEMON);
-    EXPECT_EQ(out, "");
-}
-
-constexpr ViewColumn COLUMNS[] = {
-    {"name", {"L2FirewallRuleName"}},
-    {"list", {"L2FirewallServiceName"}, {"L2FirewallRuleEnabled", "2"}},
-    {"key", {"L2FirewallRuleRemark"}, {}, true},
-};
-
-TEST_F(Tables, ListsConditionsAndSecrets) {
-    const View view{"test", "row", 2, COLUMNS};
-    values({{"L2FirewallRuleName.1.1", "one"},
-            {"L2FirewallRuleName.1.2", "two"},
-            {"L2FirewallServiceName.1.1.1", "a"},
-            {"L2FirewallServiceName.1.1.2", ""},
-            {"L2FirewallServiceName.1.1.3", "b"},
-            {"L2FirewallServiceName.1.2.1", "c"},
-            {"L2FirewallRuleEnabled.1.1", "2"},
-            {"L2FirewallRuleEnabled.1.2", "1"},
-            {"L2FirewallRuleRemark.1.1", "secret"}});
-    EXPECT_EQ(run([&] { return print_view(client, view, options); }), EXIT_DONE);
-    EXPECT_EQ(out, "row  name  list\n1.1  one   a, b\n1.2  two\n");
-    options.secrets = true;
-    EXPECT_EQ(run([&] { return print_view(client, view, options); }), EXIT_DONE);
-    EXPECT_NE(out.find("secret"), std::string::npos);
+)"},
+        {clients, "privilege --vertical --columns state,MAC",
+         "number:      1\nstate:       enabled\nMAC address: a,\"\\x1b\n\nnumber:      12\nstate:       "
+         "7\nMAC address: \"\n"},
+        {{}, "dhcp", "number  MAC address  IP address  remark\n"},
+        {{{"APSysName.0", "ap"}, {"L2FirewallRuleEnabled.2", "1"}},
+         "7.1 APSysName L2FirewallRuleEnabled",
+         "instance  L2FirewallRuleEnabled  APSysName\n"
+         "2         disabled\n"
+         "0                                ap\n"},
+        {vaps, "security", "VAP  SSID  11r      11r peers\n1.1  one   enabled  a, b\n1.2  two\n"},
+        {vaps, "security --secrets",
+         "VAP  SSID  11r      11r key  11r peers\n1.1  one   enabled  secret   a, b\n1.2  two\n"},
+        {{}, "rul", "zevctl: no such table: rul; did you mean rule?\nexit 1\n"},
+        {{},
+         "rule --columns nam,x",
+         "zevctl: no such column: x (columns: name, state, ether type, from, to, service, action, "
+         "remark)\nexit 2\n"},
+    };
+    for (const auto &c : cases) {
+        tree.values = c.values;
+        EXPECT_EQ(zevctl(std::string("table ") + c.arguments), c.said);
+    }
 }
 
 TEST_F(Tables, RowsMayComeAndGo) {
-    values({{"L2FirewallTrustDHCPServerMAC.1", "a"},
-            {"L2FirewallTrustDHCPServerMAC.2", "b"},
-            {"L2FirewallTrustDHCPServerMAC.3", "c"},
-            {"L2FirewallTrustDHCPServerIP.3", "address c"},
-            {"L2FirewallTrustDHCPServerIP.4", "address d"}});
+    tree.values = {{"L2FirewallTrustDHCPServerMAC.1", "a"},
+                   {"L2FirewallTrustDHCPServerMAC.2", "b"},
+                   {"L2FirewallTrustDHCPServerMAC.3", "c"},
+                   {"L2FirewallTrustDHCPServerIP.3", "address c"},
+                   {"L2FirewallTrustDHCPServerIP.4", "address d"}};
     int requests = 0;
     tree.before = [&] {  // the row that the walk stands on goes away, and it cannot go on
         if (++requests == 4) tree.values.erase(tree.values.begin() + 1);
     };
-    EXPECT_EQ(print("dhcp"), EXIT_DONE);
-    EXPECT_EQ(out,
+    EXPECT_EQ(zevctl("table dhcp"),
               "number  MAC address  IP address\n"
               "     1  a\n"
               "     3  c            address c\n"
               "     4               address d\n");
+}
+
+Grid grid(const std::vector<std::vector<std::string>> &rows) {
+    Grid grid{.columns = {{"MAC address"}, {"SSID"}, {"sent", true, true}, {"signal", true}, {"rate"}},
+              .rows = rows};
+    for (const auto &row : rows) grid.keys.push_back(row[0]);
+    return grid;
+}
+
+std::string joined(const std::vector<std::string> &lines) {
+    std::string text;
+    for (const std::string &line : lines) text += line + "\n";
+    return text;
+}
+
+TEST(Watch, ShowsWhatChanged) {
+    const Grid before = grid(
+        {{"02:a", "", "4294967000", "-40", ""}, {"02:b", "", "5", "", ""}, {"02:d", "", "1000000", "", ""}});
+    const Grid now = grid(
+        {{"02:a", "", "704", "-41", ""}, {"02:c", "a\x1b[31m", "9", "", "6M"}, {"02:d", "", "100", "", ""}});
+    EXPECT_EQ(joined(round_lines(&before, now, 0)),
+              "3 rows, 1 new, 1 gone, sent +1100\n"
+              "      MAC address  SSID       sent       signal  rate\n"
+              "      02:a         -          704 +1000  -41     -\n"
+              "gone  02:b         -          5          -       -\n"
+              "new   02:c         a\\x1b[31m  9          -       6M\n"
+              "      02:d         -          100 +100   -       -\n");
+    EXPECT_EQ(round_lines(nullptr, now, -1)[0], "3 rows, 0 new, 0 gone, sent +0");
+    EXPECT_EQ(round_lines(&now, grid({}), -1).size(), 5U);
+}
+
+TEST(Watch, SortsByAColumn) {
+    const Grid now = grid(
+        {{"02:c", "", "", "-70", "6M"}, {"02:a", "x", "9", "-60", "26M"}, {"02:b", "7", "10", "-9", "130M"}});
+    const char *const orders[] = {"abc", "bac", "bac", "bac", "bac"};
+    for (size_t column = 0; column < std::size(orders); column++) {
+        std::string order;
+        for (const std::string &line : round_lines(nullptr, now, static_cast<int>(column)))
+            if (const size_t at = line.find("02:"); at != std::string::npos) order += line.substr(at + 3, 1);
+        EXPECT_EQ(order, orders[column]) << now.columns[column].heading;
+    }
 }
 
 }  // namespace
