@@ -2,8 +2,10 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -108,6 +110,13 @@ class AgentTest : public testing::Test {
         fake.working = working;
     }
 
+    // Tries for at most 20 s.
+    template <typename Condition>
+    static bool eventually(Condition condition) {
+        for (int i = 0; i < 2000 && !condition(); i++) usleep(10000);
+        return condition();
+    }
+
     // What `action` writes to the trace at level 1.
     template <typename Action>
     static std::string traced(Action action) {
@@ -120,7 +129,8 @@ class AgentTest : public testing::Test {
     }
 
     // The VAP has an interface in the kernel, number 20 × radio + VAP, from the next build on.
-    void make_interface(int radio, int vap, const std::string &name) const {
+    void make_interface(int radio, int vap, std::string name = "") const {
+        if (name.empty()) name = format("ath%dap%d", radio - 1, vap - 1);
         fake.ifnames[{radio - 1, vap - 1}] = name;
         root.write("/sys/class/net/" + name + "/ifindex", std::to_string(20 * radio + vap) + "\n");
     }

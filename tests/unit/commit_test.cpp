@@ -6,8 +6,7 @@ class CommitTest : public AgentTest {
     static int apply() { return set("1.62.0", "integer 1"); }
     // The worker's last act is to remove the lock file.
     bool apply_ends() const {
-        for (int i = 0; i < 500 && root.has("/tmp/lock_snmp_apply_file"); i++) usleep(10000);
-        return !root.has("/tmp/lock_snmp_apply_file");
+        return eventually([&] { return !root.has("/tmp/lock_snmp_apply_file"); });
     }
 };
 
@@ -75,6 +74,7 @@ TEST_F(CommitTest, ApplyRefusals) {
     EXPECT_EQ(queued(), "");
     EXPECT_FALSE(root.has("/tmp/lock_snmp_apply_file"));
 
+    build();
     root.write("/tmp/sync_config", "1\n");
     EXPECT_EQ(apply(), STATUS_WRONG_VALUE) << "needs a reboot";
     EXPECT_FALSE(root.has("/tmp/lock_snmp_apply_file"));

@@ -105,12 +105,7 @@ TEST_F(ResolveTest, AnOddInstanceHidesNothing) {
 }
 
 TEST_F(ResolveTest, SetTexts) {
-    struct {
-        uint8_t type;
-        const char *text;
-        int accepted;
-        const char *value;
-    } cases[] = {
+    const std::tuple<uint8_t, const char *, int, const char *> cases[] = {
         {INTEGER, "integer 6", 1, "6"},
         {INTEGER, "  integer   6", 1, "6"},
         {INTEGER, "integer", 1, ""},
@@ -125,11 +120,11 @@ TEST_F(ResolveTest, SetTexts) {
         {STRING, "string \"\"", 1, ""},
         {STRING, "string \"one\nline\"", 1, "on"},
     };
-    for (const auto &c : cases) {
+    for (const auto &[type, given, accepted, value] : cases) {
         char text[TEXT_SIZE] = {};
-        snprintf(text, sizeof text, "%s", c.text);
-        EXPECT_EQ(check_set_type(c.type, text), c.accepted) << c.text;
-        EXPECT_STREQ(text, c.value) << c.text;
+        snprintf(text, sizeof text, "%s", given);
+        EXPECT_EQ(check_set_type(type, text), accepted) << given;
+        EXPECT_STREQ(text, value) << given;
     }
 }
 

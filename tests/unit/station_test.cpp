@@ -49,15 +49,12 @@ TEST_F(StationTest, EdgesOfTheValues) {
     EXPECT_EQ(value(5, OTHER), "4294967295");
     EXPECT_EQ(get(cell(9, "0.0.0.0.0.1")), NOTHING);
     zevap->sample_time = 0;
-    const struct {
-        int rssi;
-        const char *signal, *snr;
-    } signals[] = {
+    const std::tuple<int, const char *, const char *> signals[] = {
         {0, "-95", "100"}, {95, "0", "0"}, {-1, "-96", "101"}, {INT32_MIN, "-2147483743", "2260509184"}};
-    for (const auto &c : signals) {
-        fake.stations["ath0ap0"][0].rssi = c.rssi;
-        EXPECT_EQ(value(6, STATION), c.signal);
-        EXPECT_EQ(value(7, STATION), c.snr) << c.rssi;
+    for (const auto &[rssi, signal, snr] : signals) {
+        fake.stations["ath0ap0"][0].rssi = rssi;
+        EXPECT_EQ(value(6, STATION), signal);
+        EXPECT_EQ(value(7, STATION), snr) << rssi;
     }
     const std::pair<const char *, const char *> vids[] = {
         {"0", "4096"},          {"", "4096"},     {"4095", "4096"}, {"none", "4096"}, {"-1", "4096"},

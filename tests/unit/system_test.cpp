@@ -102,8 +102,7 @@ TEST_F(SystemTest, RestartAndReset) {
         EXPECT_EQ(set(oid, "integer 2"), STATUS_WRONG_VALUE);
         EXPECT_EQ(set(oid, "integer 1"), STATUS_ACCEPTED);
         EXPECT_FALSE(root.has("/tmp/reboot.log")) << "the answer comes first";
-        for (int i = 0; i < 500 && root.read("/tmp/reboot.log").empty(); i++) usleep(10000);
-        EXPECT_EQ(root.read("/tmp/reboot.log"), "restarted\n");
+        EXPECT_TRUE(eventually([&] { return root.read("/tmp/reboot.log") == "restarted\n"; }));
         EXPECT_EQ(fake.resets, resets) << oid;
         std::filesystem::remove(root.path("/tmp/reboot.log"));
     }

@@ -12,6 +12,9 @@
 #include "handler/transfer_commands.h"
 #include "tests/unit/agent_fixture.h"
 
+using enum Operation;
+using enum Protocol;
+
 TEST(TransferCommands, OrdinaryTextsStandAsTheyAre) {
     const auto commands = [](Operation operation, Protocol protocol) {
         const TransferCommands c = transfer_commands(operation, protocol,
@@ -24,14 +27,14 @@ TEST(TransferCommands, OrdinaryTextsStandAsTheyAre) {
     };
     const std::string wget = "wget -c -O ";
     const std::string cookie = " --header 'Cookie: username=admin;password=07abc./XYZ12' 'http://127.0.0.1/";
-    EXPECT_EQ(commands(Operation::UPGRADE, Protocol::TFTP),
+    EXPECT_EQ(commands(UPGRADE, TFTP),
               wget + "/tmp/up_tftp_status.txt" + cookie +
                   "tftp_firmware_upgrade.egi?ipaddr=10.0.0.9&port=69&filename=ap-1_backup.cfg' THEN ");
-    EXPECT_EQ(commands(Operation::RESTORE, Protocol::TFTP),
+    EXPECT_EQ(commands(RESTORE, TFTP),
               "tftp -g -r ap-1_backup.cfg -l /tmp/tftp_backup.cfg 10.0.0.9 >/dev/null 2>&1 THEN " + wget +
                   "/tmp/up_tftp_status.txt" + cookie +
                   "upload.asp?type=config&filename=/tmp/tftp_backup.cfg&filesize=");
-    EXPECT_EQ(commands(Operation::BACKUP, Protocol::FTP),
+    EXPECT_EQ(commands(BACKUP, FTP),
               wget + "/tmp/ftp_backup.cfg" + cookie +
                   "backupCfg.egi' THEN ftpput -u operator -p S3cret:+@%, 10.0.0.9 ap-1_backup.cfg "
                   "/tmp/ftp_backup.cfg >/dev/null 2>&1 && rm /tmp/ftp_backup.cfg");
@@ -77,11 +80,13 @@ TEST(TransferCommands, HostileTextsReachTheirToolAndNothingElse) {
     prepare_tools();
     std::filesystem::create_directory(root.path("/folder"));
     std::filesystem::current_path(root.path("/folder"));
-    const std::string backup_files[] = {root.path("/tmp/tftp_backup.cfg"), root.path("/tmp/ftp_backup.cfg")};
+    const std::string files[] = {root.path("/tmp/tftp_backup.cfg"), root.path("/tmp/ftp_backup.cfg")};
 
-    const auto calls_of = [&](const std::string &command) {
+    // Of the one command that has the texts.
+    const auto calls_of = [&](Operation operation, Protocol protocol, const TransferSettings &settings) {
+        const TransferCommands commands = transfer_commands(operation, protocol, settings);
         root.write("/calls", "");
-        EXPECT_EQ(run_command(command), 0) << command;
+        EXPECT_EQ(run_command(operation == BACKUP ? commands.second : commands.first), 0);
         return split(root.read("/calls"), '\0');
     };
     const auto with_operands = [](Texts words, const Texts &operands) {
@@ -92,24 +97,19 @@ TEST(TransferCommands, HostileTextsReachTheirToolAndNothingElse) {
     };
     std::mt19937 random(20240229);
     for (int round = 0; round < 60; round++) {
-        const TransferSettings s{.server = hostile_text(random),
-                                 .file = hostile_text(random),
-                                 .user = hostile_text(random),
-                                 .password = hostile_text(random),
-                                 .web_password = hostile_text(random)};
+        const auto text = [&] { return hostile_text(random); };
+        const TransferSettings s{text(), text(), text(), text(), text()};
         root.write("/tmp/tftp_backup.cfg", "");
         root.write("/tmp/ftp_backup.cfg", "");
-        EXPECT_EQ(calls_of(transfer_commands(Operation::BACKUP, Protocol::TFTP, s).second),
-                  with_operands({"tftp", "-p", "-r", s.file, "-l", backup_files[0]}, {s.server}));
-        EXPECT_EQ(
-            calls_of(transfer_commands(Operation::BACKUP, Protocol::FTP, s).second),
-            with_operands({"ftpput", "-u", s.user, "-p", s.password}, {s.server, s.file, backup_files[1]}));
-        EXPECT_EQ(calls_of(transfer_commands(Operation::RESTORE, Protocol::TFTP, s).first),
-                  with_operands({"tftp", "-g", "-r", s.file, "-l", backup_files[0]}, {s.server}));
-        EXPECT_EQ(
-            calls_of(transfer_commands(Operation::RESTORE, Protocol::FTP, s).first),
-            with_operands({"ftpget", "-u", s.user, "-p", s.password}, {s.server, backup_files[1], s.file}));
-        const Texts call = calls_of(transfer_commands(Operation::UPGRADE, Protocol::FTP, s).first);
+        EXPECT_EQ(calls_of(BACKUP, TFTP, s),
+                  with_operands({"tftp", "-p", "-r", s.file, "-l", files[0]}, {s.server}));
+        EXPECT_EQ(calls_of(BACKUP, FTP, s),
+                  with_operands({"ftpput", "-u", s.user, "-p", s.password}, {s.server, s.file, files[1]}));
+        EXPECT_EQ(calls_of(RESTORE, TFTP, s),
+                  with_operands({"tftp", "-g", "-r", s.file, "-l", files[0]}, {s.server}));
+        EXPECT_EQ(calls_of(RESTORE, FTP, s),
+                  with_operands({"ftpget", "-u", s.user, "-p", s.password}, {s.server, files[1], s.file}));
+        const Texts call = calls_of(UPGRADE, FTP, s);
         ASSERT_EQ(call.size(), 7U);
         EXPECT_EQ(call[5], "Cookie: username=admin;password=" + s.web_password);
         Texts parameters = split(call[6], '&');
@@ -149,11 +149,8 @@ class TransferTest : public AgentTest {
     static int start_tftp(int command) { return set("1.63.4.0", "integer " + std::to_string(command)); }
     static std::string status() { return get("1.63.5.0").value; }
     bool ends() const {
-        const auto locked = [&] {
-            return root.has("/tmp/lock_snmp_web") || root.has("/tmp/lock_snmp_conf_backup");
-        };
-        for (int i = 0; i < 1000 && locked(); i++) usleep(10000);
-        return !locked();
+        return eventually(
+            [&] { return !root.has("/tmp/lock_snmp_web") && !root.has("/tmp/lock_snmp_conf_backup"); });
     }
 };
 
