@@ -53,19 +53,24 @@ static Target failed(std::string error) {
 }
 
 // How many letters to change, add, drop or swap with their neighbour make one text the other; case apart.
-static size_t distance(std::string_view a, std::string_view b) {
+// From `most` on it is not counted further.
+static size_t distance(std::string_view a, std::string_view b, size_t most) {
     std::vector<size_t> before, last(b.size() + 1), row(b.size() + 1);
+    size_t fewest = 0;
     for (size_t j = 0; j <= b.size(); j++) last[j] = j;
     for (size_t i = 1; i <= a.size(); i++) {
         row[0] = i;
         for (size_t j = 1; j <= b.size(); j++) {
             const size_t changed = last[j - 1] + (same_letter(a[i - 1], b[j - 1]) ? 0 : 1);
-            row[j] = std::min({changed, last[j] + 1, row[j - 1] + 1});
+            row[j] = std::min(changed, std::min(last[j], row[j - 1]) + 1);
             if (i > 1 && j > 1 && same_letter(a[i - 1], b[j - 2]) && same_letter(a[i - 2], b[j - 1]))
                 row[j] = std::min(row[j], before[j - 2] + 1);
         }
-        before = last;
+        before.swap(last);
         last = row;
+        const size_t fewest_before = fewest;
+        fewest = *std::min_element(row.begin(), row.end());
+        if (fewest >= most && fewest_before >= most) return most;  // it does not become less
     }
     return last[b.size()];
 }
@@ -76,7 +81,7 @@ std::string suggestion(std::string_view wrong, std::span<const char *const> name
     for (const char *name : names) {
         const size_t length = strlen(name);
         if (std::max(length, wrong.size()) - std::min(length, wrong.size()) >= least) continue;
-        const size_t far = distance(wrong, name);
+        const size_t far = distance(wrong, name, least);
         if (far >= least || far >= length) continue;
         least = far;
         nearest = name;
