@@ -86,7 +86,8 @@ static bool start_subagent(Subtree *subtree, const Options &options) {
 // As snmpd starts, and under its name: its configuration file has its words, and the file in the persistent
 // directory the keys of its users.
 static bool start_agent(Subtree *subtree, const Options &options) {
-    static char without_smux[] = "-smux";
+    // Half a megabyte for disks and sensors that an access point does not have.
+    static char modules_left_out[] = "-smux,hr_disk,lmsensorsMib,hw_sensors";
     if (access(options.configuration.c_str(), R_OK) != 0) {
         log_line(LOG_ERR, options.configuration + ": " + strerror(errno));
         return false;
@@ -99,7 +100,7 @@ static bool start_agent(Subtree *subtree, const Options &options) {
                           options.configuration.c_str());
     netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_X_SOCKET, options.master.c_str());
     netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_DONT_LOG_TCPWRAPPERS_CONNECTS, 1);
-    add_to_init_list(without_smux);
+    add_to_init_list(modules_left_out);
     init_agent(AGENT);
     init_mib_modules();
     if (!add_subtree(subtree, options)) return false;

@@ -209,8 +209,8 @@ static void end_reading(Subtree *subtree, size_t index, bool failed) {
         column.read = subtree->asker.now;
         subtree->columns[subtree_objects()[index].table].latest = index;
     }
-    reading.rows = {};
-    reading.links = {};
+    reading.rows = std::vector<KnownRow>();  // unlike an empty list in braces, this frees their memory
+    reading.links = std::vector<RowLink>();
 }
 
 // GETNEXT passed these, so they have no rows.
