@@ -1,34 +1,16 @@
 #include "client/dependencies.h"
 
+#include <optional>
+#include <vector>
+
 #include "client/names.h"
 
-static constexpr Dependency DEPENDENCIES[] = {
-    {"APSysCAPWAPDomainNameSuffix", "APSysCAPWAPDNSSRVDiscovery", "2"},
-    {"APSysCAPWAPACAddress1", "APSysCAPWAPStaticDiscovery", "2"},
-    {"APSysCAPWAPACAddress2", "APSysCAPWAPStaticDiscovery", "2"},
-    {"APSysCAPWAPACAddress3", "APSysCAPWAPStaticDiscovery", "2"},
-    {"APSysCAPWAPACAddress4", "APSysCAPWAPStaticDiscovery", "2"},
-    {"APSysCAPWAPACAddress5", "APSysCAPWAPStaticDiscovery", "2"},
-    {"APSysIPv6Mode", "APSysIPv6Enabled", "2"},
-    {"APSysIPv6IPAddress", "APSysIPv6Enabled", "2"},
-    {"APSysIPv6IPAddress", "APSysIPv6Mode", "1"},
-    {"APSysIPv6PrefixLen", "APSysIPv6Enabled", "2"},
-    {"APSysIPv6PrefixLen", "APSysIPv6Mode", "1"},
-    {"APSysIPv6GWAddr", "APSysIPv6Enabled", "2"},
-    {"APSysIPv6GWAddr", "APSysIPv6Mode", "1"},
-    {"APSysIPv6FirstDNSAddr", "APSysIPv6Enabled", "2"},
-    {"APSysIPv6FirstDNSAddr", "APSysIPv6Mode", "1"},
-    {"APSysIPv6SecondDNSAddr", "APSysIPv6Enabled", "2"},
-    {"APSysIPv6SecondDNSAddr", "APSysIPv6Mode", "1"},
-    {"APRFMaxTransmitRate", "APRFBand", "!0"},
-    {"APWDSLinkEnabled", "APRFMaxTransmitRate", "0"},
-    {"APWDSLinkEnabled", "APRFRadioChannelConfig", "!auto", "2"},
-    {"APWDSLinkWEPKeyLength", "APWDSLinkSecurityType", "1"},
-    {"APWDSLinkWEPKeyFormat", "APWDSLinkSecurityType", "1"},
-    {"APWDSLinkWEPKeyValue", "APWDSLinkSecurityType", "1"},
-    {"APWDSLinkPSKCipherSuite", "APWDSLinkSecurityType", "2"},
-    {"APWDSLinkPSKKeyType", "APWDSLinkSecurityType", "2"},
-    {"APWDSLinkPSKKeyValue", "APWDSLinkSecurityType", "2"},
+// Items that are no object's own: which value of which object turns them on.
+static constexpr struct {
+    const char *key, *object, *value;
+} SHARED_ITEMS[] = {
+    {"wep.enabled", "APWDSLinkSecurityType", "1"},
+    {"wpa.enabled", "APWDSLinkSecurityType", "2"},
 };
 
 static constexpr Effect EFFECTS[] = {
@@ -57,8 +39,44 @@ static constexpr struct {
     {"L2FirewallRuleInterfaceSelected", "s or d, radio, and VAP or 0 for all of the radio: s.1.3"},
 };
 
+static bool is_beside(const Object &a, const Object &b) {
+    return a.entry_oid() == b.entry_oid() &&
+           std::string_view(a.group ? a.group : "") == (b.group ? b.group : "");
+}
+
+// Which object shows that the item is as the object needs it, and by which value; none may.
+static std::optional<Dependency> dependency(const Object &object, const Need &need) {
+    for (const auto &item : SHARED_ITEMS)
+        if (std::string_view(item.key) == need.key) return Dependency{object.name, item.object, item.value};
+    for (const Object &other : OBJECTS) {
+        if (!other.key || std::string_view(other.key) != need.key || !is_beside(object, other)) continue;
+        for (const Word &word : other.words)
+            if (word.stored && (std::string_view(need.text) == word.stored) == need.is)
+                return Dependency{object.name, other.name, std::to_string(word.value)};
+    }
+    return std::nullopt;
+}
+
 std::span<const Dependency> dependencies() {
-    return DEPENDENCIES;
+    static const std::vector<Dependency> all = [] {
+        // These are rules of their own in the daemon.
+        std::vector<Dependency> list = {
+            {"APSysCAPWAPACAddress1", "APSysCAPWAPStaticDiscovery", "2"},
+            {"APSysCAPWAPACAddress2", "APSysCAPWAPStaticDiscovery", "2"},
+            {"APSysCAPWAPACAddress3", "APSysCAPWAPStaticDiscovery", "2"},
+            {"APSysCAPWAPACAddress4", "APSysCAPWAPStaticDiscovery", "2"},
+            {"APSysCAPWAPACAddress5", "APSysCAPWAPStaticDiscovery", "2"},
+            {"APRFMaxTransmitRate", "APRFBand", "0", false},
+            {"APWDSLinkEnabled", "APRFMaxTransmitRate", "0"},
+            {"APWDSLinkEnabled", "APRFRadioChannelConfig", "auto", false, "2"},
+        };
+        for (const Object &object : OBJECTS)
+            for (const Need &need : object.needs)
+                if (need.key)
+                    if (auto found = dependency(object, need)) list.push_back(std::move(*found));
+        return list;
+    }();
+    return all;
 }
 
 std::span<const Effect> effects() {
@@ -67,13 +85,11 @@ std::span<const Effect> effects() {
 
 std::string dependency_hint(const Object &object) {
     std::string hint;
-    for (const Dependency &need : DEPENDENCIES) {
+    for (const Dependency &need : dependencies()) {
         if (std::string_view(object.name) != need.object) continue;
-        const bool negated = *need.value == '!';
-        const char *value = need.value + negated;
-        const char *word = word_of(find_object(need.other), value);
+        const char *word = word_of(find_object(need.other), need.value);
         hint += (hint.empty() ? "needs " : " and ") + std::string(need.other) +
-                (negated ? " other than " : " = ") + (word ? word : value);
+                (need.is ? " = " : " other than ") + (word ? word : need.value);
     }
     return hint.empty() ? "" : hint + " to be saved first";
 }

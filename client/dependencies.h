@@ -8,9 +8,11 @@
 #include "registry/registry.h"
 
 // A SET of the object is refused unless another one, of the same row or the row's radio, is stored with this
-// value; with '!' in front, with any other one.
+// value; where not `is`, with any other one.
 struct Dependency {
-    const char *object, *other, *value;
+    const char *object, *other;
+    std::string value;
+    bool is = true;
     const char *only_for = nullptr;  // the value whose SET needs it; null: every one
 };
 std::span<const Dependency> dependencies();

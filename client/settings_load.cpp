@@ -41,8 +41,7 @@ static std::string known(const Load &load, const Place &place) {
 static bool is_met(const Load &load, const Place &place, const std::string &value, const Dependency &need) {
     if (std::string_view(object_of(place).name) != need.object) return true;
     if (need.only_for && value != need.only_for) return true;
-    const std::string other = known(load, beside(place, need.other));
-    return *need.value == '!' ? other != need.value + 1 : other == need.value;
+    return (known(load, beside(place, need.other)) == need.value) == need.is;
 }
 
 static std::string reason(const Load &load, const Place &place, const std::string &value, int status) {
@@ -51,9 +50,8 @@ static std::string reason(const Load &load, const Place &place, const std::strin
     for (const Dependency &need : dependencies()) {
         if (is_met(load, place, value, need)) continue;
         const Place other = beside(place, need.other);
-        const bool negated = *need.value == '!';
-        return "refused: needs " + place_name(other) + (negated ? " other than " : " = ") +
-               file_value(object_of(other), need.value + negated) + ", it is " +
+        return "refused: needs " + place_name(other) + (need.is ? " = " : " other than ") +
+               file_value(object_of(other), need.value) + ", it is " +
                file_value(object_of(other), known(load, other));
     }
     return refusal(object, status);
@@ -137,7 +135,7 @@ static Wanted wanted_values(const Load &load) {
     Wanted wanted;
     for (const auto &[place, text] : load.refused) {
         for (const Dependency &need : dependencies()) {
-            if (*need.value == '!' || is_met(load, place, load.file.settings.at(place), need)) continue;
+            if (!need.is || is_met(load, place, load.file.settings.at(place), need)) continue;
             auto &values = wanted[beside(place, need.other)];
             if (std::find(values.begin(), values.end(), need.value) == values.end())
                 values.push_back(need.value);
