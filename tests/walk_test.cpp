@@ -60,11 +60,9 @@ int __wrap_get_cfg_item(zevcfg_handle *handle, unsigned group_id, const char *ke
 }
 }
 
-// What other programs of the device and its operators rely on stands in a file
-// beside this one, a line an object in the order of the registry; an object
-// without a line is new. A failure prints the lines that differ; with
-// ZEVSIC_RENEW set, this program makes the file anew (git diff then shows what
-// became of it).
+// What operators and other programs of the device rely on stands in a file beside this one, a line an object
+// in the order of the registry; an object without a line is new. A failure prints the lines that differ. With
+// ZEVSIC_RENEW set, this program makes the file anew (git diff then shows what became of it).
 static void expect_lines(const std::string &file, const std::vector<std::string> &lines) {
     const std::string path = ZEVSIC_SOURCE_DIR "/tests/" + file;
     if (getenv("ZEVSIC_RENEW")) {
@@ -82,8 +80,7 @@ static void expect_lines(const std::string &file, const std::vector<std::string>
     ADD_FAILURE() << "gone, or in another place: " << known;
 }
 
-// At most three texts whole, else the first and the last and how many there
-// are.
+// At most three texts whole, else the first and the last and how many there are.
 static std::string in_short(const std::vector<std::string> &texts) {
     std::string all;
     for (const std::string &text : texts) {
@@ -94,8 +91,7 @@ static std::string in_short(const std::vector<std::string> &texts) {
     return texts.front() + " | .. " + std::to_string(texts.size()) + " .. | " + texts.back();
 }
 
-// What an object's handler writes to the trace, without the lines of the tree
-// and places in the source.
+// What an object's handler writes to the trace, without the lines of the tree and places in the source.
 template <typename Action>
 static std::string trace_of(const Object &object, Action action) {
     testing::internal::CaptureStdout();
@@ -140,7 +136,7 @@ TEST(Registry, NoTwoObjectsShowTheSameSystemItem) {
         }
 }
 
-TEST_F(WalkTest, VisitsTheObjectsInRegistrationOrder) {
+TEST_F(WalkTest, VisitsTheObjectsInRegistrationOrderAndSeesWhatAGetAnswers) {
     ASSERT_GT(cells.size(), 30U);
     const Object *last = OBJECTS;
     for (const Cell &cell : cells) {
@@ -149,6 +145,7 @@ TEST_F(WalkTest, VisitsTheObjectsInRegistrationOrder) {
         EXPECT_GE(object, last) << cell.oid;
         last = object;
         EXPECT_EQ(cell.status, object->type) << object->name;
+        EXPECT_EQ(execute(KIND_GET, cell.oid), cell);
     }
     for (const Object &object : OBJECTS)
         if (!object.is_branch()) {
@@ -156,18 +153,9 @@ TEST_F(WalkTest, VisitsTheObjectsInRegistrationOrder) {
         }
 }
 
-TEST_F(WalkTest, AGetAnswersWhatTheWalkSaw) {
-    for (const Cell &cell : cells) {
-        const Cell answer = execute(KIND_GET, cell.oid);
-        EXPECT_EQ(answer.oid, cell.oid);
-        EXPECT_EQ(answer.value, cell.value) << cell.oid;
-    }
-}
-
 // What a GET of each object answers, reads and traces.
 TEST_F(WalkTest, AnswersAreThoseOfTheDemosDevice) {
-    // The tools follow the clock of the device, which stands still, in place of
-    // the machine's.
+    // The tools follow the clock of the device, which stands still, in place of the machine's.
     agent.root.write("/proc/uptime", "98765.25 1.00\n");
     for (const std::string tool : {"athstats", "ifconfig", "iwlist", "wlanconfig"}) {
         const std::string script = agent.root.read("/sbin/" + tool);
@@ -277,12 +265,8 @@ static std::vector<std::string> values_of(const Object &object, const std::vecto
     return {values.begin(), values.end()};
 }
 
-// Those, or the others of all where they are fewer.
-static std::string in_words(const std::vector<std::string> &taken, const std::vector<std::string> &all) {
-    std::string accepted, refused;
-    for (const std::string &text : all)
-        (std::find(taken.begin(), taken.end(), text) != taken.end() ? accepted : refused) +=
-            " '" + text + "'";
+// Of what is accepted and what is refused the one that is shorter.
+static std::string shorter(const std::string &accepted, const std::string &refused) {
     return refused.size() < accepted.size() ? "not" + refused : "only" + accepted;
 }
 
@@ -305,35 +289,23 @@ class WriteWalk : public testing::Test {
                 some.push_back(row);
         return some;
     }
-    static void drop_queue() {
+    static bool accepts(const Object &object, const std::string &instance, const std::string &value) {
+        const std::string oid = std::string(object.oid) + "." + instance;
+        const bool accepted = execute(KIND_SET, oid, in_type(object, value)).status == STATUS_ACCEPTED;
         free_item_list(pending_items);
         pending_items = nullptr;
+        return accepted;
     }
     // What a SET traces.
     static std::string set_trace(const Object &object, const std::string &instance,
                                  const std::string &value) {
-        const std::string trace = trace_of(object, [&] {
-            execute(KIND_SET, std::string(object.oid) + "." + instance, in_type(object, value));
-        });
-        drop_queue();
-        return trace;
-    }
-    // The texts that a SET accepts.
-    static std::vector<std::string> taken(const Object &object, const std::string &instance) {
-        std::vector<std::string> taken;
-        for (const std::string &text : texts_for(object)) {
-            const std::string oid = std::string(object.oid) + "." + instance;
-            if (execute(KIND_SET, oid, in_type(object, text)).status == STATUS_ACCEPTED)
-                taken.push_back(text);
-        }
-        drop_queue();
-        return taken;
+        return trace_of(object, [&] { accepts(object, instance, value); });
     }
     // The items that a SET reads, and the texts in them with which it is refused, or accepted.
     static std::string conditions(const Object &object, const std::string &instance,
                                   const std::string &value) {
         reads.clear();
-        set_trace(object, instance, value);
+        accepts(object, instance, value);
         std::vector<std::string> conditions;
         for (const std::string &item : std::set<std::string>(reads.begin(), reads.end())) {
             std::string accepted, refused;
@@ -341,13 +313,10 @@ class WriteWalk : public testing::Test {
             for (const char *text : {"none", "disable", "enable", "static", "dhcp", "auto", "ntp", "64",
                                      "128", "152", "ascii", "hex", "passphrase", "psk"}) {
                 pretended_text = text;
-                const std::string oid = std::string(object.oid) + "." + instance;
-                const bool taken = execute(KIND_SET, oid, in_type(object, value)).status == STATUS_ACCEPTED;
-                (taken ? accepted : refused) += std::string(" ") + text;
+                (accepts(object, instance, value) ? accepted : refused) += std::string(" ") + text;
             }
             pretended_item.clear();
-            const bool few = refused.size() < accepted.size();
-            conditions.push_back(item + (refused.empty() ? "" : few ? " not" + refused : " only" + accepted));
+            conditions.push_back(item + (refused.empty() ? "" : " " + shorter(accepted, refused)));
         }
         return in_short(conditions);
     }
@@ -414,7 +383,13 @@ TEST_F(WriteWalk, WhatIsWrittenIsStoredInAnItemOfItsOwnAndShows) {
             for (const Need &need : object.needs)
                 if (need.key) write(group, row, need.key, need.is ? need.text : "other");
             execute(KIND_GET, oid);
-            const auto taken = WriteWalk::taken(object, text);
+            std::vector<std::string> taken;
+            std::string accepted, refused;
+            for (const std::string &value : texts_for(object)) {
+                const bool is_taken = accepts(object, text, value);
+                if (is_taken) taken.push_back(value);
+                (is_taken ? accepted : refused) += " '" + value + "'";
+            }
             ASSERT_FALSE(taken.empty()) << oid;
             const auto values = values_of(object, taken);
             for (const std::string &value : values) {
@@ -450,10 +425,10 @@ TEST_F(WriteWalk, WhatIsWrittenIsStoredInAnItemOfItsOwnAndShows) {
             if (table)
                 line += set_trace(object, std::string("0.0.0.0").substr(0, 2 * table->levels() - 1), "0") +
                         " || ";
-            line += in_words(taken, texts_for(object)) + " || " + conditions(object, text, values.back());
+            line += shorter(accepted, refused) + " || " + conditions(object, text, values.back());
             if (queued.size() == 1) pretended_item = queued.begin()->first;
             queued.clear();
-            set_trace(object, text, values.back());
+            accepts(object, text, values.back());
             pretended_item.clear();
             if (queued.empty() && !object.transient) line += " || not without an item";
         }

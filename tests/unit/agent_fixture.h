@@ -29,10 +29,6 @@ struct SetCase {
     std::string oid, item;  // the item up to the text that is queued for an accepted value
     Texts accepted, refused;
 };
-struct ShownCase {
-    std::string group, key, oid;
-    Texts stored;
-};
 
 class AgentTest : public testing::Test {
   protected:
@@ -95,19 +91,12 @@ class AgentTest : public testing::Test {
         }
     }
 
-    // With the one stored text beside what the store has.
-    static void expect_shown(const std::vector<ShownCase> &cases) {
-        const auto working = fake.working;
-        for (const ShownCase &c : cases) {
-            for (const std::string &text : c.stored) {
-                const auto &[stored, shown] = sides(text);
-                fake.working = working;
-                fake.working[{c.group, c.key}] = stored;
-                build();
-                EXPECT_EQ(get(c.oid).value, shown) << c.oid << " with " << c.key << " " << stored;
-            }
-        }
-        fake.working = working;
+    // What a row shows once that text is stored.
+    static std::string shown(const std::string &oid, const std::string &group, const std::string &key,
+                             const std::string &stored) {
+        fake.item(group, key, stored);
+        build();
+        return get(oid).value;
     }
 
     // Tries for at most 20 s.

@@ -48,12 +48,13 @@ TEST_F(FirewallTest, WhereTheRowCountComesFrom) {
 
 TEST_F(FirewallTest, StoredInterfacesAndWhatTheyShow) {
     fake.item("bfirewall", "table_size", "2");
-    expect_shown({{"bfirewall",
-                   "bfw_entry:1.sInterface",
-                   "7.1.1.5.2",
-                   {"ath0ap0>s.1.1", "ath1ap+>s.2.0", "ath1ap5x>s.1.1", "ath1ap+5>s.1.1"}},
-                  {"bfirewall", "bfw_entry:1.dInterface", "7.1.1.5.2", {"ath1ap15>d.2.16", ">d.1.1"}},
-                  {"bfirewall", "bfw_entry:1.RARP.opcode", "7.1.1.29.2", {"2147483647>2147483648"}}});
+    const std::string entry = "bfw_entry:1.";
+    EXPECT_EQ(shown("7.1.1.5.2", "bfirewall", entry + "dInterface", "ath1ap15"), "d.2.16");
+    EXPECT_EQ(shown("7.1.1.5.2", "bfirewall", entry + "dInterface", ""), "d.1.1");
+    for (const auto &[stored, value] :
+         {std::pair("ath0ap0", "s.1.1"), {"ath1ap+", "s.2.0"}, {"ath1ap5x", "s.1.1"}, {"ath1ap+5", "s.1.1"}})
+        EXPECT_EQ(shown("7.1.1.5.2", "bfirewall", entry + "sInterface", stored), value) << stored;
+    EXPECT_EQ(shown("7.1.1.29.2", "bfirewall", entry + "RARP.opcode", "2147483647"), "2147483648");
 }
 
 TEST_F(FirewallTest, RowCountsOfServicesAndLists) {

@@ -1,15 +1,10 @@
-// The radio table: configuration, statistics.
+// The radio table: configuration and statistics; the counters that these are made of.
+#include "handler/counters.h"
 #include "tests/unit/agent_fixture.h"
 
 class RadioTest : public AgentTest {
   protected:
     static std::string value(const std::string &oid) { return get("2.1.1." + oid).value; }
-    // The value of a column's row when the group has this one item.
-    static std::string shown(const char *group, const char *key, const char *stored, const std::string &oid) {
-        fake.item(group, key, stored);
-        build();
-        return value(oid);
-    }
 };
 
 TEST_F(RadioTest, WhatASetQueues) {
@@ -35,8 +30,8 @@ TEST_F(RadioTest, BandFollowsTheRadioAndResetsWhatItCannotHave) {
                  {"2.1.1.7.2", "rf2 ch_width=", {"4>80"}, {}}});
     fake.capability[1] = ~CAPABILITY_11AC;
     expect_sets({{"2.1.1.3.2", "", {}, {"7"}}, {"2.1.1.7.2", "rf2 ch_width=", {"2>40"}, {"4"}}});
-    expect_shown(
-        {{"rf1", "mode", "2.1.1.3.1", {"11na>5", "11x>0"}}, {"rf1", "state", "2.1.1.3.1", {"disable>0"}}});
+    EXPECT_EQ(shown("2.1.1.3.1", "rf1", "mode", "11na"), "5");
+    EXPECT_EQ(shown("2.1.1.3.1", "rf1", "mode", "11x"), "0");
 }
 
 TEST_F(RadioTest, RatesFollowTheTransmitChains) {
@@ -53,7 +48,7 @@ TEST_F(RadioTest, RatesFollowTheTransmitChains) {
         "65520 65525 65530 65472 65493 65514");
     int number = 0;
     for (std::string rate; rates >> rate;)
-        EXPECT_EQ(shown("rf2", "rate", rate.c_str(), "12.2"), std::to_string(number++));
+        EXPECT_EQ(shown("2.1.1.12.2", "rf2", "rate", rate), std::to_string(number++));
     EXPECT_EQ(number, 46);
 }
 
@@ -74,8 +69,8 @@ TEST_F(RadioTest, TransmitPowerOfTheOlderForm) {
     const char *const stored[][3] = {{"17", "1", "1"}, {"16", "1", "1"}, {"13", "4", "4"},
                                      {"1", "13", "8"}, {"0", "1", "1"},  {"99", "1", "1"}};
     for (const auto &[text, first, second] : stored) {
-        EXPECT_EQ(shown("rf1", "txpwr", text, "13.1"), first) << text;
-        EXPECT_EQ(shown("rf2", "txpwr", text, "13.2"), second) << text;
+        EXPECT_EQ(shown("2.1.1.13.1", "rf1", "txpwr", text), first) << text;
+        EXPECT_EQ(shown("2.1.1.13.2", "rf2", "txpwr", text), second) << text;
     }
     const char *const writes[][3] = {// written, queued, shown
                                      {"3", "17", "1"},
@@ -107,7 +102,7 @@ TEST_F(RadioTest, BeaconIntervalGrowsWithTheEnabledVaps) {
     std::string on_all_vaps = "rf2_vap1 beacon=100";
     for (int vap = 2; vap <= 16; vap++) on_all_vaps += " + rf2_vap" + std::to_string(vap) + " beacon=100";
     EXPECT_EQ(queued_by("2.1.1.16.2", "100"), on_all_vaps);
-    EXPECT_EQ(shown("rf2_vap1", "beacon", "150", "16.2"), "150");
+    EXPECT_EQ(shown("2.1.1.16.2", "rf2_vap1", "beacon", "150"), "150");
 }
 
 TEST_F(RadioTest, AvailableChannelsComeFromTheCountryAndTheBand) {
@@ -119,7 +114,7 @@ TEST_F(RadioTest, AvailableChannelsComeFromTheCountryAndTheBand) {
         fake.item("rf1", "country", country);
         fake.item("rf1", "mode", mode);
         fake.item("rf1", "ch_width", width);
-        return shown("rf1", "chwidth_ext", extension, "9.1");
+        return shown("2.1.1.9.1", "rf1", "chwidth_ext", extension);
     };
     EXPECT_EQ(channels("US", "11na", "20", "l"), "0 36 40");
     EXPECT_EQ(channels("US", "11na", "40", "l"), "0 40");
@@ -133,20 +128,13 @@ TEST_F(RadioTest, AvailableChannelsComeFromTheCountryAndTheBand) {
     EXPECT_FALSE(root.has("/tmp/x")) << "stored texts are no commands";
 }
 
-class RadioStatisticsTest : public RadioTest {
-  protected:
-    RadioStatisticsTest() {
-        prepare_tools();
-        fake.item("snmp", "sample_time", "0");
-    }
-};
-
-TEST_F(RadioStatisticsTest, ChannelFiguresComeFromTheTool) {
+TEST_F(RadioTest, ChannelFiguresComeFromTheTool) {
     const char *const cases[][4] = {
         {"50 rx_clear_rate\\n20 rx_frame_rate\\n15 tx_frame_rate\\n", "20", "15", "50"},
         {"30 rx_clear_rate\\n20 rx_frame_rate\\n15 tx_frame_rate\\n", "20", "0", "30"},
         {"  7%% rx_clear_rate\\n1 rx_frame_rates\\n", "0", "7", "7%"}};
-    build();
+    prepare_tools();
+    zevap->sample_time = 0;
     for (const auto &[lines, cci, aci, wdi] : cases) {
         root.write_tool("/sbin/athstats", std::string("[ \"$*\" = '-i wifi0' ] && printf '") + lines + "'");
         EXPECT_EQ(value("48.1"), cci) << lines;
@@ -156,7 +144,7 @@ TEST_F(RadioStatisticsTest, ChannelFiguresComeFromTheTool) {
     }
 }
 
-TEST_F(RadioStatisticsTest, StationsOfEnabledVapsInTheKernel) {
+TEST_F(RadioTest, StationsOfEnabledVapsInTheKernel) {
     for (const int vap : {1, 2, 4}) make_interface(1, vap);
     for (const char *group : {"rf1_vap1", "rf1_vap3", "rf1_vap4"}) fake.item(group, "state", "enable");
     fake.system_items = {
@@ -166,7 +154,8 @@ TEST_F(RadioStatisticsTest, StationsOfEnabledVapsInTheKernel) {
     EXPECT_EQ(value("45.2"), "0");
 }
 
-TEST_F(RadioStatisticsTest, OctetsAreSummedInSixtyFourBits) {
+TEST_F(RadioTest, OctetsAreSummedInSixtyFourBits) {
+    prepare_tools();
     root.write_tool("/sbin/ifconfig", "echo 'RX bytes:9000000000 (8.3 GiB)  TX bytes:1 (1.0 B)'");
     for (const int vap : {1, 16}) make_interface(1, vap);
     build();
@@ -179,4 +168,29 @@ TEST_F(RadioStatisticsTest, OctetsAreSummedInSixtyFourBits) {
     fake.ifnames.erase({1, 2});
     EXPECT_EQ(get("2.1.1.46.2"), NOTHING) << "a live VAP without a name ends the refresh";
     EXPECT_EQ(value("46.1"), "18000000000");
+}
+
+TEST_F(RadioTest, CountersAreReadFromTheLineOfTheToolElseFromTheKernel) {
+    prepare_tools();
+    root.write_tool("/sbin/ifconfig", "cat \"$ZEVSIC_ROOT/line\"; [ \"$1\" = ath0 ]");
+    root.write("/sys/class/net/ath0/statistics/rx_bytes", "5000000000\n");
+    const std::string good =
+        "          RX bytes:123456 (120.5 KiB)  TX bytes:18446744073709551615 (16 EiB)\n";
+    const std::pair<std::string, const char *> cases[] = {{good, "123456"},
+                                                          {"RX bytes:12", "5000000000"},
+                                                          {"RX bytes: (0.0 B)", "5000000000"},
+                                                          {"RX bytes:-1 (0.0 B)", "5000000000"},
+                                                          {"RX packets 4  bytes 12 (12.0 B)", "5000000000"},
+                                                          {"", "5000000000"}};
+    for (const auto &[line, octets] : cases) {
+        root.write("/line", line);
+        EXPECT_EQ(interface_octets("ath0", true), octets) << line;
+    }
+    root.write("/sys/class/net/ath1/statistics/rx_bytes", "nothing\n");
+    EXPECT_EQ(interface_octets("ath1", true), "0");
+    EXPECT_EQ(interface_octets("ath2", true), "0");
+    root.write("/line", good);
+    EXPECT_EQ(interface_octets("ath0", false), "18446744073709551615");
+    EXPECT_EQ(interface_octets("; touch $ZEVSIC_ROOT/tmp/x;", true), "123456");
+    EXPECT_FALSE(root.has("/tmp/x"));
 }

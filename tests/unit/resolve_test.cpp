@@ -128,7 +128,7 @@ TEST_F(ResolveTest, SetTexts) {
     }
 }
 
-TEST_F(ResolveTest, TraceOfAGet) {
+TEST_F(ResolveTest, Traces) {
     EXPECT_TRUE(
         traced([] { get("1.18.0"); })
             .starts_with("GET 1.3.6.1.4.1.48019.6.1.18.0\nGET (1.3.6.1.4.1.48019.6.1.18.0)\nnow=1 \nnow=18 \n"
@@ -136,4 +136,7 @@ TEST_F(ResolveTest, TraceOfAGet) {
     const std::string cached = traced([] { get("1.18.0"); });
     EXPECT_NE(cached.find("function just_output:"), std::string::npos);
     EXPECT_NE(cached.find("type=ipaddress data=\n"), std::string::npos);
+    EXPECT_TRUE(traced([] { set("1.1.0", "string x"); })
+                    .starts_with("SET 1.3.6.1.4.1.48019.6.1.1.0\nrequest->set:string x; strlen(set):8\n"
+                                 "SET (1.3.6.1.4.1.48019.6.1.1.0)\nstr:(1.1.0)\n=1 \n=1 \n=0 \n"));
 }

@@ -20,10 +20,12 @@ TEST_F(VapTest, ARateShowsInItsShortestForm) {
 TEST_F(VapTest, StoredTextsAndWhatTheyShow) {
     const std::string key = "0123456789abcde~", encoded = "3031323334353637383961626364657e";
     fake.item("rf2_vap16", "upband", "512");
-    expect_shown({{"rf2_vap16", "vid", "3.1.1.8.2.16", {"4094>512", "4095>0"}},  // no limit without a VLAN
-                  {"rf2_vap16", "split_tun", "3.1.1.19.2.16", {"enable>1"}},
-                  {"rf1_vap1_sec", "roam_11r.mobility_domain", "3.1.1.65.1.1", {"ffff>65535", "10000>"}},
-                  {"rf1_vap1_sec", "roam_11r.roam_own_key", "3.1.1.66.1.1", {encoded + "00>" + key}}});
+    EXPECT_EQ(shown("3.1.1.8.2.16", "rf2_vap16", "vid", "4094"), "512");
+    EXPECT_EQ(shown("3.1.1.8.2.16", "rf2_vap16", "vid", "4095"), "0") << "no limit without a VLAN";
+    EXPECT_EQ(shown("3.1.1.19.2.16", "rf2_vap16", "split_tun", "enable"), "1");
+    EXPECT_EQ(shown("3.1.1.65.1.1", "rf1_vap1_sec", "roam_11r.mobility_domain", "ffff"), "65535");
+    EXPECT_EQ(shown("3.1.1.65.1.1", "rf1_vap1_sec", "roam_11r.mobility_domain", "10000"), "");
+    EXPECT_EQ(shown("3.1.1.66.1.1", "rf1_vap1_sec", "roam_11r.roam_own_key", encoded + "00"), key);
 }
 
 TEST_F(VapTest, BandSteeringIsKeptConsistent) {
