@@ -53,43 +53,39 @@ TEST(ClientNames, TextsOfObjects) {
 }
 
 TEST(ClientNames, ValuesBothWays) {
-    const Object number{.oid = "9.1", .name = "Level", .type = INTEGER, .range = {{{-1, -1}, {2, 7}}}};
-    const Object state{
-        .oid = "9.2", .name = "State", .type = INTEGER, .range = {{{0, 1}}}, .words = APPLY_WORDS};
-    const Object text{.oid = "9.3", .name = "Text", .type = STRING, .range = {{{0, 64}}}};
-    const Object address{.oid = "9.4", .name = "Address", .type = IPADDRESS};
     const string longest(TEXT_SIZE - 1 - strlen("string \"\""), 'x');
     const struct {
-        const Object &object;
+        const char *object;
         string value, expected;
     } cases[] = {
-        {number, "6", "integer 6"},
-        {state, "Applying", "integer 1"},
-        {state, "1", "integer 1"},
-        {state, "other", "integer other"},  // the daemon refuses it
-        {text, "", "string \"\""},
-        {text, " a \"b\"", "string \" a \"b\"\""},
-        {text, longest, "string \"" + longest + "\""},
-        {text, longest + "x", ""},
-        {text, "a\nb", ""},
-        {text, string("a\0b", 3), ""},
-        {address, "10.0.0.1", "ipaddress 10.0.0.1"},
+        {"APRFBeaconInterval", "100", "integer 100"},
+        {"APSysApplyConfig", "Applying", "integer 1"},
+        {"APSysApplyConfig", "1", "integer 1"},
+        {"APSysApplyConfig", "other", "integer other"},  // the daemon refuses it
+        {"APSysName", "", "string \"\""},
+        {"APSysName", " a \"b\"", "string \" a \"b\"\""},
+        {"APSysName", longest, "string \"" + longest + "\""},
+        {"APSysName", longest + "x", ""},
+        {"APSysName", "a\nb", ""},
+        {"APSysName", string("a\0b", 3), ""},
+        {"APSysIPAddress", "10.0.0.1", "ipaddress 10.0.0.1"},
     };
     for (const auto &c : cases) {
+        const Object &object = *find_object(c.object);
         string error;
-        EXPECT_EQ(set_text(c.object, wire_value(c.object, c.value), &error), c.expected);
+        EXPECT_EQ(set_text(object, wire_value(object, c.value), &error), c.expected);
         EXPECT_EQ(error.empty(), !c.expected.empty()) << c.value << ": " << error;
     }
-    const std::pair<const Object &, const char *> accepted[] = {
-        {number, "-1 or 2..7"},
-        {state, "0 (idle), 1 (applying)"},
-        {text, "0..64 characters"},
-        {address, ""},
-        {*find_object("VAPRadiusAuthSecondPort"), "1..65535, or empty"},
-        {*find_object("L2FirewallRuleSourceMACAddress"),
-         "0 or 17 characters: a MAC address with : or - throughout"},
+    const Object number{.type = INTEGER, .range = {{{-1, -1}, {2, 7}}}};
+    EXPECT_EQ(accepted_values(number), "-1 or 2..7");
+    const std::pair<const char *, const char *> accepted[] = {
+        {"APSysL2STPEnabled", "1 (disabled), 2 (enabled)"},
+        {"APSysName", "1..32 characters: letters, digits, blanks and #()*,-.:?@_|"},
+        {"APSysIPAddress", "an IPv4 address"},
+        {"VAPRadiusAuthSecondPort", "1..65535, or empty"},
+        {"L2FirewallRuleSourceMACAddress", "0 or 17 characters: a MAC address with : or - throughout"},
     };
-    for (const auto &[object, values] : accepted) EXPECT_EQ(accepted_values(object), values);
+    for (const auto &[name, values] : accepted) EXPECT_EQ(accepted_values(*find_object(name)), values);
 
     const Target apply = parse_target("APSysApplyConfig.0"), name = parse_target("APSysName.0");
     EXPECT_EQ(value_line(apply, INTEGER, "-1"), "APSysApplyConfig.0 = integer: -1 (rebootNeeded)");
