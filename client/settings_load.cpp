@@ -13,6 +13,7 @@
 #include "client/output.h"
 #include "client/protocol.h"
 #include "client/settings.h"
+#include "platform/device.h"
 
 // The place of an object that a row's settings depend on: in the same row, or of the row's radio.
 static Place beside(const Place &place, const char *name) {
@@ -340,16 +341,19 @@ int load_settings(const Client &client, const LoadOptions &options) {
     }
     const std::map<Place, std::string> never = std::move(load.refused);
     load.refused.clear();
-    int status = try_all(&load, places, options.save || options.apply);
+    const bool may_save = options.save || options.apply;
+    load.is_unsaved = may_save;  // what the device shows already may be queued only, by a load that was ended
+    int status = try_all(&load, places, may_save);
     load.refused.insert(never.begin(), never.end());
     if (status == EXIT_DONE && load.set > 0) status = check_result(&load);
     print_summary(load);
     if (const int refused = complain_all(load); refused != EXIT_DONE && status == EXIT_DONE) {
         status = refused;
-        if (!options.save && !options.apply)
+        if (!may_save)
             complain(status, "nothing was saved; with --save, what depends on other lines is tried again");
     }
-    if (status == EXIT_NO_DAEMON || !options.apply || load.set == 0) return status;
+    const bool unapplied = load.set > 0 || device_file_exists(SAVED_CHANGES_FILE);
+    if (status == EXIT_NO_DAEMON || !options.apply || !unapplied) return status;
     const int applied = apply(client, options.wait);
     return applied == EXIT_DONE ? status : applied;
 }
