@@ -39,7 +39,9 @@ static void *apply_worker(void *handle) {
         _exit(1);
     }
     log_event("apply ended");
-    remove_device_file(APPLY_LOCK_FILE);
+    // One that stays refuses every later apply.
+    constexpr int MOST_TRIES = 10;
+    for (int i = 0; i < MOST_TRIES && !remove_device_file(APPLY_LOCK_FILE); i++) usleep(100'000);
     return nullptr;
 }
 

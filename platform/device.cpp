@@ -389,6 +389,6 @@ bool create_lock_file(std::string_view absolute) {
     return true;
 }
 
-void remove_device_file(std::string_view absolute) {
-    unlink(device_path(absolute).c_str());
+bool remove_device_file(std::string_view absolute) {
+    return unlink(device_path(absolute).c_str()) == 0 || errno == ENOENT;
 }

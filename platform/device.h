@@ -75,4 +75,5 @@ bool device_file_exists(std::string_view absolute);
 // Creates a lock file that must not exist yet (O_EXCL) holding the time in seconds and a newline.
 bool create_lock_file(std::string_view absolute);
 
-void remove_device_file(std::string_view absolute);
+// False when it is there still.
+bool remove_device_file(std::string_view absolute);

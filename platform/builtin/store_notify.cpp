@@ -72,10 +72,10 @@ static bool signal_daemon(const char *pid_file, int number) {
 
 static void signal_when_applied(const char *apply_lock, const char *pid_file) {
     timespec pause = {0, POLL_MS * 1'000'000L};
-    for (int waited = 0; access(apply_lock, F_OK) == 0; waited += POLL_MS) {
-        if (waited >= LIMIT_MS) return;
+    // A lock that stays, of a daemon that died or by a disk that failed, hides the apply from nobody for
+    // good.
+    for (int waited = 0; access(apply_lock, F_OK) == 0 && waited < LIMIT_MS; waited += POLL_MS)
         nanosleep(&pause, nullptr);
-    }
     signal_daemon(pid_file, SIGUSR2);
 }
 

@@ -20,10 +20,7 @@ Saved read_marker() {
 // the old or the new one, and an empty one, just made, is one of no reboot.
 bool write_marker(Saved saved) {
     if (read_marker() == saved && saved != Saved::NOTHING) return true;
-    if (saved == Saved::NOTHING) {
-        remove_device_file(SAVED_CHANGES_FILE);
-        return !device_file_exists(SAVED_CHANGES_FILE);
-    }
+    if (saved == Saved::NOTHING) return remove_device_file(SAVED_CHANGES_FILE);
     int fd = open_device_file(SAVED_CHANGES_FILE, O_WRONLY | O_NONBLOCK);
     struct stat facts = {};
     bool ours = fd >= 0 && fstat(fd, &facts) == 0 && S_ISREG(facts.st_mode) && facts.st_nlink == 1 &&
