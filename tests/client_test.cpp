@@ -124,6 +124,8 @@ TEST(ClientExchange, PeersOfEveryManner) {
     EXPECT_NE(exchange(path, KIND_SET, oid, string(TEXT_SIZE, 'x'), 50).error, "");
     EXPECT_EQ(error(path + "2"), "cannot connect to " + path + "2: No such file or directory");
     EXPECT_NE(error(string(200, 'x')), "");
+    chmod(path.c_str(), 0);
+    as_nobody([&] { EXPECT_EQ(error(path), "cannot connect to " + path + ": Permission denied"); });
 
     // A backlog that is full must not hold the caller up for longer than its limit.
     const string full = device.path("/tmp/full");

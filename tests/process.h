@@ -32,6 +32,15 @@ inline int status_of(int status) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
+// Does it without root's right to what has mode 0.
+template <typename Task>
+void as_nobody(Task task) {
+    const uid_t self = geteuid();
+    EXPECT_EQ(seteuid(self == 0 ? 65534 : self), 0);
+    task();
+    EXPECT_EQ(seteuid(self), 0);
+}
+
 inline sockaddr_un address_of(const std::string &path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;

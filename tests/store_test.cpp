@@ -1,5 +1,6 @@
 // The built-in configuration store, in a device root of its own for each test.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <atomic>
 #include <functional>
@@ -177,6 +178,40 @@ TEST_F(Store, AMissingOrBrokenStoreIsSaidOnceAndANewOneFound) {
     EXPECT_TRUE(has(device.said("ZEVSIC_ROOT= zevcfg init --demo"), "exit 1\n")) << "on the machine itself";
     EXPECT_EQ(zevcfg("get device nothing"), "zevcfg: no such item\nexit 4\n");
     EXPECT_TRUE(has(zevcfg("get device"), "exit 2\n"));
+}
+
+// Another process writes and does not end, a disk is full, a file is somebody else's: said as it is, and
+// soon.
+TEST_F(Store, AStoreThatIsHeldOrForbidden) {
+    const string folder = device.path("/var/lib/zevcfg"), file = folder + "/zevcfg.db";
+    string why;
+    {
+        const Database other = open_store(&why);
+        const Transaction writing(other.get());
+        const auto begun = std::chrono::steady_clock::now();
+        EXPECT_EQ(told([&] {
+                      EXPECT_NE(save({{GID_DEVICE, "name", "late"}}), 0);
+                  }),
+                  "zevcfg: nothing was saved: " + file + ": database is locked\n");
+        EXPECT_EQ(get(working, "device", "name"), "zevsic-ap");
+        EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(3));
+    }
+    EXPECT_EQ(save({{GID_DEVICE, "name", "new"}}), 0);
+    rlimit size{};
+    getrlimit(RLIMIT_FSIZE, &size);
+    const rlimit full{4000, size.rlim_max};
+    signal(SIGXFSZ, SIG_IGN);
+    EXPECT_EQ(told([&] {
+                  setrlimit(RLIMIT_FSIZE, &full);
+                  EXPECT_NE(save({{GID_DEVICE, "name", "late"}}), 0);
+              }),
+              "zevcfg: nothing was saved: " + file + ": disk I/O error\n");
+    setrlimit(RLIMIT_FSIZE, &size);
+    EXPECT_EQ(get(working, "device", "name"), "new");
+    chmod(folder.c_str(), 0);
+    as_nobody([&] { EXPECT_FALSE(open_store(&why)); });
+    EXPECT_EQ(why, file + ": Permission denied");
+    chmod(folder.c_str(), 0700);
 }
 
 TEST_F(Store, TheLockIsOneForTheMachineAndDiesWithItsHolder) {

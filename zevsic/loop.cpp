@@ -24,8 +24,9 @@ struct WaitingPeer {
 };
 
 constexpr size_t MOST_WAITING = 64;
-constexpr timeval PATIENCE = {5, 0};
 constexpr timeval ACCEPT_PAUSE = {0, 100000};
+
+int peer_patience = 5'000;
 
 static std::list<WaitingPeer> waiting;  // oldest first
 static size_t waiting_limit;
@@ -97,7 +98,8 @@ static void add_waiting(int client) {
     WaitingPeer &peer = waiting.emplace_back();
     peer.client = client;
     event_set(&peer.readable, client, EV_READ | EV_PERSIST, waiting_peer_ready, nullptr);
-    event_add(&peer.readable, &PATIENCE);
+    const timeval patience = {peer_patience / 1000, peer_patience % 1000 * 1000};
+    event_add(&peer.readable, &patience);
 }
 
 static void accept_again(int, short, void *) {

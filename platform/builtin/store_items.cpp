@@ -355,10 +355,15 @@ static void grow_lists(Cache &c, std::vector<StoreItem> *items) {
     }
 }
 
-// Writes the items and the marker of saved changes; both are there or neither.
+// Writes the items and the marker of saved changes; both are there or neither. Says why before the
+// transaction is taken back, which has an outcome of its own.
 static bool save_items(Cache &c, std::vector<StoreItem> *queued) {
     Transaction transaction(c.db.get());
-    if (!transaction.started()) return false;
+    const auto fail = [&c](const std::string &why) {
+        c.failure = "nothing was saved: " + why;
+        return false;
+    };
+    if (!transaction.started()) return fail(store_error(c.db.get()));
     grow_lists(c, queued);
     const std::vector<StoreItem> &items = *queued;
     const char *reboot_groups = look_up(c, LAYER_ENVIRONMENT, "", REBOOT_GROUPS);
@@ -369,9 +374,11 @@ static bool save_items(Cache &c, std::vector<StoreItem> *queued) {
         const char *old = look_up(c, LAYER_WORKING, item.group, item.key);
         reboot = old == nullptr || old != item.value;
     }
-    if (!put_items(c.db.get(), LAYER_WORKING, items)) return false;
-    if (write_marker(reboot ? Saved::CHANGES_FOR_REBOOT : Saved::CHANGES) && transaction.commit())
-        return true;
+    if (!put_items(c.db.get(), LAYER_WORKING, items)) return fail(store_error(c.db.get()));
+    const bool marked = write_marker(reboot ? Saved::CHANGES_FOR_REBOOT : Saved::CHANGES);
+    if (!marked) fail(device_path(SAVED_CHANGES_FILE) + " cannot be written");
+    if (marked && transaction.commit()) return true;
+    if (marked) fail(store_error(c.db.get()));
     write_marker(before);
     return false;
 }
@@ -387,7 +394,6 @@ int set_cfg_items_snmp(zevcfg_handle *handle, const cfg_item *head) {
     Cache &c = cache();
     std::lock_guard lock(c.mutex);
     bool saved = look_at_store(c) && (items.empty() || save_items(c, &items));
-    if (!saved && c.missing.empty()) c.failure = "nothing was saved: " + store_error(c.db.get());
     say_failure(c);
     if (!saved) return -1;
     // SQLite tells of other connections' commits only.
