@@ -1,8 +1,9 @@
-// at_call FAULT N COMMAND… | at_call FAULT N -p PID
+// at_call FAULT N COMMAND… | at_call FAULT N -p PID | at_call FAULT N -f PID
 // Has a fault come at the Nth system call of a process and its threads: "kill" ends it before the call, the
 // name of an error (ENOSPC, EIO, EROFS) fails the Nth of those calls that such an error can come from.
-// Children run on. Says "the fault came" on standard error when it did. Exit status: the command's, 128 +
-// signal; with -p it ends with 0 when the process ends or on SIGTERM.
+// Children run on; with -f it is their calls that count, and theirs alone, and a child that is killed leaves
+// the others. Says "the fault came" on standard error when it did. Exit status: the command's, 128 + signal;
+// with a process it ends with 0 when that, or the last child of -f, ends, or on SIGTERM.
 #include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
@@ -18,10 +19,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-static volatile sig_atomic_t stop;
+// What is traced runs on.
 static void on_term(int signal) {
     (void)signal;
-    stop = 1;
+    _exit(0);
 }
 
 // Calls that reach the disk to change it. Writes to pipes and sockets are none.
@@ -41,6 +42,7 @@ static bool may_fail(pid_t thread, const struct __ptrace_syscall_info *call) {
         case SYS_ftruncate:
         case SYS_fallocate:
         case SYS_rename:
+        case SYS_linkat:
         case SYS_mkdir:
         case SYS_unlink:
             return true;
@@ -71,7 +73,8 @@ int main(int argc, char **argv) {
                       : !strcmp(fault, "EIO")   ? EIO
                       : !strcmp(fault, "EROFS") ? EROFS
                                                 : 0;
-    const bool attached = argc > 4 && strcmp(argv[3], "-p") == 0;
+    const bool children = argc > 4 && strcmp(argv[3], "-f") == 0;
+    const bool attached = children || (argc > 4 && strcmp(argv[3], "-p") == 0);
     long left = atol(argv[2]);
     struct sigaction action = {.sa_handler = on_term};
     sigaction(SIGTERM, &action, NULL);
@@ -83,7 +86,8 @@ int main(int argc, char **argv) {
     }
     int status = 0;
     if (!attached) waitpid(pid, &status, WUNTRACED);
-    if (ptrace(PTRACE_SEIZE, pid, NULL, PTRACE_O_TRACESYSGOOD | PTRACE_O_TRACECLONE) != 0)
+    const int followed = children ? PTRACE_O_TRACEFORK | PTRACE_O_TRACEVFORK : 0;
+    if (ptrace(PTRACE_SEIZE, pid, NULL, PTRACE_O_TRACESYSGOOD | PTRACE_O_TRACECLONE | followed) != 0)
         return perror("at_call"), 98;
     if (attached)
         ptrace(PTRACE_INTERRUPT, pid, NULL, NULL);
@@ -91,11 +95,13 @@ int main(int argc, char **argv) {
         kill(pid, SIGCONT);
     if (attached) puts("attached"), fflush(stdout);
     pid_t failing = 0;
+    int living = 0;  // children
     for (;;) {
         const pid_t thread = waitpid(-1, &status, __WALL);
-        if (thread < 0 && errno == EINTR && !stop) continue;
+        if (thread < 0 && errno == EINTR) continue;
         if (thread < 0) return 0;
         if (WIFEXITED(status) || WIFSIGNALED(status)) {
+            if (thread != pid && children && --living == 0) return 0;
             if (thread != pid) continue;
             if (attached) return 0;
             return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
@@ -107,16 +113,19 @@ int main(int argc, char **argv) {
             ptrace(PTRACE_GET_SYSCALL_INFO, thread, sizeof call, &call);
             const bool entry = call.op == PTRACE_SYSCALL_INFO_ENTRY;
             if (!entry && thread == failing) change_registers(thread, false, error), failing = 0;
-            if (entry && (!error || may_fail(thread, &call)) && --left == 0) {
+            const bool counts = (!children || thread != pid) && (!error || may_fail(thread, &call));
+            if (entry && counts && --left == 0) {
                 fputs("the fault came\n", stderr);
                 if (error)
                     change_registers(thread, true, error), failing = thread;
                 else
-                    kill(pid, SIGKILL);
+                    kill(children ? thread : pid, SIGKILL);
             }
         } else if (status >> 16 == PTRACE_EVENT_STOP && (signal == SIGSTOP || signal == SIGTSTP)) {
             ptrace(PTRACE_LISTEN, thread, NULL, NULL);
             continue;
+        } else if (status >> 16 == PTRACE_EVENT_FORK || status >> 16 == PTRACE_EVENT_VFORK) {
+            living++;
         } else if (status >> 16 == 0) {
             deliver = signal;
         }
