@@ -3,6 +3,8 @@
 //   i GROUP KEY VALUE                    an item of the store from here on
 //   t TEXT                               a line that tools print
 //   v                                    traces from here on
+//   d                                    a dump of the tree
+//   f LETTERS                            what fails from here on: lock, saving, apply without reboot
 #include <map>
 #include <sstream>
 
@@ -70,6 +72,8 @@ static const FuzzRoot &start() {
         std::filesystem::create_directories(root.path + "/sys/class/net/" + name);
         root.write(("/sys/class/net/" + name + "/ifindex").c_str(), std::to_string(radio + 7));
     }
+    factory.offload[1] = true;  // as in the demo's device
+    factory.capability[1] = 0x20;
     root.write("/tmp/sync_config", "0\n");
     fake = factory;
     init_norvalis();
@@ -106,6 +110,7 @@ static void restore(const std::vector<std::string> &written) {
         }
     }
     fake.steering_calls.clear();
+    fake.locked = fake.saving_fails = fake.need_reboot = false;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
@@ -122,9 +127,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         const std::string kind = take(&rest, ' ');
         if (kind == "t") tool_output.append(rest).append("\n");
         if (kind == "v") debugLevel = 1;
+        if (kind == "d") ask(KIND_DUMP, "");
         const std::string oid = take(&rest, ' ');
         const Object *object = object_of(oid);
-        if (kind == "g") {
+        if (kind == "f") {
+            fake.locked = oid.find('l') != oid.npos;
+            fake.saving_fails = oid.find('s') != oid.npos;
+            fake.need_reboot = oid.find('r') != oid.npos;
+            changed = true;
+        } else if (kind == "g") {
             const Answer answer = ask(KIND_GET, oid);
             // Rows of several arcs are found as written when fresh, by number when cached: 1.01 is not 1.1.
             const bool as_written = answer.oid.empty() || answer.oid == oid;

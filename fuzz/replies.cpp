@@ -1,5 +1,6 @@
 // What a client makes of any server's replies. The first line says which command reads them; then each line
-// is a reply: STATUS OID VALUE, STATUS a number, a backslash and n in VALUE a newline.
+// is a reply: STATUS OID VALUE, STATUS a number, a backslash and n in VALUE a newline. An OID that begins
+// with = goes on behind the one that was asked for, + stands for that one with its last arc raised.
 #include <cstring>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -17,21 +18,26 @@
 static std::string_view replies;
 static int left;
 
-static Answer next_reply() {
+static Answer next_reply(std::string_view asked) {
     Answer answer{};
     if (replies.empty() || left-- <= 0) answer.error = "no daemon";
     const std::string line = take(&replies, '\n');
     std::string_view rest = line;
     answer.reply.reply_status = static_cast<uint8_t>(atoi(take(&rest, ' ').c_str()));
-    put_text(answer.reply.oid, take(&rest, ' '));
+    std::string oid = take(&rest, ' ');
+    if (oid.starts_with('=')) oid.replace(0, 1, asked);
+    if (const size_t last = asked.rfind('.') + 1; oid == "+")
+        oid = std::string(asked.substr(0, last)) +
+              std::to_string(atoi(std::string(asked.substr(last)).c_str()) + 1);
+    put_text(answer.reply.oid, oid);
     std::string value(rest);
     for (size_t place = 0; (place = value.find("\\n", place)) != value.npos;) value.replace(place, 2, "\n");
     put_text(answer.reply.value, value.c_str());
     return answer;
 }
 
-Answer exchange(const std::string &, RequestKind, std::string_view, std::string_view, int) {
-    return next_reply();
+Answer exchange(const std::string &, RequestKind, std::string_view oid, std::string_view, int) {
+    return next_reply(oid);
 }
 
 // Questions of pass_persist. What is waited for comes at once: the time is the fuzzer's own.
@@ -46,7 +52,7 @@ void ask(Asker *, DaemonQuestion question) {
 void step(Asker *asker) {
     asker->now = now;
     for (const DaemonQuestion &question : std::exchange(asked, {})) {
-        const Answer answer = next_reply();
+        const Answer answer = next_reply(question.oid);
         question.done(answer.error.empty() ? &answer.reply : nullptr);
     }
 }
@@ -81,10 +87,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     std::string_view input(reinterpret_cast<const char *>(data), size);
     const Client client{.socket = "none"};
     std::string command = take(&input, '\n'), error;
-    for (replies = input, left = 300; silent && !replies.empty() && left > 0;)
-        check_reply(next_reply().reply);
+    for (replies = input, left = 1000; silent && !replies.empty() && left > 0;)
+        check_reply(next_reply("").reply);
     replies = input;
-    left = 300;
+    left = 1000;
     if (command == "walk")
         walk_values(
             client, ROOT_OID, [](const Target &, const snmp_reply &) {}, &error);
