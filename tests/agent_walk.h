@@ -38,14 +38,7 @@ class AgentOnDevice {
             if (object) rows[object].push_back(oid.substr(strlen(object->oid) + 1));
         }
     }
-    ~AgentOnDevice() {
-        free_agent();
-        close_zevcfg(sic_zevcfg);
-        close_zevcfg(current_sic_zevcfg);
-        sic_zevcfg = ram_sic_zevcfg = current_sic_zevcfg = nullptr;
-        free_item_list(pending_items);
-        pending_items = nullptr;
-    }
+    ~AgentOnDevice() { end_agent(); }
     AgentOnDevice(const AgentOnDevice &) = delete;
     AgentOnDevice &operator=(const AgentOnDevice &) = delete;
 

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "function/agent.h"
+#include "handler/toolkit.h"
 #include "registry/registry.h"
 #include "registry/wire.h"
 #include "zevsic/dispatch.h"
@@ -40,6 +42,19 @@ inline Answer execute(RequestKind kind, const std::string &oid, const std::strin
     reply = CLEAR;
     answer.oid.erase(0, ROOT_PREFIX_LENGTH);
     return answer;
+}
+
+inline void drop_queue() {
+    free_item_list(pending_items);
+    pending_items = nullptr;
+}
+
+inline void end_agent() {
+    free_agent();
+    close_zevcfg(sic_zevcfg);
+    close_zevcfg(current_sic_zevcfg);
+    sic_zevcfg = ram_sic_zevcfg = current_sic_zevcfg = nullptr;
+    drop_queue();
 }
 
 // The object whose OID begins the instance's.

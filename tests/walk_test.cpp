@@ -292,8 +292,7 @@ class WriteWalk : public testing::Test {
     static bool accepts(const Object &object, const std::string &instance, const std::string &value) {
         const std::string oid = std::string(object.oid) + "." + instance;
         const bool accepted = execute(KIND_SET, oid, in_type(object, value)).status == STATUS_ACCEPTED;
-        free_item_list(pending_items);
-        pending_items = nullptr;
+        drop_queue();
         return accepted;
     }
     // What a SET traces.

@@ -38,13 +38,7 @@ class AgentTest : public testing::Test {
         fake.item("snmp", "sample_time", "100");
         build();
     }
-    ~AgentTest() override {
-        free_agent();
-        close_zevcfg(sic_zevcfg);
-        close_zevcfg(current_sic_zevcfg);
-        sic_zevcfg = current_sic_zevcfg = nullptr;
-        forget_pending();
-    }
+    ~AgentTest() override { end_agent(); }
 
     // Builds the agent from what the fake holds now; again, as a reload does, when there is one.
     static void build() {
@@ -74,7 +68,7 @@ class AgentTest : public testing::Test {
     }
     // What a SET of a value in the object's type queues, or "refused 34" and the like.
     static std::string queued_by(const std::string &oid, const std::string &value) {
-        forget_pending();
+        drop_queue();
         const int status = set(oid, in_type(*object_of(oid), value));
         if (status == STATUS_ACCEPTED) return queued();
         EXPECT_EQ(queued(), "") << oid << ": a refused SET queues nothing";
@@ -127,10 +121,6 @@ class AgentTest : public testing::Test {
     DeviceRoot root;
 
   private:
-    static void forget_pending() {
-        free_item_list(pending_items);
-        pending_items = nullptr;
-    }
     static std::pair<std::string, std::string> sides(const std::string &text) {
         const size_t place = text.find('>');
         if (place == std::string::npos) return {text, text};
