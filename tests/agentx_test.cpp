@@ -68,6 +68,14 @@ class SnmpTest : public testing::Test {
     void configure(const string &more) {
         device.write("/etc/snmpd.conf", "rwcommunity private 127.0.0.1\nsysName front\n" + more);
     }
+    // A manager that receives notifications; returns the line of the configuration that has them sent to it.
+    string start_trap_sink() {
+        const string sink = "127.0.0.1:" + std::to_string(free_udp_port());
+        device.write("/etc/snmptrapd.conf", "disableAuthorization yes\n");
+        device.start("/usr/sbin/snmptrapd -f -n -On -Lo -C -c $ZEVSIC_ROOT/etc/snmptrapd.conf udp:" + sink,
+                     "/tmp/traps");
+        return "trap2sink " + sink + " public\n";
+    }
     string log() const { return device.read("/tmp/front_end"); }
 
     // What snmpget, snmpset … print.
@@ -156,12 +164,9 @@ void SnmpTest::hides_nothing() {
 }
 
 TEST_F(SnmpTest, UnderAMaster) {
-    const string sink = "127.0.0.1:" + std::to_string(free_udp_port()), agentx = device.path("/tmp/master");
-    device.write("/etc/snmptrapd.conf", "disableAuthorization yes\n");
-    device.start("/usr/sbin/snmptrapd -f -n -On -Lo -C -c $ZEVSIC_ROOT/etc/snmptrapd.conf udp:" + sink,
-                 "/tmp/traps");
-    configure("agentAddress udp:127.0.0.1:" + port + "\nmaster agentx\nagentXSocket " + agentx +
-              "\ntrap2sink " + sink + " public\n");
+    const string agentx = device.path("/tmp/master");
+    configure("agentAddress udp:127.0.0.1:" + port + "\nmaster agentx\nagentXSocket " + agentx + "\n" +
+              start_trap_sink());
     start_master();
     start_front_end("--master " + agentx);
     ASSERT_TRUE(knows_everything());
@@ -260,7 +265,8 @@ TEST_F(SnmpTest, UnderAMaster) {
 }
 
 TEST_F(SnmpTest, WithoutAMaster) {
-    configure("createUser keeper SHA authentic-phrase AES private-phrase\nrwuser keeper priv\n");
+    configure("createUser keeper SHA authentic-phrase AES private-phrase\nrwuser keeper priv\n" +
+              start_trap_sink());
     start_front_end("--listen udp:127.0.0.1:" + port + " --config $ZEVSIC_ROOT/etc/snmpd.conf");
     const string access = " -v3 -l authPriv -u keeper -a SHA -A authentic-phrase -x AES -X ";
     EXPECT_TRUE(has(snmp("set" + access + "private-phrase", "@1.1.0 s lobby"), "lobby"));
@@ -268,6 +274,8 @@ TEST_F(SnmpTest, WithoutAMaster) {
     EXPECT_EQ(value("@1.1.0 .1.3.6.1.2.1.1.5.0"), "\"lobby\"\n\"front\"\n");
     ASSERT_TRUE(knows_everything());
     hides_nothing();
+    snmp("set", "@1.26.0 i 2 @1.62.0 i 1");
+    EXPECT_TRUE(eventually([&] { return has(device.read("/tmp/traps"), "OID: " + SUBTREE + ".0.1\t"); }));
 }
 
 TEST_F(SnmpTest, PassPersist) {
