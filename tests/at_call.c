@@ -41,10 +41,15 @@ static bool may_fail(pid_t thread, const struct __ptrace_syscall_info *call) {
         case SYS_fdatasync:
         case SYS_ftruncate:
         case SYS_fallocate:
-        case SYS_rename:
+        case SYS_renameat2:
         case SYS_linkat:
+        case SYS_mkdirat:
+        case SYS_unlinkat:
+#ifdef SYS_unlink  // machines with younger kernels have these no more
+        case SYS_rename:
         case SYS_mkdir:
         case SYS_unlink:
+#endif
             return true;
         default:
             return false;
@@ -63,6 +68,8 @@ static void change_registers(pid_t thread, bool entry, int error) {
     ptrace(PTRACE_SETREGS, thread, 0, &registers);
 #else
     (void)thread, (void)entry, (void)error;
+    fputs("at_call: only kills on this machine\n", stderr);
+    exit(2);
 #endif
 }
 
@@ -125,7 +132,7 @@ int main(int argc, char **argv) {
             ptrace(PTRACE_LISTEN, thread, NULL, NULL);
             continue;
         } else if (status >> 16 == PTRACE_EVENT_FORK || status >> 16 == PTRACE_EVENT_VFORK) {
-            living++;
+            if (++living == 0) return 0;  // its end was told first
         } else if (status >> 16 == 0) {
             deliver = signal;
         }
