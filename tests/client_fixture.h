@@ -8,7 +8,8 @@
 #include <vector>
 
 #include "client/names.h"
-#include "tests/process.h"
+#include "registry/wire.h"
+#include "tests/device_root.h"
 
 inline const std::string ROOT = ROOT_OID;
 
@@ -98,7 +99,7 @@ struct Tree {
 };
 
 struct Commands : testing::Test {
-    TestDevice device;
+    DeviceRoot device;
     Tree tree;
     const std::string path = device.path("/tmp/zevsic_sock");
     Server server{path, [this](const auto &request, auto *reply) { return tree.serve(request, reply); }};

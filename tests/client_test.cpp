@@ -25,7 +25,6 @@ TEST(ClientNames, TextsOfObjects) {
         const char *text, *oid, *instance, *error;  // a null OID: no object, with the error in the message
     } cases[] = {
         {"APSysName.0", "1.1", "0", ""},
-        {"apSysName", "1.1", "", ""},
         {"1.10.0", "1.10", "0", ""},  // not an instance of 1.1
         {"1.3.6.1.4.1.48019.6.1.62.0", "1.62", "0", ""},
         {".1.3.6.1.4.1.48019.6.1.62.0", "1.62", "0", ""},
@@ -35,7 +34,6 @@ TEST(ClientNames, TextsOfObjects) {
         {"apsysn", nullptr, "", "similar: APSysName, APSysNTPServer1"},
         {"nonsense", nullptr, "", "unknown object nonsense"},
         {"APSysName.", nullptr, "", "not an instance"},
-        {"APSysName.x", nullptr, "", "not an instance"},
         {"1..1", nullptr, "", "unknown"},
         {"1.1.", nullptr, "", "unknown"},
         {"", nullptr, "", "not an object"},
@@ -60,7 +58,6 @@ TEST(ClientNames, ValuesBothWays) {
     } cases[] = {
         {"APRFBeaconInterval", "100", "integer 100"},
         {"APSysApplyConfig", "Applying", "integer 1"},
-        {"APSysApplyConfig", "1", "integer 1"},
         {"APSysApplyConfig", "other", "integer other"},  // the daemon refuses it
         {"APSysName", "", "string \"\""},
         {"APSysName", " a \"b\"", "string \" a \"b\"\""},
@@ -98,7 +95,7 @@ TEST(ClientNames, ValuesBothWays) {
 }
 
 TEST(ClientExchange, PeersOfEveryManner) {
-    const TestDevice device;
+    const DeviceRoot device;
     const string oid = ROOT + ".1.1.0", path = default_socket();
     snmp_request seen{};
     std::atomic<int> bytes{RECORD_SIZE};
@@ -142,7 +139,7 @@ TEST(ClientExchange, PeersOfEveryManner) {
 // Whoever may write below /tmp may put a socket there.
 TEST(ClientExchange, AServerOfAnotherUserIsNotAsked) {
     if (geteuid() != 0) GTEST_SKIP() << "only root can be two users";
-    const TestDevice device;
+    const DeviceRoot device;
     const Server server(
         default_socket(), [](const auto &, auto *) { return static_cast<int>(RECORD_SIZE); }, 65534);
     EXPECT_TRUE(has(device.said("zevctl get APSysName"), "user 65534"));

@@ -1,19 +1,60 @@
-// A device root of a test's own: a temporary folder that ZEVSIC_ROOT names until the end of the test.
+// A device root of a test's own: a temporary folder that ZEVSIC_ROOT names until the end of the test, and the
+// programs that run on it.
 #pragma once
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 inline testing::AssertionResult has(const std::string &text, const std::string &part) {
     const bool there = text.find(part) != std::string::npos;
     return testing::AssertionResult(there) << (there ? "there is " : "there is no ") << part << " in:\n"
                                            << text;
+}
+
+// Tries until it is true, for at most that long.
+template <typename Condition>
+bool eventually(Condition condition, int ms = 20000) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        usleep(10000);
+    }
+    return true;
+}
+
+// How a process ended: its status, or 128 + the signal.
+inline int status_of(int status) {
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+// Does it without root's right to what has mode 0.
+template <typename Task>
+void as_nobody(Task task) {
+    const uid_t self = geteuid();
+    EXPECT_EQ(seteuid(self == 0 ? 65534 : self), 0);
+    task();
+    EXPECT_EQ(seteuid(self), 0);
+}
+
+inline sockaddr_un address_of(const std::string &path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    return address;
 }
 
 class DeviceRoot {
@@ -22,17 +63,14 @@ class DeviceRoot {
         char folder[] = "/tmp/zevsic-test-XXXXXX";
         path_ = mkdtemp(folder);
         setenv("ZEVSIC_ROOT", path_.c_str(), 1);
-        // Programs start as on a device, without a locale.
-        for (const char *name : {"LANG", "LANGUAGE", "LC_ALL", "LC_CTYPE"}) unsetenv(name);
         std::filesystem::create_directories(path_ + "/tmp");
         std::filesystem::create_directories(path_ + "/var/run");
-        // The SNMP tools keep and read nothing elsewhere, and need not say that they have made a folder.
+        // The SNMP tools need not say that they have made a folder.
         std::filesystem::create_directories(path_ + "/var/lib/snmp/cert_indexes");
-        for (const char *name : SNMP_FOLDERS) setenv(name, (path_ + "/var/lib/snmp").c_str(), 1);
     }
     ~DeviceRoot() {
+        while (!started_.empty()) end(started_.back());
         unsetenv("ZEVSIC_ROOT");
-        for (const char *name : SNMP_FOLDERS) unsetenv(name);
         std::filesystem::remove_all(path_);
     }
     DeviceRoot(const DeviceRoot &) = delete;
@@ -51,12 +89,64 @@ class DeviceRoot {
     }
     std::string read(const std::string &absolute) const {
         std::ifstream file(path(absolute), std::ios::binary);
-        std::ostringstream text;
-        text << file.rdbuf();
-        return text.str();
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    // What a command prints, on both streams, and "exit N" on a line of its own when it fails. The programs
+    // of this build come first in its PATH.
+    std::string said(const std::string &command) const {
+        std::string text;
+        FILE *pipe = popen(("exec 2>&1; " + environment() + command).c_str(), "r");
+        for (int c; (c = getc(pipe)) != EOF;) text += static_cast<char>(c);
+        const int status = status_of(pclose(pipe));
+        return status == 0 ? text : text + "exit " + std::to_string(status) + "\n";
+    }
+    // Starts a command, in a process group of its own. What it prints goes to the end of a file.
+    pid_t start(const std::string &command, const std::string &output = "/tmp/out") {
+        const pid_t pid = fork();
+        if (pid == 0) {
+            setpgid(0, 0);
+            const std::string line = environment() + "exec " + command + " >>" + path(output) + " 2>&1";
+            execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
+            _exit(127);
+        }
+        setpgid(pid, pid);
+        started_.push_back(pid);
+        return pid;
+    }
+    // How it ended, on its own with no signal, or on a signal to its group.
+    int end(pid_t pid, int signal = SIGKILL) {
+        int status = 0;
+        kill(-pid, signal);
+        waitpid(pid, &status, 0);
+        std::erase(started_, pid);
+        return status_of(status);
+    }
+
+    // Starts a daemon and waits until it answers. Its trace is in /tmp/trace.
+    pid_t start_daemon(const std::string &options = "-d 0") {
+        unlink(path("/tmp/zevsic_sock").c_str());
+        const pid_t pid = start("zevsic " + options, "/tmp/trace");
+        EXPECT_TRUE(eventually([&] { return close(connect_client()) == 0; })) << read("/tmp/trace");
+        return pid;
+    }
+    // A connection to the daemon, or −1.
+    int connect_client() const {
+        const int client = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        const sockaddr_un address = address_of(path("/tmp/zevsic_sock"));
+        if (connect(client, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0) return client;
+        close(client);
+        return -1;
     }
 
   private:
-    static constexpr const char *SNMP_FOLDERS[] = {"SNMP_PERSISTENT_DIR", "SNMPCONFPATH"};
+    // As on a device, without a locale. The SNMP tools keep and read nothing elsewhere.
+    std::string environment() const {
+        const std::string snmp = path("/var/lib/snmp");
+        return "unset LANG LANGUAGE LC_ALL LC_CTYPE; export MIBS= SNMPCONFPATH=" + snmp +
+               " SNMP_PERSISTENT_DIR=" + snmp + " PATH=" ZEVSIC_BIN_DIR ":$PATH ZEVSIC_ROOT=" + path("") +
+               "; ";
+    }
+    std::vector<pid_t> started_;
     std::string path_;
 };

@@ -10,13 +10,13 @@
 #include <random>
 
 #include "platform/k480ext.h"
-#include "tests/process.h"
+#include "tests/device_root.h"
 
 using std::string;
 
 class Device : public testing::Test {
   protected:
-    TestDevice root;
+    DeviceRoot root;
 };
 
 TEST_F(Device, TheShellPassesAnyTextOnUnchanged) {
@@ -103,12 +103,9 @@ TEST_F(Device, ToolsThatDoNotEnd) {
     begin_tools();
     EXPECT_EQ(run_command("sleep 60" + child + "wait"), -1);
     end_tools();
-    EXPECT_EQ(read_command(
-                  "for child in $(cat \"$ZEVSIC_ROOT/tmp/children\"); do\n"
-                  "  until ! read -r _ _ state _ </proc/$child/stat || [ $state = Z ]; do sleep 0.1; done\n"
-                  "done 2>/dev/null; echo dead")
-                  .text,
-              "dead\n");
+    const string alive =
+        "grep -L 'State:.Z' $(sed 's#.*#/proc/&/status#' $ZEVSIC_ROOT/tmp/children) 2>/dev/null";
+    EXPECT_TRUE(eventually([&] { return !has(root.said(alive), "/proc"); }));
     tool_time_limit = 10'000;
 }
 
@@ -177,13 +174,29 @@ TEST_F(Device, FilesBelowTmpAreNeitherFollowedNorWaitedFor) {
     EXPECT_FALSE(device_file_exists("/tmp/lock"));
 }
 
+// A line for each of three radios (offload, chains, VAP 16, capabilities, power levels, enabled VAP), of
+// which the last is none, and for each station of that VAP.
+static string radio_facts() {
+    std::ostringstream out;
+    for (int radio = 0; radio < 3; radio++) {
+        char vap[IFNAME_SIZE] = "-", enabled[IFNAME_SIZE] = "-";
+        unsigned capability = 0;
+        out << rf_is_offload(radio) << " " << get_txchainmask(radio) << " ";
+        out << get_ifname_by_idx(IFNAME_VAP, radio, 15, vap) << " " << vap << " ";
+        out << get_rf_capable_mode(radio + 1, &capability) << " " << capability << " ";
+        out << get_max_txpwr_level(radio + 1) << " " << find_enabled_vap(radio + 1, enabled) << " " << enabled
+            << "\n";
+    }
+    sta_entry *list = get_sta_list("ath0ap15");
+    for (const sta_entry *entry = list; entry; entry = entry->next)
+        out << entry->mac << " " << entry->rssi << " " << entry->tx_bytes << " " << entry->rx_bytes << "\n";
+    free_sta_list(list);
+    return out.str();
+}
+
 TEST_F(Device, FactsAreReadAgainWhenTheyChangeAndBadLinesAreSkipped) {
-    char name[IFNAME_SIZE] = "untouched";
-    unsigned capability = 1;
-    EXPECT_EQ(get_ifname_by_idx(IFNAME_VAP, 0, 0, name) + find_enabled_vap(1, name), 0);
-    EXPECT_STREQ(name, "untouched");
-    EXPECT_EQ(get_rf_capable_mode(1, &capability), 0);
-    EXPECT_EQ(capability, 0U);
+    const string none = "0 0 0 - 0 0 0 0 -\n", no_radio = "0 0 0 - -1 0 0 0 -\n";
+    EXPECT_EQ(radio_facts(), none + none + no_radio);
     root.write(
         "/etc/k480ext.conf",
         "# radios\n"
@@ -203,39 +216,17 @@ TEST_F(Device, FactsAreReadAgainWhenTheyChangeAndBadLinesAreSkipped) {
         "vap1.2.ifname = " +
             string(64, 'x') + "\nradio1.chain_mask =\n");
     testing::internal::CaptureStderr();
-    EXPECT_EQ(rf_is_offload(0), 0);
-    EXPECT_EQ(rf_is_offload(1), 1);
-    EXPECT_EQ(rf_is_offload(2), 0);
-    EXPECT_EQ(get_rf_capable_mode(1, &capability), 0);
-    EXPECT_NE(get_rf_capable_mode(3, &capability), 0);
-    EXPECT_EQ(capability, CAPABILITY_11AC);
-    EXPECT_EQ(get_max_txpwr_level(1), 8);
-    EXPECT_EQ(get_txchainmask(1), 7);
-    EXPECT_EQ(get_ifname_by_idx(IFNAME_VAP, 0, 1, name), 0);
-    EXPECT_NE(get_ifname_by_idx(IFNAME_VAP, 0, 15, name), 0);
-    EXPECT_STREQ(name, "ath0ap15");
-    EXPECT_EQ(find_enabled_vap(1, name), 1);
-    sta_entry *list = get_sta_list("ath0ap15");
-    ASSERT_NE(list, nullptr);
-    EXPECT_STREQ(list->mac, "00:1a:2b:3c:4d:5e");
-    EXPECT_EQ(list->rssi, 40);
-    EXPECT_EQ(list->tx_bytes, 4294967301U);
-    EXPECT_EQ(list->rx_bytes, 5678U);
-    ASSERT_NE(list->next, nullptr);
-    EXPECT_EQ(list->next->rssi, -5);
-    EXPECT_EQ(list->next->rx_bytes, UINT64_MAX);
-    EXPECT_EQ(list->next->next, nullptr);
-    free_sta_list(list);
-    string reports = testing::internal::GetCapturedStderr();
+    const string facts = radio_facts();
+    const string reports = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(facts,
+              "0 0 1 ath0ap15 0 32 8 1 ath0ap15\n1 7 0 - 0 0 0 0 -\n" + no_radio +
+                  "00:1a:2b:3c:4d:5e 40 4294967301 5678\n02:00:00:00:00:01 -5 0 18446744073709551615\n");
     EXPECT_EQ(std::count(reports.begin(), reports.end(), '\n'), 22) << reports;
-
-    root.write("/etc/k480ext.conf", "radio2.offload = 0\nvap1.1.ifname = ath0ap0\nvap1.2.ifname = ath0ap1\n");
-    EXPECT_EQ(rf_is_offload(1), 0);
-    EXPECT_EQ(get_sta_list("ath0ap15"), nullptr);
+    root.write("/etc/k480ext.conf", "radio2.offload = 1\nvap1.1.ifname = ath0ap0\nvap1.2.ifname = ath0ap1\n");
+    const string rest = "1 0 0 - 0 0 0 0 -\n" + no_radio;
+    EXPECT_EQ(radio_facts(), none + rest);
     // Without a line of its own the enabled VAP is the store's first with an interface.
-    EXPECT_EQ(find_enabled_vap(1, name), 0);
     EXPECT_EQ(root.said("zevcfg init; zevcfg set rf1_vap1 state disable; zevcfg set rf1_vap2 state enable"),
               "");
-    EXPECT_EQ(find_enabled_vap(1, name), 1);
-    EXPECT_STREQ(name, "ath0ap1");
+    EXPECT_EQ(radio_facts(), "0 0 0 - 0 0 0 1 ath0ap1\n" + rest);
 }

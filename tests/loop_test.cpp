@@ -3,11 +3,11 @@
 
 #include <poll.h>
 
-#include "tests/process.h"
+#include "tests/device_root.h"
 #include "zevsic/server.h"
 
 TEST(Loop, ASilentPeerIsSentAway) {
-    const TestDevice device;
+    const DeviceRoot device;
     const pid_t loop = fork();
     if (loop == 0) {
         peer_patience = 300;

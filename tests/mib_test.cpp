@@ -1,13 +1,10 @@
 // ZEVSIC-MIB against the registry it is made from, against the values of a device, and as other readers of
 // modules see it.
-#include <arpa/inet.h>
-
-#include <charconv>
 #include <set>
 
+#include "client/translate.h"
 #include "mib/module.h"
 #include "tests/agent_walk.h"
-#include "tests/process.h"
 
 static const std::string FOLDER = ZEVSIC_SOURCE_DIR "/mib/";
 
@@ -41,14 +38,11 @@ TEST(Mib, TheCommittedModuleIsWhatTheRegistryAndTheDescriptionsMake) {
     } cases[] = {
         {"\nAPSysName\n", "\nAPSysFame\n", "not described: APSysName\n"},
         {"\nAPSysName\n", "\nAPSysFame\n", "describes nothing: APSysFame\n"},
-        {"\naPStaIndex\n", "\nAPSysFame\n", "not described: aPStaIndex\n"},
         {"  @label mode\n  The radio's", "  The radio's", "no label for 1: '11a'\n"},
         {"\nVAPWMM\n", "\nVAPWMM\n  @reads 2 enabled\n", "no label for 2: 'enabled'\n"},
         {"\nAPSysName\n", "\nAPSysName\n  A \"quoted\" word.\n", "not for a description: "},
-        {"\nAPSysName\n", "\nAPSysName\n  Caf\xc3\xa9.\n", "not for a description: "},
         {"\nAPSysName\n", "\nAPSysName\n  @reads many\n", "not understood: "},
         {"\nAPSysName\n", "\nAPSysName\n  Text.\nAPSysName\n", "described twice: APSysName\n"},
-        {"#", "  Text of nothing.\n#", "no name above: "},
     };
     for (const auto &c : cases) {
         std::string spoilt = good;
@@ -58,29 +52,11 @@ TEST(Mib, TheCommittedModuleIsWhatTheRegistryAndTheDescriptionsMake) {
     }
 }
 
-static bool within(const ValueSet &set, long number) {
-    for (const auto &label : set.labels)
-        if (label.first == number) return true;
-    if (!set.labels.empty()) return false;
-    for (const Range &range : set.ranges)
-        if (number >= range.low && number <= range.high) return true;
-    return set.ranges.empty();
-}
-
-// True when a manager can have the value in the object's syntax. `instance` is false when it is no value of
-// the type at all.
-static bool fits(const Object &object, const ValueSet &set, const std::string &value, bool *instance) {
-    *instance = true;
-    if (object.type == STRING) return within(set, static_cast<long>(value.size()));
-    if (object.type == IPADDRESS) {
-        in_addr address;
-        *instance = inet_pton(AF_INET, value.c_str(), &address) == 1;
-        return *instance;
-    }
-    long number = 0;
-    const auto [end, code] = std::from_chars(value.data(), value.data() + value.size(), number);
-    *instance = code == std::errc() && end == value.data() + value.size();
-    return *instance && within(set, number);
+static bool within(const ValueSet &set, int64_t number) {
+    const auto is_label = [&](const auto &label) { return label.first == number; };
+    const auto is_in = [&](const Range &range) { return number >= range.low && number <= range.high; };
+    if (!set.labels.empty()) return std::any_of(set.labels.begin(), set.labels.end(), is_label);
+    return set.ranges.empty() || std::any_of(set.ranges.begin(), set.ranges.end(), is_in);
 }
 
 TEST(Mib, TheValuesOfADeviceFitTheModule) {
@@ -93,12 +69,14 @@ TEST(Mib, TheValuesOfADeviceFitTheModule) {
         for (const Cell &cell : agent.cells) {
             const Object &object = *object_of(cell.oid);
             const Description &description = all.at(object.name);
-            bool instance = true;
-            if (!fits(object, read_values(object, description, &errors), cell.value, &instance)) {
-                const std::string &text = description.paragraphs[0];
-                EXPECT_TRUE(!instance && text.find("o instance") != std::string::npos)
-                    << object.name << " " << cell.oid << " = '" << cell.value << "'";
-            }
+            // Where it is no value of the syntax, the description says that there is no instance.
+            const std::optional<Value> value = to_value(object, cell.value);
+            const int64_t measure = object.type == STRING ? static_cast<int64_t>(cell.value.size())
+                                    : value               ? value->number
+                                                          : 0;
+            EXPECT_TRUE(value ? within(read_values(object, description, &errors), measure)
+                              : description.paragraphs[0].find("o instance") != std::string::npos)
+                << object.name << " " << cell.oid << " = '" << cell.value << "'";
             if (!description.has_default || !options.empty()) continue;
             // The defaults are those of the factory configuration.
             const Table *table = table_of(object);
@@ -114,7 +92,7 @@ TEST(Mib, TheValuesOfADeviceFitTheModule) {
 
 // mib/README.md gives the reason of what smilint finds: the OIDs are the device's.
 TEST(Mib, OtherReadersTakeIt) {
-    const TestDevice device;
+    const DeviceRoot device;
     if (device.said("command -v smilint snmptranslate >/dev/null") != "")
         GTEST_SKIP() << "smilint or snmptranslate is not installed";
     EXPECT_EQ(

@@ -10,7 +10,7 @@
 #include "platform/builtin/store.h"
 #include "platform/device.h"
 #include "platform/zevcfg.h"
-#include "tests/process.h"
+#include "tests/device_root.h"
 
 using std::string;
 
@@ -65,7 +65,7 @@ class Store : public testing::Test {
         device.write_tool("/etc/zevcfg/apply", "PATH=" ZEVSIC_BIN_DIR ":$PATH; " + text);
     }
 
-    TestDevice device;
+    DeviceRoot device;
     zevcfg_handle *working = nullptr;
     zevcfg_handle *running = nullptr;
 };
@@ -150,16 +150,10 @@ TEST_F(Store, AMissingOrBrokenStoreIsSaidOnceAndANewOneFound) {
     EXPECT_EQ(get(working, "device", "desc"), "anew");
 
     remove();
-    EXPECT_EQ(told([&] {
-                  for (int i = 0; i < 3; i++) EXPECT_EQ(init_zevcfg_f(&config_ram), nullptr);
-              }),
-              none)
-        << "another episode";
+    EXPECT_EQ(told([&] { EXPECT_EQ(init_zevcfg_f(&config_ram), nullptr); }), none) << "another episode";
     EXPECT_EQ(lock_zevcfg(6, 6), 0) << "nobody holds what is not there";
-    EXPECT_NE(told([&] { EXPECT_NE(reset_zevcfg(), 0); }), "");
-    char text[STORE_TEXT_SIZE];
-    EXPECT_EQ(get_sys_item("wan_ip", text), STORE_NO_SUCH_ITEM);
-    EXPECT_EQ(zevcfg("get device name"), none + "exit 1\n");
+    EXPECT_EQ(zevcfg("get device name; zevcfg reset"),
+              none + "zevcfg: not reset: " + none.substr(8) + "exit 1\n");
 
     // What is no store is kept, and said; an empty file, and a draft, are what a killed init leaves.
     device.write("/var/lib/zevcfg/zevcfg.db", "precious");
@@ -234,58 +228,46 @@ TEST_F(Store, TheLockIsOneForTheMachineAndDiesWithItsHolder) {
     unlock_zevcfg(lock);
 }
 
-TEST_F(Store, ApplyMakesTheWorkingConfigurationRun) {
-    ASSERT_EQ(save({{GID_DEVICE, "name", "new"}}), 0);
-    script(
-        "zevcfg get --current device name >$ZEVSIC_ROOT/tmp/seen\nzevcfg lock true 2>/dev/null && exit "
-        "1\nexit 0");
+TEST_F(Store, AppliesAndBootsWholeOrNotAtAll) {
+    EXPECT_EQ(zevcfg("env set REBOOT_GROUPS device"), "");
+    device.said("cd $ZEVSIC_ROOT/tmp; touch lock_snmp_apply_file lock_snmp_web lock_snmp_conf_backup");
+    const string see = "zevcfg get --current device name >>$ZEVSIC_ROOT/tmp/seen; ";
+    const struct {
+        const char *name;  // saved before
+        string script;
+        const char *task, *said, *running, *marker;
+    } steps[] = {
+        {"one", see + "! zevcfg lock true 2>/dev/null", "apply", "", "one", ""},
+        {"two", "zevcfg set device name newer", "apply", "", "two", "1\n"},  // still to be applied
+        {"three", "kill -9 $(cut -d' ' -f4 /proc/$PPID/stat)", "apply", "exit 137\n", "three", "1\n"},
+        // What was in force before the one that was killed is back.
+        {"four", "exit 3", "unset device location; zevcfg set --current device desc by-hand; zevcfg apply",
+         "/etc/zevcfg/apply failed with status 3\nexit 1\n", "two", "1\n"},
+        {"four", "exit 0", "diff device; zevcfg apply; zevcfg diff --exit-code",
+         "device desc: by-hand -> Wireless Access Point\ndevice location:  -> (not set)\n"
+         "device name: two -> four\n",
+         "four", ""},
+        // Not with the new name: the device starts with the old one.
+        {"five", see + "tail -n1 $ZEVSIC_ROOT/tmp/seen | grep -q four", "boot", "exit 1\n", "four", "1\n"},
+        {"six", "exit 0", "boot", "", "six", ""},
+    };
+    for (const auto &step : steps) {
+        ASSERT_EQ(save({{GID_DEVICE, "name", step.name}}), 0);
+        script(step.script);
+        const string said = zevcfg(step.task);
+        EXPECT_TRUE(has(said, step.said)) << step.name;
+        EXPECT_EQ(has(said, "exit"), has(step.said, "exit")) << step.name;
+        EXPECT_EQ(get(running, "device", "name"), step.running);
+        EXPECT_EQ(device.read("/tmp/sync_config"), step.marker) << step.name;
+    }
+    EXPECT_EQ(device.read("/tmp/seen"), "one\nfive\nfour\n");
+    EXPECT_EQ(device.said("ls $ZEVSIC_ROOT/tmp"), "seen\n");
     const auto log_size = [&] { return device.read("/var/lib/zevcfg/zevcfg.db-wal").size(); };
+    ASSERT_EQ(save({{GID_DEVICE, "name", "seven"}}), 0);
     const auto before = log_size();
     EXPECT_EQ(apply_cfg(working), 0);
     EXPECT_LT(log_size() - before, 64U << 10) << "only what differs is written";
-    EXPECT_EQ(device.read("/tmp/seen"), "new\n");
-    EXPECT_EQ(get(running, "device", "name"), "new");
-    EXPECT_FALSE(device.has("/tmp/sync_config"));
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child was left";
-    // What is saved while the script runs has still to be applied.
-    script("zevcfg set device name newer");
-    ASSERT_EQ(save({{GID_DEVICE, "desc", "x"}}), 0);
-    EXPECT_EQ(zevcfg("apply"), "");
-    EXPECT_EQ(device.read("/tmp/sync_config"), "0\n");
-    EXPECT_EQ(zevcfg("diff"), "device name: new -> newer\n");
-}
-
-TEST_F(Store, AKilledApplyCanBeRepeated) {
-    ASSERT_EQ(save({{GID_DEVICE, "name", "new"}, {GID_DEVICE, "added", "x"}}), 0);
-    EXPECT_EQ(zevcfg("unset device location; zevcfg set --current device desc by-hand"), "");
-    script("kill -9 $(cut -d' ' -f4 /proc/$PPID/stat)");
-    EXPECT_TRUE(has(zevcfg("apply"), "exit 137\n"));
-    EXPECT_EQ(device.read("/tmp/sync_config"), "0\n");
-    // When the next one fails, what was in force before both is back.
-    script("exit 3");
-    EXPECT_TRUE(has(zevcfg("apply"), "/etc/zevcfg/apply failed with status 3\nexit 1\n"));
-    EXPECT_EQ(zevcfg("diff --exit-code device"),
-              "device added: (not set) -> x\ndevice desc: by-hand -> Wireless Access Point\n"
-              "device location:  -> (not set)\ndevice name: zevsic-ap -> new\nexit 1\n");
-    script("exit 0");
-    EXPECT_EQ(zevcfg("apply; zevcfg diff --exit-code"), "");
-    EXPECT_FALSE(device.has("/tmp/sync_config"));
-}
-
-TEST_F(Store, ABootAppliesAndRemovesWhatTheLastRunLeft) {
-    EXPECT_EQ(zevcfg("env set REBOOT_GROUPS device"), "");
-    ASSERT_EQ(save({{GID_DEVICE, "name", "new"}}), 0);
-    device.said("cd $ZEVSIC_ROOT/tmp; touch lock_snmp_apply_file lock_snmp_web lock_snmp_conf_backup");
-    // Not with the new name: the device starts with the old one.
-    script(
-        "zevcfg get --current device name >>$ZEVSIC_ROOT/tmp/seen; "
-        "tail -n1 $ZEVSIC_ROOT/tmp/seen | grep -q zevsic-ap");
-    EXPECT_TRUE(has(zevcfg("boot"), "exit 1\n"));
-    EXPECT_EQ(device.read("/tmp/seen"), "new\nzevsic-ap\n");
-    EXPECT_EQ(device.said("cd $ZEVSIC_ROOT/tmp; ls lock* 2>/dev/null; cat sync_config"), "1\n");
-    script("exit 0");
-    EXPECT_EQ(zevcfg("boot; zevcfg get --current device name"), "new\n");
-    EXPECT_FALSE(device.has("/tmp/sync_config"));
 }
 
 TEST_F(Store, TheDaemonIsToldOnceItsApplyLockIsGone) {
