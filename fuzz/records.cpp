@@ -102,11 +102,10 @@ static Answer ask(RequestKind kind, const std::string &oid, const std::string &s
 // The store as it was, but for what was written: "group key=value".
 static void restore(const std::vector<std::string> &written) {
     for (std::string_view text : written) {
-        const std::string group = take(&text, ' '), key = take(&text, '=');
+        const std::string item = take(&text, '=');
         for (const auto layer : {&FakePlatform::working, &FakePlatform::running}) {
-            const auto item = (factory.*layer).find({group, key});
-            (fake.*layer).erase({group, key});
-            if (item != (factory.*layer).end()) (fake.*layer).insert(*item);
+            (fake.*layer).erase(item);
+            if ((factory.*layer).contains(item)) (fake.*layer)[item] = (factory.*layer)[item];
         }
     }
     fake.steering_calls.clear();

@@ -1,14 +1,8 @@
 // The agent in the test's own process, on the built-in store of a device root, and what a walk of it answers.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <map>
-#include <string>
-#include <vector>
 
-#include "function/agent.h"
-#include "handler/toolkit.h"
 #include "platform/device.h"
 #include "tests/device_root.h"
 #include "tests/requests.h"

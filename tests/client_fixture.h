@@ -3,9 +3,7 @@
 
 #include <algorithm>
 #include <functional>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "client/names.h"
 #include "registry/wire.h"
@@ -72,6 +70,14 @@ struct Tree {
     std::string last_set;
     std::function<void()> before = [] {};  // runs before each request
 
+    // Of "NAME.INSTANCE VALUE", joined by |.
+    static Values values_of(const std::string &pairs) {
+        Values values;
+        std::istringstream in(pairs);
+        for (std::string pair; std::getline(in, pair, '|');)
+            values.emplace_back(pair.substr(0, pair.find(' ')), pair.substr(pair.find(' ') + 1));
+        return values;
+    }
     static std::string oid_of(const Values::value_type &value) { return parse_target(value.first).oid; }
 
     int serve(const snmp_request &request, snmp_reply *reply) {

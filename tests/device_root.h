@@ -19,6 +19,8 @@
 #include <string>
 #include <vector>
 
+#include "zevsic/trace.h"
+
 inline testing::AssertionResult has(const std::string &text, const std::string &part) {
     const bool there = text.find(part) != std::string::npos;
     return testing::AssertionResult(there) << (there ? "there is " : "there is no ") << part << " in:\n"
@@ -48,6 +50,23 @@ void as_nobody(Task task) {
     EXPECT_EQ(seteuid(self == 0 ? 65534 : self), 0);
     task();
     EXPECT_EQ(seteuid(self), 0);
+}
+
+// What `action` writes to the trace at level 1.
+template <typename Action>
+std::string traced(Action action) {
+    testing::internal::CaptureStdout();
+    debugLevel = 1;
+    action();
+    debugLevel = 0;
+    fflush(stdout);
+    return testing::internal::GetCapturedStdout();
+}
+
+// The bytes of a file, none when there is none.
+inline std::string read_file(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 inline sockaddr_un address_of(const std::string &path) {
@@ -87,10 +106,7 @@ class DeviceRoot {
         write(absolute, "#!/bin/sh\n" + script + "\n");
         chmod(path(absolute).c_str(), 0755);
     }
-    std::string read(const std::string &absolute) const {
-        std::ifstream file(path(absolute), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    std::string read(const std::string &absolute) const { return read_file(path(absolute)); }
 
     // What a command prints, on both streams, and "exit N" on a line of its own when it fails. The programs
     // of this build come first in its PATH.

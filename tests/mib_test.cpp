@@ -8,11 +8,6 @@
 
 static const std::string FOLDER = ZEVSIC_SOURCE_DIR "/mib/";
 
-static std::string read_text(const std::string &path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 static std::string module_of(const std::string &descriptions, std::string *errors) {
     Errors all;
     std::string module = make_module(read_descriptions(descriptions, &all), &all);
@@ -22,8 +17,8 @@ static std::string module_of(const std::string &descriptions, std::string *error
 }
 
 TEST(Mib, TheCommittedModuleIsWhatTheRegistryAndTheDescriptionsMake) {
-    const std::string good = read_text(FOLDER + "descriptions.txt"),
-                      committed = read_text(FOLDER + "ZEVSIC-MIB");
+    const std::string good = read_file(FOLDER + "descriptions.txt"),
+                      committed = read_file(FOLDER + "ZEVSIC-MIB");
     std::string errors;
     const std::string made = module_of(good, &errors);
     EXPECT_EQ(errors, "");
@@ -61,7 +56,7 @@ static bool within(const ValueSet &set, int64_t number) {
 
 TEST(Mib, TheValuesOfADeviceFitTheModule) {
     Errors errors;
-    const Descriptions all = read_descriptions(read_text(FOLDER + "descriptions.txt"), &errors);
+    const Descriptions all = read_descriptions(read_file(FOLDER + "descriptions.txt"), &errors);
     std::set<std::string> with_default;
     for (const std::string options : {"--demo", ""}) {
         const AgentOnDevice agent(options);

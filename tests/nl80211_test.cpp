@@ -50,9 +50,4 @@ TEST(Nl80211, StationsInMessages) {
     EXPECT_FALSE(read(
         6, [](nl_msg *message) { nla_put(message, NL80211_STA_INFO_TX_BYTES64, 3, MAC); }, &station));
 }
-
-TEST(Nl80211, AnInterfaceWithoutStations) {
-    EXPECT_EQ(get_sta_list_nl80211("lo"), nullptr);
-    EXPECT_EQ(get_sta_list_nl80211("no-such-interface"), nullptr);
-}
 #endif

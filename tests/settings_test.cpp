@@ -133,11 +133,7 @@ TEST(Settings, LinesOfAFile) {
         }
         EXPECT_EQ(file.mistakes.size(), 0U) << c.line;
         ASSERT_EQ(file.settings.size(), 1U) << c.line;
-        const auto &[place, value] = *file.settings.begin();
-        EXPECT_EQ(value, c.value) << c.line;
-        std::string error;  // what is written is read as the same
-        EXPECT_EQ(read_file_value(object_of(place), file_value(object_of(place), value), &error), value)
-            << error;
+        EXPECT_EQ(file.settings.begin()->second, c.value) << c.line;
     }
     root.write("/file", "APSysName = a\nAPSysName.0 = b\n");
     EXPECT_NE(read_settings_file(root.path("/file")).mistakes.at(0).find("stands in line 1 already"),

@@ -1,5 +1,4 @@
 // The built-in configuration store, in a device root of its own for each test.
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 
 #include <atomic>

@@ -1,11 +1,9 @@
 // The tables of zevctl: the views against the object registry, what is printed of the values of a server, and
 // what two rounds of watching make of it.
 #include <set>
-#include <sstream>
 
 #include "client/table.h"
 #include "client/watch.h"
-
 #include "tests/client_fixture.h"
 
 namespace {
@@ -60,20 +58,13 @@ TEST_F(Tables, ARuleReadsLikeAFirewallsListing) {
 }
 
 TEST_F(Tables, Layouts) {
-    const Tree::Values clients = {{"L2FirewallPrivilegeMAC.1", "a,\"\x1b"},
-                                  {"L2FirewallPrivilegeMAC.12", "\""},
-                                  {"L2FirewallPrivilegeIP.1", ""},
-                                  {"L2FirewallPrivilegeEnabled.1", "2"},
-                                  {"L2FirewallPrivilegeEnabled.12", "7"}};
-    const Tree::Values vaps = {{"VAPESSID.1.1", "one"},
-                               {"VAPESSID.1.2", "two"},
-                               {"VAPRoam11rEnabled.1.1", "2"},
-                               {"VAPRoam11rEnabled.1.2", "1"},
-                               {"VAPRoam11rOwnKey.1.1", "secret"},
-                               {"VAPRoam11rTargetApMac.1.1.1", "a"},
-                               {"VAPRoam11rTargetApMac.1.1.2", ""},
-                               {"VAPRoam11rTargetApMac.1.1.3", "b"},
-                               {"VAPRoam11rTargetApMac.1.2.1", "c"}};
+    const Tree::Values clients = Tree::values_of(
+        "L2FirewallPrivilegeMAC.1 a,\"\x1b|L2FirewallPrivilegeMAC.12 \"|L2FirewallPrivilegeIP.1 |"
+        "L2FirewallPrivilegeEnabled.1 2|L2FirewallPrivilegeEnabled.12 7");
+    const Tree::Values vaps = Tree::values_of(
+        "VAPESSID.1.1 one|VAPESSID.1.2 two|VAPRoam11rEnabled.1.1 2|VAPRoam11rEnabled.1.2 1|"
+        "VAPRoam11rOwnKey.1.1 secret|VAPRoam11rTargetApMac.1.1.1 a|VAPRoam11rTargetApMac.1.1.2 |"
+        "VAPRoam11rTargetApMac.1.1.3 b|VAPRoam11rTargetApMac.1.2.1 c");
     const struct {
         Tree::Values values;
         const char *arguments, *said;
@@ -93,8 +84,7 @@ TEST_F(Tables, Layouts) {
          "number:      1\nstate:       enabled\nMAC address: a,\"\\x1b\n\nnumber:      12\nstate:       "
          "7\nMAC address: \"\n"},
         {{}, "dhcp", "number  MAC address  IP address  remark\n"},
-        {{{"APSysName.0", "ap"}, {"L2FirewallRuleEnabled.2", "1"}},
-         "7.1 APSysName L2FirewallRuleEnabled",
+        {Tree::values_of("APSysName.0 ap|L2FirewallRuleEnabled.2 1"), "7.1 APSysName L2FirewallRuleEnabled",
          "instance  L2FirewallRuleEnabled  APSysName\n"
          "2         disabled\n"
          "0                                ap\n"},
@@ -114,11 +104,9 @@ TEST_F(Tables, Layouts) {
 }
 
 TEST_F(Tables, RowsMayComeAndGo) {
-    tree.values = {{"L2FirewallTrustDHCPServerMAC.1", "a"},
-                   {"L2FirewallTrustDHCPServerMAC.2", "b"},
-                   {"L2FirewallTrustDHCPServerMAC.3", "c"},
-                   {"L2FirewallTrustDHCPServerIP.3", "address c"},
-                   {"L2FirewallTrustDHCPServerIP.4", "address d"}};
+    tree.values = Tree::values_of(
+        "L2FirewallTrustDHCPServerMAC.1 a|L2FirewallTrustDHCPServerMAC.2 b|L2FirewallTrustDHCPServerMAC.3 c|"
+        "L2FirewallTrustDHCPServerIP.3 address c|L2FirewallTrustDHCPServerIP.4 address d");
     int requests = 0;
     tree.before = [&] {  // the row that the walk stands on goes away, and it cannot go on
         if (++requests == 4) tree.values.erase(tree.values.begin() + 1);

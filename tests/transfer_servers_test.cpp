@@ -1,7 +1,6 @@
 // Transfers that really happen: the daemon, a TFTP server, an FTP server and a web server that plays the
 // device's pages, all in a network namespace of the test's own, where their ports are free.
 #include <crypt.h>
-#include <fcntl.h>
 #include <sched.h>
 
 #include <random>

@@ -25,8 +25,7 @@ struct WaitingPeer {
 
 constexpr size_t MOST_WAITING = 64;
 constexpr timeval ACCEPT_PAUSE = {0, 100000};
-
-int peer_patience = 5'000;
+constexpr timeval PEER_PATIENCE = {5, 0};  // with a peer that sends nothing
 
 static std::list<WaitingPeer> waiting;  // oldest first
 static size_t waiting_limit;
@@ -98,8 +97,7 @@ static void add_waiting(int client) {
     WaitingPeer &peer = waiting.emplace_back();
     peer.client = client;
     event_set(&peer.readable, client, EV_READ | EV_PERSIST, waiting_peer_ready, nullptr);
-    const timeval patience = {peer_patience / 1000, peer_patience % 1000 * 1000};
-    event_add(&peer.readable, &patience);
+    event_add(&peer.readable, &PEER_PATIENCE);
 }
 
 static void accept_again(int, short, void *) {

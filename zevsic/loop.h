@@ -1,8 +1,6 @@
 // The main loop: one thread serves everything, one request at a time.
 #pragma once
 
-extern int peer_patience;  // with a peer that sends nothing, in milliseconds; shorter for tests
-
 // Prepares the loop. Before the socket exists.
 void init_loop();
 

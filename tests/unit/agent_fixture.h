@@ -1,23 +1,13 @@
 // An agent on the fake platform, built anew for each test, and requests to it.
 #pragma once
 
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <string>
 #include <tuple>
-#include <utility>
-#include <vector>
 
-#include "function/agent.h"
 #include "function/node.h"
-#include "handler/toolkit.h"
 #include "platform/device.h"
-#include "registry/registry.h"
 #include "tests/device_root.h"
 #include "tests/requests.h"
 #include "tests/unit/fake_platform.h"
-#include "zevsic/trace.h"
 
 using Texts = std::vector<std::string>;
 inline const Answer NOTHING = {0, "", ""};
@@ -92,24 +82,6 @@ class AgentTest : public testing::Test {
         fake.item(group, key, stored);
         build();
         return get(oid).value;
-    }
-
-    // Tries for at most 20 s.
-    template <typename Condition>
-    static bool eventually(Condition condition) {
-        for (int i = 0; i < 2000 && !condition(); i++) usleep(10000);
-        return condition();
-    }
-
-    // What `action` writes to the trace at level 1.
-    template <typename Action>
-    static std::string traced(Action action) {
-        testing::internal::CaptureStdout();
-        debugLevel = 1;
-        action();
-        debugLevel = 0;
-        fflush(stdout);
-        return testing::internal::GetCapturedStdout();
     }
 
     // The VAP has an interface in the kernel, number 20 × radio + VAP, from the next build on.

@@ -58,8 +58,7 @@ void close_zevcfg(zevcfg_handle *handle) {
 
 int get_cfg_item_by_str(zevcfg_handle *handle, const char *group, const char *key, char *out) {
     fake.items_read++;
-    return read_from(handle->running ? fake.running : fake.working,
-                     std::pair<std::string_view, std::string_view>(group, key), out);
+    return read_from(handle->running ? fake.running : fake.working, std::string(group) + " " + key, out);
 }
 int get_cfg_item(zevcfg_handle *handle, unsigned group_id, const char *key, char *out) {
     return get_cfg_item_by_str(handle, group_text(group_id), key, out);
@@ -77,7 +76,8 @@ void free_item_list(cfg_item *head) {
 int set_cfg_items_snmp(zevcfg_handle *, const cfg_item *head) {
     if (fake.saving_fails) return -1;
     if (!head) return 0;
-    for (const auto &[group_id, key, value] : head->list) fake.working[{group_text(group_id), key}] = value;
+    for (const auto &[group_id, key, value] : head->list)
+        fake.working[group_text(group_id) + (" " + key)] = value;
     return 0;
 }
 int lock_zevcfg(int, int) {

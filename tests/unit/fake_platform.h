@@ -3,7 +3,6 @@
 
 #include <map>
 #include <string>
-#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -17,24 +16,9 @@ struct FakeStation {
     uint64_t tx_bytes = 0, rx_bytes = 0;
 };
 
-// Items are found by views of their texts: a column reads hundreds.
-struct ItemHash {
-    using is_transparent = void;
-    size_t operator()(const auto &item) const {
-        const std::hash<std::string_view> hash;
-        return hash(item.first) * 31 + hash(item.second);
-    }
-};
-struct ItemEqual {
-    using is_transparent = void;
-    bool operator()(const auto &a, const auto &b) const { return a.first == b.first && a.second == b.second; }
-};
-
 struct FakePlatform {
-    using Items = std::unordered_map<std::pair<std::string, std::string>, std::string, ItemHash,
-                                     ItemEqual>;  // group, key → value
-    Items working, running;
-    std::map<std::string, std::string> system_items, environment;
+    using Items = std::unordered_map<std::string, std::string>;
+    Items working, running, system_items, environment;   // those of the two configurations by "group key"
     std::map<std::pair<int, int>, std::string> ifnames;  // radio, VAP from 0
     std::map<std::string, std::vector<FakeStation>> stations;
     std::map<int, std::string> enabled_vaps;  // radio from 1
@@ -53,7 +37,7 @@ struct FakePlatform {
 
     // Adds or replaces an item of both configurations.
     void item(const std::string &group, const std::string &key, const std::string &value) {
-        working[{group, key}] = running[{group, key}] = value;
+        working[group + " " + key] = running[group + " " + key] = value;
     }
 };
 

@@ -42,8 +42,6 @@ TEST_F(NeighbourTest, LinesOfTheTool) {
     }
     hears("ath0ap0", "Cell 01 " + ADDRESS + " 1 2 3 4 5 6 7 8 9 10\n");
     EXPECT_EQ(columns()[0], "");
-    hears("ath0ap0", std::string(10000, '\xfe') + "\n" + ADDRESS + " 1 2 3 4 5 6 7 8 9 last");
-    EXPECT_EQ(columns()[0], "last");
 }
 
 TEST_F(NeighbourTest, RadioTwoHasTheLastWord) {

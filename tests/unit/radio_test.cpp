@@ -82,7 +82,7 @@ TEST_F(RadioTest, TransmitPowerOfTheOlderForm) {
         EXPECT_EQ(queued_by("2.1.1.13.1", written), std::string("rf1 txpwr=") + item);
         EXPECT_EQ(value("13.1"), shows) << written;
     }
-    fake.working.erase({"rf1", "txpwr"});
+    fake.working.erase("rf1 txpwr");
     EXPECT_EQ(queued_by("2.1.1.13.1", "4"), "");
     build();
     EXPECT_EQ(value("13.1"), "1") << "full power when the store says nothing";

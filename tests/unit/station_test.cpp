@@ -1,5 +1,4 @@
 // The station table and the lines of the radio tools.
-#include <sys/wait.h>
 
 #include <cerrno>
 
@@ -128,12 +127,9 @@ TEST_F(StationTest, ARefusedSetDropsTheRowsOfItsColumn) {
 TEST_F(StationTest, AWalkWithinTheSampleTimeRebuildsEachColumnOnce) {
     const std::string text = traced([] { EXPECT_EQ(walked("5.1.1").size(), 2 * std::size(COLUMNS)); });
     EXPECT_EQ(root.read("/runs"), "ath0ap0 list sta\nath1ap2 list sta\nath0ap0 list sta\nath1ap2 list sta\n");
-    for (const Object &object : OBJECTS) {
-        if (object.is_branch() || !std::string_view(object.oid).starts_with("5.1.1.")) continue;
-        const std::string call = std::string("handler ") + object.name + ":";
-        EXPECT_NE(text.find(call), std::string::npos);
-        EXPECT_EQ(text.find(call), text.rfind(call)) << "one call of " << object.name;
-    }
+    size_t calls = 0;
+    for (size_t at = 0; (at = text.find("handler ", at)) != text.npos; at++) calls++;
+    EXPECT_EQ(calls, std::size(COLUMNS));
 }
 
 TEST_F(StationTest, AWalkOfATableRebuiltAtEveryStep) {

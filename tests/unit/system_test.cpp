@@ -7,8 +7,7 @@ class SystemTest : public AgentTest {};
 TEST_F(SystemTest, WhatASetQueues) {
     const std::string entry = "capwap aclist.ac_entry:0.";
     fake.item("capwap", "aclist.ac_entry:0.name", "controller");
-    expect_sets({{"1.25.3", "wan_ip mgmt_vid=", {"0>4096"}, {}},
-                 {"1.41.0", entry, {">priority=0 + " + entry + "ip="}, {}},  // it has a name: not the last
+    expect_sets({{"1.41.0", entry, {">priority=0 + " + entry + "ip="}, {}},  // it has a name: not the last
                  {"1.6.0", "systime ntp_server1=", {"no address!"}, {}},
                  {"1.65.0", "", {}, {"2"}}});  // a device without a configurable switch
     fake.item("systime", "type", "ntp");
@@ -140,7 +139,7 @@ TEST_F(SystemTest, OnlyPortsThatMayBeManagedHaveRows) {
                  {"1.66.1.3.4", "", {}, {"2"}},
                  {"1.66.1.4.2", "", {}, {"2"}},
                  {"1.66.1.4.3", "network_L2 lan:3.tun=", {"2>enable"}, {}}});
-    fake.working.erase({"network_L2", "lan:2.controllable"});
+    fake.working.erase("network_L2 lan:2.controllable");
     expect_sets({{"1.66.1.4.2", "network_L2 lan:2.tun=", {"2>enable"}, {}}});  // not said to be unmanaged
 
     port_item(0, "controllable", "enable");

@@ -1,12 +1,9 @@
 // Transfers over TFTP and FTP: the commands to the byte, hostile texts in them, and the objects with tools
 // that record how they were called. Real servers are met in transfer_servers_test.cpp.
 #include <crypt.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <random>
 
 #include "handler/transfer_commands.h"
@@ -17,12 +14,8 @@ using enum Protocol;
 
 TEST(TransferCommands, OrdinaryTextsStandAsTheyAre) {
     const auto commands = [](Operation operation, Protocol protocol) {
-        const TransferCommands c = transfer_commands(operation, protocol,
-                                                     {.server = "10.0.0.9",
-                                                      .file = "ap-1_backup.cfg",
-                                                      .user = "operator",
-                                                      .password = "S3cret:+@%,",
-                                                      .web_password = "07abc./XYZ12"});
+        const TransferCommands c = transfer_commands(
+            operation, protocol, {"10.0.0.9", "ap-1_backup.cfg", "operator", "S3cret:+@%,", "07abc./XYZ12"});
         return c.first + " THEN " + c.second;
     };
     const std::string wget = "wget -c -O ";
@@ -211,17 +204,6 @@ TEST_F(TransferTest, BackupStates) {
     EXPECT_EQ(start_tftp(0), STATUS_ACCEPTED);
     EXPECT_EQ(status(), "0");
     EXPECT_FALSE(root.has("/tmp/tftp_backup.cfg"));
-}
-
-TEST_F(TransferTest, RestoreStates) {
-    choose_tftp(1);
-    root.write("/tmp/up_tftp_status.txt", "an old answer: rebooting.asp\n");
-    EXPECT_EQ(status(), "3");
-    write_tool("tftp", "printf 12345 > \"$5\"");
-    EXPECT_EQ(start_tftp(3), STATUS_ACCEPTED);
-    ASSERT_TRUE(ends());
-    EXPECT_EQ(status(), "6");
-    EXPECT_TRUE(root.read("/calls").ends_with(std::string("&filesize=5\0", 12)));
 }
 
 // The first command failed, or did not, and left something or nothing: only failed and nothing ends it.

@@ -47,16 +47,8 @@ TEST_F(TreeTest, SlotsFollowArcsAndTheListFollowsCreation) {
     }
 }
 
-TEST_F(TreeTest, NewRowsGoFirstOrLast) {
-    const int rows[][2] = {{2, 1}, {2, 3}, {2, 2}, {1, 7}, {20, 1}, {2, 4}};
-    for (const auto &row : rows) update_data_by_mulindex(nullptr, first, "x", row, 2);
-    // The run of index 2 goes on over index 20, whose text begins with its own.
-    EXPECT_EQ(list_order(), (Texts{"1", "1.1", "1.1.1", "1.1.1.7", "1.1.2", "1.1.2.1", "1.1.2.3", "1.1.2.2",
-                                   "1.1.20", "1.1.20.1", "1.1.2.4", "1.2"}));
-}
-
 // Where the plain walk puts a new child: behind the last node of the unbroken run of list nodes whose OID
-// texts begin with the parent's.
+// texts begin with the parent's: the run of 1.1.2 goes on over 1.1.20, too.
 static mib_node *position_by_walk(mib_node *parent, int arc) {
     bool sibling_below = false;
     for (int lower = arc; lower >= 0 && !sibling_below; lower--)

@@ -122,18 +122,3 @@ TEST_F(VapTest, WepKeysHaveTheLengthThatTheStoreSays) {
         }
     }
 }
-
-// All 640 rows, last arc fastest, each with its own item and each item read once.
-TEST_F(VapTest, TheLongestColumnIsWalkedInNestingOrder) {
-    Texts rows;
-    for (int i = 0; i < 640; i++) {
-        const int radio = i / 320 + 1, vap = i / 20 % 16 + 1, realm = i / 4 % 5 + 1, method = i % 4 + 1;
-        const std::string row = format("%d.%d.%d.%d", radio, vap, realm, method);
-        fake.item(format("rf%d_vap%d_hs20", radio, vap),
-                  format("EAP.rule:%d.index:%d.type", realm - 1, method - 1), row);
-        rows.push_back("3.2.1.12.1.3.1.2." + row + "=" + row);
-    }
-    fake.items_read = 0;
-    EXPECT_EQ(walked("3.2.1.12.1.3.1.2"), rows);
-    EXPECT_EQ(fake.items_read, 640);
-}
