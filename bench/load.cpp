@@ -1,11 +1,11 @@
 // Load on one server, or on two in turns (A B A B ...), so that what disturbs the machine disturbs both.
-#include <getopt.h>
 #include <signal.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -15,13 +15,6 @@
 #include <vector>
 
 #include "registry/wire.h"
-
-static const char USAGE[] =
-    "usage: bench_load [-w] [-o OID] [-c CONNECTIONS] [-p PAIRS] [-s SECONDS] SOCKET [SOCKET]\n"
-    "       bench_load [-w] [-o OID] [-c CONNECTIONS] -n REQUESTS SOCKET\n"
-    "       bench_load -S RUNS SOCKET COMMAND...      time from the start of a server to its first answer\n"
-    "-w walks with GETNEXT from OID, else GET of OID; -n sends exactly so many, after one walk that warms "
-    "up\n";
 
 struct Options {
     bool walk = false;
@@ -202,50 +195,36 @@ static double start_up(const Options &options, char **arguments) {
 
 int main(int argc, char **argv) {
     Options options;
-    for (int option; (option = getopt(argc, argv, "+wo:c:p:s:n:S:")) != -1;) {
-        switch (option) {
-            case 'w':
-                options.walk = true, options.oid = ROOT_OID;
-                break;
-            case 'o':
-                options.oid = optarg;
-                break;
-            case 'c':
-                options.connections = strtoul(optarg, nullptr, 10);
-                break;
-            case 'p':
-                options.pairs = atoi(optarg);
-                break;
-            case 's':
-                options.seconds = atof(optarg);
-                break;
-            case 'n':
-                options.requests = atol(optarg);
-                break;
-            case 'S':
-                options.starts = atoi(optarg);
-                break;
-            default:
-                fputs(USAGE, stderr);
-                return 2;
-        }
-    }
-    const int rest = argc - optind;
-    if (options.connections == 0 || options.pairs < 1 || rest < (options.starts ? 2 : 1) ||
-        (!options.starts && rest > (options.requests ? 1 : 2))) {
-        fputs(USAGE, stderr);
+    CLI::App app{
+        "SOCKET [SOCKET | COMMAND...]\nLoad on the server of a SOCKET, or on those of two in turns; with -S "
+        "the time from the start of a "
+        "server, which COMMAND starts, to its first answer on SOCKET"};
+    app.prefix_command();
+    app.add_flag("-w", options.walk, "Walk with GETNEXT from OID, else GET of OID");
+    const CLI::Option *oid = app.add_option("-o", options.oid, "OID");
+    app.add_option("-c", options.connections, "Connections")->check(CLI::PositiveNumber);
+    app.add_option("-p", options.pairs, "Pairs of turns")->check(CLI::PositiveNumber);
+    app.add_option("-s", options.seconds, "Seconds of a turn");
+    app.add_option("-n", options.requests, "Exactly so many requests, after one walk that warms up");
+    app.add_option("-S", options.starts, "Starts of a server");
+    CLI11_PARSE(app, argc, argv);
+    if (options.walk && oid->empty()) options.oid = ROOT_OID;
+    const std::vector<std::string> rest = app.remaining();
+    const size_t most = options.starts ? rest.size() : options.requests ? 1 : 2;
+    if (rest.size() < (options.starts ? 2 : 1) || rest.size() > most) {
+        fputs(app.help().c_str(), stderr);
         return 2;
     }
     if (options.starts) {
         std::vector<double> times(static_cast<size_t>(options.starts));
-        for (double &time : times) time = start_up(options, argv + optind);
+        for (double &time : times) time = start_up(options, argv + argc - rest.size());
         printf("%.1f ms\n", median(times));
     } else if (options.requests) {
-        warm_up(options, argv[optind]);
+        warm_up(options, rest[0]);
         std::vector<Slot> slots = make_slots(options);
-        load(options, argv[optind], &slots, options.requests, 0);
+        load(options, rest[0], &slots, options.requests, 0);
     } else {
-        compare(options, {argv + optind, argv + argc});
+        compare(options, rest);
     }
     return 0;
 }
