@@ -83,27 +83,11 @@ static Value read_value(const std::string &line) {
 }
 
 static const char *result_word(SetResult result) {
-    switch (result) {
-        case SetResult::DONE:
-            return "DONE\n";
-        case SetResult::NOT_WRITABLE:
-            return "not-writable\n";
-        case SetResult::WRONG_TYPE:
-            return "wrong-type\n";
-        case SetResult::WRONG_LENGTH:
-            return "wrong-length\n";
-        case SetResult::WRONG_VALUE:
-            return "wrong-value\n";
-        case SetResult::NO_CREATION:
-            return "no-creation\n";
-        case SetResult::INCONSISTENT_NAME:
-            return "inconsistent-name\n";
-        case SetResult::INCONSISTENT_VALUE:
-            return "inconsistent-value\n";
-        case SetResult::NO_ANSWER:
-            break;
-    }
-    return "gen-error\n";
+    // In the order of SetResult.
+    static constexpr const char *WORDS[] = {
+        "DONE\n",        "not-writable\n",      "wrong-type\n",         "wrong-length\n", "wrong-value\n",
+        "no-creation\n", "inconsistent-name\n", "inconsistent-value\n", "gen-error\n"};
+    return WORDS[static_cast<size_t>(result)];
 }
 
 static std::string read(Subtree *subtree, const std::string &oid, bool next) {

@@ -45,28 +45,16 @@ static std::string upgrade_page(Protocol protocol, const TransferSettings &setti
 
 static constexpr const char *QUIET = " >/dev/null 2>&1";
 
-static std::string account(const TransferSettings &settings) {
-    return " -u " + shell_word(settings.user) + " -p " + shell_word(settings.password);
-}
-
-static std::string put_command(Protocol protocol, const TransferSettings &settings,
-                               const std::string &local) {
-    const std::string put =
-        protocol == Protocol::TFTP
-            ? "tftp -p -r " + shell_word(settings.file) + " -l " + shell_word(local) +
-                  operands({settings.server})
-            : "ftpput" + account(settings) + operands({settings.server, settings.file, local});
-    return put + QUIET + " && rm " + shell_word(local);
-}
-
-static std::string get_command(Protocol protocol, const TransferSettings &settings,
-                               const std::string &local) {
-    const std::string get =
-        protocol == Protocol::TFTP
-            ? "tftp -g -r " + shell_word(settings.file) + " -l " + shell_word(local) +
-                  operands({settings.server})
-            : "ftpget" + account(settings) + operands({settings.server, local, settings.file});
-    return get + QUIET;
+// Carries the file between the server and `local`.
+static std::string carry(bool put, Protocol protocol, const TransferSettings &settings,
+                         const std::string &local) {
+    if (protocol == Protocol::TFTP)
+        return (put ? "tftp -p -r " : "tftp -g -r ") + shell_word(settings.file) + " -l " +
+               shell_word(local) + operands({settings.server}) + QUIET;
+    const std::string account = " -u " + shell_word(settings.user) + " -p " + shell_word(settings.password);
+    return (put ? "ftpput" + account + operands({settings.server, settings.file, local})
+                : "ftpget" + account + operands({settings.server, local, settings.file})) +
+           QUIET;
 }
 
 TransferCommands transfer_commands(Operation operation, Protocol protocol, const TransferSettings &settings) {
@@ -77,13 +65,13 @@ TransferCommands transfer_commands(Operation operation, Protocol protocol, const
         case Operation::UPGRADE:
             return {request(status, settings, upgrade_page(protocol, settings)), "", false};
         case Operation::BACKUP:
-            return {request(backup, settings, "backupCfg.egi"), put_command(protocol, settings, backup),
-                    false};
+            return {request(backup, settings, "backupCfg.egi"),
+                    carry(true, protocol, settings, backup) + " && rm " + shell_word(backup), false};
         case Operation::RESTORE:
             break;
     }
     return {
-        get_command(protocol, settings, backup),
+        carry(false, protocol, settings, backup),
         open_request(status, settings, "upload.asp?type=config&filename=" + url_text(backup) + "&filesize="),
         true};
 }

@@ -190,19 +190,17 @@ TEST_F(SnmpTest, UnderAMaster) {
     EXPECT_EQ(log().find("<5>cpu_usage"), log().rfind("<5>cpu_usage"));
 
     takes_and_refuses("@1.2.0 s other ");
-    const struct {
-        const char *tool, *oids, *answer;
-    } cases[] = {
-        {"get", "@1.60.0", "No Such Instance"},
-        {"get", "@1.99.0", "No Such Object"},
-        {"get", "@5.1.1.1.0.255.0.0.0.9", "No Such Instance"},
-        {"getnext", "@1.1", "lobby"},
-        {"set", "@1.1.1 s x", "noCreation"},
-        {"set", "@2.1.1.15.3 i 1", "noCreation"},
-        {"set", "@1.66.1.3.200 i 1", "inconsistentName"},
-        {"set", "@1.68.0 i 1 @1.1.0 s no/name", "undoFailed"},  // what is saved is saved
-    };
-    for (const auto &c : cases) EXPECT_TRUE(has(snmp(c.tool, c.oids), c.answer)) << c.oids;
+    const std::pair<const char *, const char *> reads[] = {{"@1.60.0", "No Such Instance"},
+                                                           {"@1.99.0", "No Such Object"},
+                                                           {"@5.1.1.1.0.255.0.0.0.9", "No Such Instance"}};
+    for (const auto &[oid, answer] : reads) EXPECT_TRUE(has(snmp("get", oid), answer)) << oid;
+    EXPECT_TRUE(has(snmp("getnext", "@1.1"), "lobby"));
+    const std::pair<const char *, const char *> sets[] = {
+        {"@1.1.1 s x", "noCreation"},
+        {"@2.1.1.15.3 i 1", "noCreation"},
+        {"@1.66.1.3.200 i 1", "inconsistentName"},
+        {"@1.68.0 i 1 @1.1.0 s no/name", "undoFailed"}};  // what is saved is saved
+    for (const auto &[set, error] : sets) EXPECT_TRUE(has(snmp("set", set), error)) << set;
     snmp("set", "@1.1.0 s hall");  // after it was read ahead
     EXPECT_TRUE(has(snmp("getnext", "@1.1"), "hall"));
     hides_nothing();

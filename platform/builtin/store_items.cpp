@@ -376,9 +376,8 @@ static bool save_items(Cache &c, std::vector<StoreItem> *queued) {
     }
     if (!put_items(c.db.get(), LAYER_WORKING, items)) return fail(store_error(c.db.get()));
     const bool marked = write_marker(reboot ? Saved::CHANGES_FOR_REBOOT : Saved::CHANGES);
-    if (!marked) fail(device_path(SAVED_CHANGES_FILE) + " cannot be written");
     if (marked && transaction.commit()) return true;
-    if (marked) fail(store_error(c.db.get()));
+    fail(marked ? store_error(c.db.get()) : device_path(SAVED_CHANGES_FILE) + " cannot be written");
     write_marker(before);
     return false;
 }
