@@ -19,6 +19,10 @@ constexpr size_t MOST_SENT = 16;
 // The tools of one request take 10 s at most; several clients may have sent some.
 constexpr std::chrono::seconds LONGEST_ANSWER(60);
 constexpr milliseconds BACKLOG_PAUSE(20);
+// Taken and sent in a step: a manager's request that has come meanwhile does not wait for all of them, and
+// while the master and the manager are at work there is time for the next. One alone would cost a round of
+// the loop each, and have the daemon fall asleep in between.
+constexpr int AT_A_TIME = 4;
 
 Asker::~Asker() {
     for (const SentQuestion &sent_question : sent) close(sent_question.fd);
@@ -74,15 +78,17 @@ static const std::deque<DaemonQuestion> *next_queue(const Asker &asker) {
     return asker.slow_sent || asker.slow_queue.empty() ? nullptr : &asker.slow_queue;
 }
 
-static void send_next(Asker *asker) {
-    if (!next_queue(*asker)) return;
+// False when there is none, or it cannot be sent yet.
+static bool send_next(Asker *asker) {
+    if (!next_queue(*asker)) return false;
     std::deque<DaemonQuestion> &queue = asker->queue.empty() ? asker->slow_queue : asker->queue;
     const bool late = queue.front().send_before <= asker->now;
     const Sending sending = late ? Sending::FAILED : send_question(asker, &queue.front());
-    if (sending == Sending::LATER) return;
+    if (sending == Sending::LATER) return false;
     const DaemonQuestion question = std::move(queue.front());
     queue.pop_front();
     if (sending == Sending::FAILED) fail(asker, question, late ? "no answer in time" : asker->error);
+    return true;
 }
 
 // True when it is over: `reply` is the answer, or null.
@@ -104,9 +110,10 @@ static bool receive(SentQuestion *from, Clock::time_point now, const snmp_reply 
     return true;
 }
 
-static void take_answer(Asker *asker) {
+// False when there is none.
+static bool take_answer(Asker *asker) {
     const snmp_reply *reply = nullptr;
-    if (asker->sent.empty() || !receive(&asker->sent.front(), asker->now, &reply)) return;
+    if (asker->sent.empty() || !receive(&asker->sent.front(), asker->now, &reply)) return false;
     const SentQuestion over = std::move(asker->sent.front());
     asker->sent.pop_front();
     close(over.fd);
@@ -117,14 +124,13 @@ static void take_answer(Asker *asker) {
     } else {
         fail(asker, over.question, "connection closed early");
     }
+    return true;
 }
 
-// One of each: a manager's request that has come meanwhile does not wait for all of them, and while the
-// master and the manager are at work there is time for the next.
 void step(Asker *asker) {
     asker->now = Clock::now();
-    take_answer(asker);
-    send_next(asker);
+    for (int i = 0; i < AT_A_TIME && take_answer(asker); i++) continue;
+    for (int i = 0; i < AT_A_TIME && send_next(asker); i++) continue;
 }
 
 int waiting_fd(const Asker &asker) {

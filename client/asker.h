@@ -48,7 +48,7 @@ struct Asker {
 
 void ask(Asker *asker, DaemonQuestion question);
 
-// Takes an answer that is there and sends a question that is waiting.
+// Takes a few answers that are there and sends as many questions that are waiting.
 void step(Asker *asker);
 
 // Readable when there may be something to take; −1 when nothing was sent.
