@@ -20,7 +20,7 @@ std::unique_ptr<char[]> copy_text(std::string_view text) {
 }
 
 static bool has_slot(const mib_node *node, int arc) {
-    return (node->child_map[arc / 32] >> (arc % 32)) & 1;
+    return node->below && ((node->below->child_map[arc / 32] >> (arc % 32)) & 1);
 }
 
 int child_slot(int arc, const uint32_t (&map)[8]) {
@@ -31,25 +31,27 @@ int child_slot(int arc, const uint32_t (&map)[8]) {
 
 void ensure_child_slot(mib_node *node, int arc) {
     if (has_slot(node, arc)) return;
-    const int count = node->child_count;
-    node->child_map[arc / 32] |= 1U << (arc % 32);
-    const int position = child_slot(arc, node->child_map);
+    if (!node->below) node->below = std::make_unique<mib_children>();
+    mib_children &below = *node->below;
+    const int count = below.child_count;
+    below.child_map[arc / 32] |= 1U << (arc % 32);
+    const int position = child_slot(arc, below.child_map);
     // Room grows by doubling: a column of n rows costs O(n) copies, not O(n²).
     if (std::has_single_bit(static_cast<unsigned>(count)) || count == 0) {
         auto grown = std::make_unique_for_overwrite<mib_node *[]>(count == 0 ? 1 : 2 * count);
-        std::copy_n(node->children.get(), count, grown.get());
-        node->children = std::move(grown);
+        std::copy_n(below.children.get(), count, grown.get());
+        below.children = std::move(grown);
     }
-    mib_node **slots = node->children.get();
+    mib_node **slots = below.children.get();
     std::move_backward(slots + position, slots + count, slots + count + 1);
     slots[position] = nullptr;
-    node->child_count = count + 1;
+    below.child_count = count + 1;
 }
 
 mib_node *find_child(mib_node *node, int arc) {
     if (arc < 0 || arc > MAX_ARC) return nullptr;
     ensure_child_slot(node, arc);
-    return node->children[child_slot(arc, node->child_map)];
+    return node->below->children[child_slot(arc, node->below->child_map)];
 }
 
 mib_node *run_end(mib_node *node) {
@@ -59,10 +61,10 @@ mib_node *run_end(mib_node *node) {
 
 // Enters a node that has just been linked into the list into the nest of runs.
 static void join_run(mib_node *node) {
-    const std::string_view oid = node->oid.get();
+    const std::string_view oid = node->oid();
     mib_node *below = nullptr;  // the run inside `outer` that ends where the node begins
     mib_node *outer = node->list_prev;
-    while (!oid.starts_with(outer->oid.get())) {
+    while (!oid.starts_with(outer->oid())) {
         below = outer;
         outer = outer->run_parent;
     }
@@ -71,7 +73,7 @@ static void join_run(mib_node *node) {
     // A node put in front of its siblings takes those behind it into its run whose texts begin with its own:
     // arc 1 in front of 10 and 100.
     mib_node *next = node->list_next;
-    while (next != head && std::string_view(next->oid.get()).starts_with(oid)) {
+    while (next != head && std::string_view(next->oid()).starts_with(oid)) {
         if (outer->run_last == next) outer->run_last = node;
         next->run_parent = node;
         node->run_last = next;
@@ -79,10 +81,26 @@ static void join_run(mib_node *node) {
     }
 }
 
+FullOid::FullOid(const mib_node *node) {
+    memcpy(text, ROOT_OID, ROOT_PREFIX_LENGTH);
+    length = ROOT_PREFIX_LENGTH - 1;
+    if (node == head) return;
+    text[length++] = '.';
+    const size_t own = strlen(node->oid());
+    memcpy(text + length, node->oid(), own + 1);
+    length += own;
+}
+
+static mib_node *make_node(std::string_view oid) {
+    void *memory = ::operator new(sizeof(mib_node) + oid.size() + 1);
+    char *text = static_cast<char *>(memory) + sizeof(mib_node);
+    text[oid.copy(text, oid.size())] = '\0';
+    return new (memory) mib_node;
+}
+
 void alloc_root() {
-    head = new mib_node;
+    head = make_node("");
     head->kind = ROOT;
-    head->oid = copy_text(ROOT_OID);
     head->list_next = head->list_prev = head;
     prev = head;
 }
@@ -91,21 +109,15 @@ mib_node *ALLOC_NODE(const char *relative, uint8_t type, MibHandler handler) {
     char path[RELATIVE_OID_SIZE];
     snprintf(path, sizeof path, "%s", relative);
 
-    auto *node = new mib_node;
+    mib_node *node = make_node(path);
     if (type == TYPE_NONE || type == LEAF || type == INDEX)
         node->kind = type;
     else
         node->kind = handler ? LEAF : INSTANCE;
-    const std::string_view root = ROOT_OID;
-    const std::string_view tail = path;
-    node->oid = std::make_unique_for_overwrite<char[]>(root.size() + tail.size() + 2);
-    memcpy(node->oid.get(), root.data(), root.size());
-    node->oid[root.size()] = '.';
-    memcpy(node->oid.get() + root.size() + 1, tail.data(), tail.size() + 1);
     node->type = type;
     node->handler = handler;
 
-    TRACE("node %s  ->  %s,str:%s\n", prev->oid.get(), node->oid.get(), relative);
+    TRACE("node %s  ->  %s,str:%s\n", FullOid(prev).text, FullOid(node).text, relative);
     node->list_prev = prev;
     node->list_next = prev->list_next;
     prev->list_next->list_prev = node;
@@ -123,30 +135,25 @@ mib_node *ALLOC_NODE(const char *relative, uint8_t type, MibHandler handler) {
         TRACE("node_num:%d\n", arc);
         parent = current;
         ensure_child_slot(parent, arc);
-        const int slot = child_slot(arc, parent->child_map);
+        const int slot = child_slot(arc, parent->below->child_map);
         TRACE("dot:%d\n", slot);
-        current = parent->children[slot];
-        if (arcs.at_end()) parent->children[slot] = node;
+        mib_node *&child = parent->below->children[slot];
+        current = child;
+        if (arcs.at_end()) child = node;
     }
     return node;
 }
 
-static void free_children(mib_node *node) {
-    node->children.reset();
-    node->child_count = 0;
-    memset(node->child_map, 0, sizeof node->child_map);
-}
-
 void clear_child_node(mib_node *node) {
     TRACE_LOCATION("function", __func__);
-    free_children(node);
+    node->below.reset();
     node->run_last = nullptr;
-    const std::string_view oid = node->oid.get();
+    const std::string_view oid = node->oid();
     mib_node *next = node->list_next;
-    while (next != head && std::string_view(next->oid.get()).starts_with(oid)) {
+    while (next != head && std::string_view(next->oid()).starts_with(oid)) {
         mib_node *gone = next;
         next = next->list_next;
-        TRACE("Free oid=%s\n", gone->oid.get());
+        TRACE("Free oid=%s\n", FullOid(gone).text);
         delete gone;
     }
     node->list_next = next;
@@ -175,11 +182,12 @@ void dump_node(const mib_node *node) {
         TRACE("NULL\n");
         return;
     }
-    if (node->kind == INSTANCE) TRACE(" oid=%s value=%s\n", node->oid.get(), node->value.get());
-    for (int slot = 0; slot < node->child_count; slot++) {
-        if (!node->children[slot]) continue;
+    if (node->kind == INSTANCE) TRACE(" oid=%s value=%s\n", FullOid(node).text, node->value.get());
+    for (int slot = 0; node->below && slot < node->below->child_count; slot++) {
+        const mib_node *child = node->below->children[slot];
+        if (!child) continue;
         TRACE(" [%d] ", slot);
-        dump_node(node->children[slot]);
+        dump_node(child);
         TRACE("\n");
     }
 }
@@ -189,7 +197,7 @@ void print_root(const mib_node *root) {
         TRACE("NULL\n");
         return;
     }
-    TRACE(" oid=%s \n", root->oid.get());
+    TRACE(" oid=%s \n", FullOid(root).text);
     for (const mib_node *node = root->list_next;; node = node->list_next) {
         if (!node) {
             TRACE("NULL\n");
@@ -200,8 +208,8 @@ void print_root(const mib_node *root) {
             return;
         }
         if (node->kind == INSTANCE)
-            TRACE(" oid=%s value=%s\n", node->oid.get(), node->value.get());
+            TRACE(" oid=%s value=%s\n", FullOid(node).text, node->value.get());
         else
-            TRACE(" oid=%s\n", node->oid.get());
+            TRACE(" oid=%s\n", FullOid(node).text);
     }
 }

@@ -29,29 +29,49 @@ enum NodeKind : uint8_t {
     INDEX = 24,     // a level of a row index made of several arcs; also the type given at its creation
 };
 
+// The slots of a node that has, or had, children.
+struct mib_children {
+    uint32_t child_map[8] = {};              // bit k: there is a slot for arc k
+    int32_t child_count = 0;                 // slots in use; the array has room for the next power of two
+    std::unique_ptr<mib_node *[]> children;  // slots in ascending arc order; a slot may be null
+};
+
+// Full tables have some 20,000 nodes, nearly all of them values: what a value has no use for stands
+// elsewhere, and the text of the OID, without the root's, right behind the node.
 struct mib_node {
     uint8_t kind = BRANCH;
     uint8_t update_bit = 1;  // 1: GET consults the handler when the object's refresh is due
-    std::unique_ptr<char[]> oid;
     uint8_t type = TYPE_NONE;
+    bool cut_short = false;    // the last refresh lacked the time for a tool: the next request repeats it
+    int32_t update_stamp = 0;  // time of the last refresh of an object, seconds since the epoch
     std::unique_ptr<char[]> value;  // cached value of an instance, may be null
     MibHandler handler = nullptr;
-    std::unique_ptr<mib_node *[]> children;  // slots in ascending arc order; a slot may be null
-    int32_t child_count = 0;                 // slots in use; the array has room for the next power of two
-    uint32_t child_map[8] = {};              // bit k: there is a slot for arc k
+    std::unique_ptr<mib_children> below;  // null: no slot
     mib_node *list_next = nullptr;
     mib_node *list_prev = nullptr;
-    int32_t update_stamp = 0;  // time of the last refresh of an object, seconds since the epoch
-    bool cut_short = false;    // that refresh lacked the time for a tool: the next request repeats it
 
     // The run of a node is itself and the list nodes behind it whose OID texts begin with its OID text. Runs
     // nest and are never broken, so each node keeps the innermost run it lies in and the last direct member
     // of its own; the end of a run is found by descending instead of walking it.
     mib_node *run_parent = nullptr;
     mib_node *run_last = nullptr;
+
+    // The OID relative to the root.
+    const char *oid() const { return reinterpret_cast<const char *>(this + 1); }
+    // The size that it was made with is larger than that of its type.
+    static void operator delete(void *node) { ::operator delete(node); }
 };
 
 constexpr size_t RELATIVE_OID_SIZE = 64;  // of a node, with terminator
+
+// The full OID of a node: root, dot and relative OID.
+struct FullOid {
+    explicit FullOid(const mib_node *node);
+    std::string_view view() const { return {text, length}; }
+
+    char text[ROOT_PREFIX_LENGTH + RELATIVE_OID_SIZE];
+    size_t length;
+};
 constexpr int MAX_ARC = 255;
 
 extern mib_node *head;  // the root; null while there is no tree

@@ -109,7 +109,7 @@ snmp_reply *just_output(snmp_reply *reply, mib_node *node, int arc) {
     TRACE("type=%s data=%s\n", type_to_str(child->type), child->value ? child->value.get() : "");
     reply->reply_status = child->type;
     if (child->value) put_text(reply->value, child->value.get());
-    put_text(reply->oid, child->oid.get());
+    put_text(reply->oid, FullOid(child).view());
     return reply;
 }
 
@@ -139,7 +139,7 @@ snmp_reply *GET(snmp_reply *reply, const char *oid) {
     int last_arc = 0;
     mib_node *node = search_to_leaf(object, address.instance, &last_arc);
     if (!node) return reply;
-    TRACE("node index=%d node mib=%s\n", last_arc, node->oid.get());
+    TRACE("node index=%d node mib=%s\n", last_arc, FullOid(node).text);
     return just_output(reply, node, last_arc);
 }
 
@@ -200,17 +200,14 @@ snmp_reply *GET_NEXT(snmp_reply *reply, const char *oid) {
 
     // The walk refreshes the objects it passes: their rows appear right behind them. A handler may drop the
     // rows behind its object, never the object; texts are copied because it frees the nodes that own them.
-    char text[ROOT_PREFIX_LENGTH + RELATIVE_OID_SIZE + 2];
     do {
         if (node->kind == LEAF) {
             snmp_reply scratch;
             scratch.oid[0] = scratch.value[0] = '\0';
-            snprintf(text, sizeof text, "%s.0", node->oid.get());
-            GET(&scratch, text);
+            GET(&scratch, (std::string(FullOid(node).view()) + ".0").c_str());
         }
         node = node->list_next;
     } while (node->kind != INSTANCE && node != head);
     if (node == head) return reply;
-    snprintf(text, sizeof text, "%s", node->oid.get());
-    return GET(reply, text);
+    return GET(reply, FullOid(node).text);
 }

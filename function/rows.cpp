@@ -10,9 +10,9 @@
 
 mib_node *find_insert_prev(mib_node *parent, int arc) {
     ensure_child_slot(parent, arc);
-    for (int slot = child_slot(arc, parent->child_map); slot >= 0; slot--)
-        if (parent->children[slot]) return run_end(parent);
-    TRACE("node %s 's prev %s\n", parent->oid.get(), parent->oid.get());
+    for (int slot = child_slot(arc, parent->below->child_map); slot >= 0; slot--)
+        if (parent->below->children[slot]) return run_end(parent);
+    TRACE("node %s 's prev %s\n", FullOid(parent).text, FullOid(parent).text);
     return parent;
 }
 
@@ -23,20 +23,20 @@ enum class TraceAs { TYPE, LEAF, SILENT };
 static mib_node *find_or_create(mib_node *parent, int arc, uint8_t type, TraceAs trace_as) {
     if (mib_node *child = find_child(parent, arc)) return child;
     // Built by hand: this runs once per published row.
-    char oid[RELATIVE_OID_SIZE + ROOT_PREFIX_LENGTH];
-    const size_t length = strlen(parent->oid.get());
+    char oid[RELATIVE_OID_SIZE];
+    const size_t length = strlen(parent->oid());
     if (length + 5 > sizeof oid) return nullptr;
-    memcpy(oid, parent->oid.get(), length);
+    memcpy(oid, parent->oid(), length);
     char *end = oid + length;
     *end++ = '.';
     if (arc >= 100) *end++ = static_cast<char>('0' + arc / 100);
     if (arc >= 10) *end++ = static_cast<char>('0' + arc / 10 % 10);
     *end++ = static_cast<char>('0' + arc % 10);
     *end = '\0';
-    if (trace_as == TraceAs::TYPE) TRACE("alloc oid= %s type=%s\n", oid, type_to_str(type));
+    if (trace_as == TraceAs::TYPE) TRACE("alloc oid= %s.%s type=%s\n", ROOT_OID, oid, type_to_str(type));
     prev = find_insert_prev(parent, arc);
-    mib_node *node = ALLOC_NODE(oid + ROOT_PREFIX_LENGTH, type, nullptr);
-    if (trace_as == TraceAs::LEAF) TRACE("alloc oid= %s type=%s\n", oid, type_to_str(LEAF));
+    mib_node *node = ALLOC_NODE(oid, type, nullptr);
+    if (trace_as == TraceAs::LEAF) TRACE("alloc oid= %s.%s type=%s\n", ROOT_OID, oid, type_to_str(LEAF));
     return node;
 }
 
@@ -49,7 +49,7 @@ static mib_node *store_cell(mib_node *column, const char *value, const int *arcs
             find_or_create(cell, arcs[i], i == n - 1 ? column->type : static_cast<uint8_t>(INDEX), trace_as);
     if (!cell) return nullptr;
     cell->value = copy_text(value);
-    TRACE("oid=%s value=%s\n", cell->oid.get(), value);
+    TRACE("oid=%s value=%s\n", FullOid(cell).text, value);
     TRACE(" value=%s\n", value);
     return cell;
 }
@@ -57,7 +57,7 @@ static mib_node *store_cell(mib_node *column, const char *value, const int *arcs
 // Fills the reply, if there is one, from a cell, if there is one.
 static snmp_reply *answer(snmp_reply *reply, const mib_node *cell) {
     if (!reply || !cell) return reply;
-    put_text(reply->oid, cell->oid.get());
+    put_text(reply->oid, FullOid(cell).view());
     reply->reply_status = cell->type;
     put_text(reply->value, cell->value.get());
     return reply;

@@ -83,7 +83,7 @@ static const FuzzRoot &start() {
 
 static void empty_cells() {
     for (mib_node *node = head->list_next; node != head; node = node->list_next) {
-        if (node->kind != LEAF || (node->update_stamp == 0 && node->child_count == 0)) continue;
+        if (node->kind != LEAF || (node->update_stamp == 0 && !node->below)) continue;
         clear_child_node(node);
         node->update_bit = 1;
         node->update_stamp = 0;

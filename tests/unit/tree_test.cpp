@@ -8,7 +8,7 @@
 static Texts list_order() {
     Texts order;
     for (const mib_node *node = head->list_next; node != head; node = node->list_next)
-        order.emplace_back(node->oid.get() + ROOT_PREFIX_LENGTH);
+        order.emplace_back(node->oid());
     return order;
 }
 
@@ -35,15 +35,15 @@ TEST_F(TreeTest, SlotsFollowArcsAndTheListFollowsCreation) {
     mib_node *parent = find_child(head, 1);
     EXPECT_EQ(list_order(), (Texts{"1", "1.1", "1.2", "1.0"}));
     for (const int arc : {9, -1, 256, 1 << 20}) EXPECT_EQ(find_child(parent, arc), nullptr);
-    EXPECT_EQ(parent->child_count, 4) << "a lookup leaves an empty slot, none for what is no arc";
+    EXPECT_EQ(parent->below->child_count, 4) << "a lookup leaves an empty slot, none for what is no arc";
 
     Texts oids;
     for (int arc = 3; arc < 256; arc++) oids.push_back("1." + std::to_string(arc));
     std::shuffle(oids.begin(), oids.end(), std::mt19937(7));
     for (const std::string &oid : oids) ALLOC_NODE(oid.c_str(), TYPE_NONE, nullptr);
     for (int arc = 0; arc < 256; arc++) {
-        EXPECT_EQ(child_slot(arc, parent->child_map), arc);
-        EXPECT_EQ(find_child(parent, arc)->oid.get(), std::string(ROOT_OID) + ".1." + std::to_string(arc));
+        EXPECT_EQ(child_slot(arc, parent->below->child_map), arc);
+        EXPECT_EQ(find_child(parent, arc)->oid(), "1." + std::to_string(arc));
     }
 }
 
@@ -54,9 +54,9 @@ static mib_node *position_by_walk(mib_node *parent, int arc) {
     for (int lower = arc; lower >= 0 && !sibling_below; lower--)
         sibling_below = find_child(parent, lower) != nullptr;
     if (!sibling_below) return parent;
-    const std::string text = parent->oid.get();
+    const std::string text = parent->oid();
     mib_node *last = parent;
-    while (last->list_next != head && std::string_view(last->list_next->oid.get()).starts_with(text))
+    while (last->list_next != head && std::string_view(last->list_next->oid()).starts_with(text))
         last = last->list_next;
     return last;
 }
@@ -95,9 +95,9 @@ TEST_F(TreeTest, ClearingAColumnLeavesTheNextOne) {
     }
     clear_child_node(first);
     EXPECT_EQ(list_order(), (Texts{"1", "1.1", "1.2", "1.2.1", "1.2.2", "1.2.3"}));
-    EXPECT_EQ(first->child_count, 0);
+    EXPECT_FALSE(first->below);
     update_data(&scratch, first, "c", 5);
-    EXPECT_STREQ(first->list_next->oid.get() + ROOT_PREFIX_LENGTH, "1.1.5");
+    EXPECT_STREQ(first->list_next->oid(), "1.1.5");
 }
 
 TEST_F(TreeTest, RepublishingReplacesTheValueOnly) {
