@@ -129,11 +129,12 @@ void SnmpTest::takes_and_refuses(const string &before) {
     };
     for (const auto &[set, answer] : taken) EXPECT_TRUE(has(snmp("set", set), answer));
     const std::pair<const char *, const char *> refused[] = {
-        {"@1.1.0 s no/name", "wrongValue"},    // in range, and none all the same
-        {"@1.47.0 i 1", "inconsistentValue"},  // IPv6 is off
-        {"@1.4.0 i 69", "wrongValue"},        {"@1.1.0 s 012345678901234567890123456789012", "wrongLength"},
-        {"@1.1.0 i 1", "wrongType"},          {"@1.18.0 a 10.0.0.1", "notWritable"},
-        {"@1.99.0 i 1", "notWritable"},       {"@1.15.0 a 0.1.2.3", "wrongValue"},  // no range is known
+        {"@1.1.0 s no/name", "wrongValue"},     // in range, and none all the same
+        {"@1.47.0 i 1", "inconsistentValue"},   // IPv6 is off
+        {"@1.10.0 i 31", "inconsistentValue"},  // of no month
+        {"@1.4.0 i 69", "wrongValue"},         {"@1.1.0 s 012345678901234567890123456789012", "wrongLength"},
+        {"@1.1.0 i 1", "wrongType"},           {"@1.18.0 a 10.0.0.1", "notWritable"},
+        {"@1.99.0 i 1", "notWritable"},        {"@1.15.0 a 0.1.2.3", "wrongValue"},  // no range is known
         {"@1.1.0 x 6c0a", "wrongValue"},
     };
     for (const auto &[set, error] : refused) {

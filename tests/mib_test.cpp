@@ -26,6 +26,7 @@ TEST(Mib, TheCommittedModuleIsWhatTheRegistryAndTheDescriptionsMake) {
     EXPECT_TRUE(made == committed)
         << "line " << std::count(made.begin(), differs, '\n') + 1
         << " differs; to make the module anew: cmake --build BUILD --target mib-module";
+    EXPECT_TRUE(has(made, "Default: mode11ng(6) on radio 1, mode11ac(7) on radio 2."));
     // What cannot be said is an error.
     const struct {
         std::string from, to;

@@ -1,5 +1,6 @@
 // The built-in configuration store, in a device root of its own for each test.
 #include <sys/resource.h>
+#include <sys/syscall.h>
 
 #include <atomic>
 #include <functional>
@@ -12,6 +13,12 @@
 #include "tests/device_root.h"
 
 using std::string;
+
+// In place of libc's, also for SQLite.
+static std::atomic<int> syncs;
+extern "C" int fdatasync(int fd) {
+    return ++syncs, static_cast<int>(syscall(SYS_fdatasync, fd));
+}
 
 struct QueuedTriple {
     unsigned group;
@@ -120,11 +127,16 @@ TEST_F(Store, SavesListsAndMarksThem) {
                  {{{GID_DEVICE, "name", "zevsic-ap"}}, "0\n"},  // no change
                  {{{GID_DEVICE, "name", "first"}, {GID_DEVICE, "name", "last"}}, "1\n"},
                  {{{GID_SYSLOG, "name", "2"}}, "1\n"}};
+    const mode_t mask = umask(077);
     for (const auto &step : steps) {
+        const int before = syncs;
         ASSERT_EQ(save(step.items), 0);
-        EXPECT_EQ(device.read("/tmp/sync_config"), step.marker);
+        EXPECT_GT(syncs, before) << "what is acknowledged is on the disk";
+        EXPECT_EQ(device.said("cd $ZEVSIC_ROOT/tmp; cat sync_config; stat -c %a sync_config"),
+                  step.marker + string("644\n"));
         EXPECT_EQ(check_apply_need_reboot(), step.marker[0] == '1');
     }
+    umask(mask);
     EXPECT_EQ(device.read("/tmp/victim"), "precious");
     EXPECT_EQ(get(working, "device", "name"), "last");
     EXPECT_EQ(get(working, "rf2_vap2", "ssid"), "a'b");
@@ -190,6 +202,7 @@ TEST_F(Store, AStoreThatIsHeldOrForbidden) {
         EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(3));
     }
     EXPECT_EQ(save({{GID_DEVICE, "name", "new"}}), 0);
+    device.said("rm $ZEVSIC_ROOT/tmp/sync_config");
     rlimit size{};
     getrlimit(RLIMIT_FSIZE, &size);
     const rlimit full{4000, size.rlim_max};
@@ -200,6 +213,7 @@ TEST_F(Store, AStoreThatIsHeldOrForbidden) {
               }),
               "zevcfg: nothing was saved: " + file + ": disk I/O error\n");
     setrlimit(RLIMIT_FSIZE, &size);
+    EXPECT_FALSE(device.has("/tmp/sync_config")) << "there is nothing to apply";
     EXPECT_EQ(get(working, "device", "name"), "new");
     chmod(folder.c_str(), 0);
     as_nobody([&] { EXPECT_FALSE(open_store(&why)); });
@@ -276,7 +290,10 @@ TEST_F(Store, TheDaemonIsToldOnceItsApplyLockIsGone) {
     const pid_t daemon = device.start("$ZEVSIC_ROOT/zevsic");
     ASSERT_TRUE(eventually([&] { return device.has("/runs"); }));
     // Nobody else has that name, and nobody else is told.
-    for (const string &pid : {string(""), string("1"), string("x"), std::to_string(getpid())}) {
+    device.write_tool("/zevsic-other", ": >$ZEVSIC_ROOT/other; while :; do sleep 0.02; done");
+    const pid_t other = device.start("$ZEVSIC_ROOT/zevsic-other");
+    ASSERT_TRUE(eventually([&] { return device.has("/other"); }));
+    for (const string &pid : {string(""), string("1"), string("x"), std::to_string(other)}) {
         device.write("/var/run/zevsic.pid", pid);
         EXPECT_FALSE(daemon_runs()) << pid;
     }

@@ -54,8 +54,7 @@ class TransferServersTest : public testing::Test {
         setenv("HOME", device.path("").c_str(), 1);  // wget's own settings are not the device's
         device.said(
             "zevcfg init; zevcfg set --current snmp sample_time 0; zevcfg set --current admin password "
-            "s3cret; "
-            "mkdir $ZEVSIC_ROOT/srv");
+            "s3cret; mkdir $ZEVSIC_ROOT/srv");
         for (const string tool : {"tftp", "ftpput", "ftpget"})
             device.write_tool("/bin/" + tool, "exec busybox " + tool + " \"$@\"");
         device.write("/httpd.conf", "*.egi:/bin/sh\n*.asp:/bin/sh\n");

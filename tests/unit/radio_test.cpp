@@ -44,8 +44,7 @@ TEST_F(RadioTest, RatesFollowTheTransmitChains) {
     std::istringstream rates(
         "auto 1M 2M 5.5M 11M 6M 9M 12M 18M 24M 36M 48M 54M mcs0 mcs1 mcs2 mcs3 mcs4 mcs5 mcs6 mcs7 mcs8 mcs9 "
         "mcs10 mcs11 mcs12 mcs13 mcs14 mcs15 mcs16 mcs17 mcs18 mcs19 mcs20 mcs21 mcs22 mcs23 65532 65533 "
-        "65534 "
-        "65520 65525 65530 65472 65493 65514");
+        "65534 65520 65525 65530 65472 65493 65514");
     int number = 0;
     for (std::string rate; rates >> rate;)
         EXPECT_EQ(shown("2.1.1.12.2", "rf2", "rate", rate), std::to_string(number++));

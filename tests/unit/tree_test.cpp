@@ -44,6 +44,8 @@ TEST_F(TreeTest, SlotsFollowArcsAndTheListFollowsCreation) {
     for (int arc = 0; arc < 256; arc++) {
         EXPECT_EQ(child_slot(arc, parent->below->child_map), arc);
         EXPECT_EQ(find_child(parent, arc)->oid(), "1." + std::to_string(arc));
+        update_data(&scratch, first, "x", arc);
+        EXPECT_EQ(scratch.oid, std::string(ROOT_OID) + ".1.1." + std::to_string(arc));
     }
 }
 
