@@ -193,7 +193,7 @@ static double start_up(const Options &options, char **arguments) {
     return took * 1000;
 }
 
-int main(int argc, char **argv) {
+static int run(int argc, char **argv) {
     Options options;
     CLI::App app{
         "SOCKET [SOCKET | COMMAND...]\nLoad on the server of a SOCKET, or on those of two in turns; with -S "
@@ -227,4 +227,13 @@ int main(int argc, char **argv) {
         compare(options, rest);
     }
     return 0;
+}
+
+int main(int argc, char **argv) {
+    try {
+        return run(argc, argv);
+    } catch (const std::exception &error) {
+        fprintf(stderr, "bench_load: %s\n", error.what());
+        return 1;
+    }
 }

@@ -91,15 +91,15 @@ FullOid::FullOid(const mib_node *node) {
     length += own;
 }
 
-static mib_node *make_node(std::string_view oid) {
-    void *memory = ::operator new(sizeof(mib_node) + oid.size() + 1);
-    char *text = static_cast<char *>(memory) + sizeof(mib_node);
+void *mib_node::operator new(size_t size, std::string_view oid) {
+    void *node = ::operator new(size + oid.size() + 1);
+    char *text = static_cast<char *>(node) + size;
     text[oid.copy(text, oid.size())] = '\0';
-    return new (memory) mib_node;
+    return node;
 }
 
 void alloc_root() {
-    head = make_node("");
+    head = new ("") mib_node;
     head->kind = ROOT;
     head->list_next = head->list_prev = head;
     prev = head;
@@ -109,7 +109,7 @@ mib_node *ALLOC_NODE(const char *relative, uint8_t type, MibHandler handler) {
     char path[RELATIVE_OID_SIZE];
     snprintf(path, sizeof path, "%s", relative);
 
-    mib_node *node = make_node(path);
+    auto *node = new (path) mib_node;
     if (type == TYPE_NONE || type == LEAF || type == INDEX)
         node->kind = type;
     else

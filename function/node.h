@@ -58,8 +58,9 @@ struct mib_node {
 
     // The OID relative to the root.
     const char *oid() const { return reinterpret_cast<const char *>(this + 1); }
-    // The size that it was made with is larger than that of its type.
-    static void operator delete(void *node) { ::operator delete(node); }
+    static void *operator new(size_t size) = delete;  // none without its OID
+    static void *operator new(size_t size, std::string_view oid);
+    static void operator delete(void *node) { ::operator delete(node); }  // which is larger than its type
 };
 
 constexpr size_t RELATIVE_OID_SIZE = 64;  // of a node, with terminator
