@@ -60,6 +60,7 @@ struct mib_node {
     const char *oid() const { return reinterpret_cast<const char *>(this + 1); }
     static void *operator new(size_t size) = delete;  // none without its OID
     static void *operator new(size_t size, std::string_view oid);
+    // NOLINTNEXTLINE(misc-new-delete-overloads): it has one, with the OID
     static void operator delete(void *node) { ::operator delete(node); }  // which is larger than its type
 };
 
