@@ -1,6 +1,5 @@
 // The SNMP front ends on the real daemon, under the real snmpd and without one, asked with the ordinary SNMP
 // tools. @ is the subtree's root.
-
 #include <map>
 #include <thread>
 

@@ -116,6 +116,9 @@ TEST_F(DaemonTest, RecordsToTheByte) {
     for (const string &line : {string("Can't accept: update"), string("Can't accept: UNKNOW type: 200"),
                                "recv oid=" + NAME + " type = get", " oid=" + NAME + " value=new"})
         EXPECT_GT(traced(line), 0) << line;
+    // Bytes beyond a record are never read.
+    EXPECT_EQ(exchange(record(KIND_GET, NAME) + "x").substr(0, 4096),
+              reply(NAME, STRING, "new").substr(0, 4096));
 }
 
 TEST_F(DaemonTest, PeersThatWaitOrLeave) {

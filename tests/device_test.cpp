@@ -191,8 +191,9 @@ TEST_F(Device, FactsAreReadAgainWhenTheyChangeAndBadLinesAreSkipped) {
         "station = ath0ap15 00:1a:2b:3c:4d 40 1 2\nstation = ath0ap15 00:1a:2b:3c:4d:5e 40\n"
         "station = ath0ap15 00:1a:2b:3c:4d:-1 40 1 2\nstation = ath0ap15 0x:1a:2b:3c:4d:5e 40 1 2\n"
         "station = ath0ap15 00:1a:2b:3c:4d:5e 2147483648 1 2\nstation = ath0ap15 00:1a:2b:3c:4d:5e 40 -1 2\n"
-        "station = ath0ap15 00:1a:2b:3c:4d:5e +4 1 2\nstation = ath0ap15 00:1a:2b:3c:4d:5e 40 1 2 3\nstation "
-        "= ath0ap15 00:1a:2b:3c:4d:5e 40 1 18446744073709551616\nstation = ath0/ 00:1a:2b:3c:4d:5e 4 1 2\n"
+        "station = ath0ap15 00:1a:2b:3c:4d:5e +4 1 2\nstation = ath0ap15 00:1a:2b:3c:4d:5e 40 1 2 3\n"
+        "station = ath0ap15 00:1a:2b:3c:4d:5e 40 1 18446744073709551616\n"
+        "station = ath0/ 00:1a:2b:3c:4d:5e 4 1 2\n"
         "radio1.chain_mask = 0x\nradio1.chain_mask = +3\nradio+1.offload = 1\nvap1.-1.ifname = x\n"
         "vap1.2.ifname = " +
             string(64, 'x') + "\nradio1.chain_mask =\n");

@@ -1,6 +1,5 @@
 // The walk: every registered object on the built-in store with the demo's
 // device. A new object is tested by being registered.
-
 #include <algorithm>
 #include <array>
 #include <set>

@@ -1,5 +1,4 @@
 // The station table and the lines of the radio tools.
-
 #include <cerrno>
 
 #include "tests/unit/agent_fixture.h"

@@ -7,7 +7,8 @@ class SystemTest : public AgentTest {};
 TEST_F(SystemTest, WhatASetQueues) {
     const std::string entry = "capwap aclist.ac_entry:0.";
     fake.item("capwap", "aclist.ac_entry:0.name", "controller");
-    expect_sets({{"1.41.0", entry, {">priority=0 + " + entry + "ip="}, {}},  // it has a name: not the last
+    expect_sets({{"1.25.3", "wan_ip mgmt_vid=", {"0>4096"}, {}},
+                 {"1.41.0", entry, {">priority=0 + " + entry + "ip="}, {}},  // it has a name: not the last
                  {"1.6.0", "systime ntp_server1=", {"no address!"}, {}},
                  {"1.65.0", "", {}, {"2"}}});  // a device without a configurable switch
     fake.item("systime", "type", "ntp");
