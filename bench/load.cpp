@@ -196,8 +196,8 @@ static double start_up(const Options &options, char **arguments) {
 static int run(int argc, char **argv) {
     Options options;
     CLI::App app{
-        "SOCKET [SOCKET | COMMAND...]\nLoad on the server of a SOCKET, or on those of two in turns; with -S "
-        "the time from the start of a "
+        "SOCKET [SOCKET | COMMAND...]\n"
+        "Load on the server of a SOCKET, or on those of two in turns; with -S the time from the start of a "
         "server, which COMMAND starts, to its first answer on SOCKET"};
     app.prefix_command();
     app.add_flag("-w", options.walk, "Walk with GETNEXT from OID, else GET of OID");
@@ -207,7 +207,11 @@ static int run(int argc, char **argv) {
     app.add_option("-s", options.seconds, "Seconds of a turn");
     app.add_option("-n", options.requests, "Exactly so many requests, after one walk that warms up");
     app.add_option("-S", options.starts, "Starts of a server");
-    CLI11_PARSE(app, argc, argv);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError &error) {
+        return app.exit(error) == 0 ? 0 : 2;
+    }
     if (options.walk && oid->empty()) options.oid = ROOT_OID;
     const std::vector<std::string> rest = app.remaining();
     const size_t most = options.starts ? rest.size() : options.requests ? 1 : 2;

@@ -87,6 +87,7 @@ static const char *result_word(SetResult result) {
     static constexpr const char *WORDS[] = {
         "DONE\n",        "not-writable\n",      "wrong-type\n",         "wrong-length\n", "wrong-value\n",
         "no-creation\n", "inconsistent-name\n", "inconsistent-value\n", "gen-error\n"};
+    static_assert(std::size(WORDS) == static_cast<size_t>(SetResult::NO_ANSWER) + 1);
     return WORDS[static_cast<size_t>(result)];
 }
 

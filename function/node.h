@@ -65,6 +65,7 @@ struct mib_node {
 };
 
 constexpr size_t RELATIVE_OID_SIZE = 64;  // of a node, with terminator
+constexpr int MAX_ARC = 255;
 
 // The full OID of a node: root, dot and relative OID.
 struct FullOid {
@@ -74,7 +75,6 @@ struct FullOid {
     char text[ROOT_PREFIX_LENGTH + RELATIVE_OID_SIZE];
     size_t length;
 };
-constexpr int MAX_ARC = 255;
 
 extern mib_node *head;  // the root; null while there is no tree
 extern mib_node *prev;  // list node behind which the next ALLOC_NODE inserts

@@ -45,9 +45,10 @@ static std::string upgrade_page(Protocol protocol, const TransferSettings &setti
 
 static constexpr const char *QUIET = " >/dev/null 2>&1";
 
-// Carries the file between the server and `local`.
-static std::string carry(bool put, Protocol protocol, const TransferSettings &settings,
+// Carries `local` to the server for a backup, and from there for a restore.
+static std::string carry(Operation operation, Protocol protocol, const TransferSettings &settings,
                          const std::string &local) {
+    const bool put = operation == Operation::BACKUP;
     if (protocol == Protocol::TFTP)
         return (put ? "tftp -p -r " : "tftp -g -r ") + shell_word(settings.file) + " -l " +
                shell_word(local) + operands({settings.server}) + QUIET;
@@ -66,12 +67,12 @@ TransferCommands transfer_commands(Operation operation, Protocol protocol, const
             return {request(status, settings, upgrade_page(protocol, settings)), "", false};
         case Operation::BACKUP:
             return {request(backup, settings, "backupCfg.egi"),
-                    carry(true, protocol, settings, backup) + " && rm " + shell_word(backup), false};
+                    carry(operation, protocol, settings, backup) + " && rm " + shell_word(backup), false};
         case Operation::RESTORE:
             break;
     }
     return {
-        carry(false, protocol, settings, backup),
+        carry(operation, protocol, settings, backup),
         open_request(status, settings, "upload.asp?type=config&filename=" + url_text(backup) + "&filesize="),
         true};
 }
