@@ -1,10 +1,10 @@
 // Files that people write: the first byte says which. k: k480ext.conf, i: lines of zevcfg import, s:
 // settings.
-#define main zevcfg_main
-#include "platform/builtin/zevcfg.cpp"
-#undef main
+#include <cstring>
+
 #include "client/settings.h"
 #include "fuzz/fuzz.h"
+#include "platform/builtin/item_text.h"
 #include "platform/k480ext.h"
 
 static void read_facts(const FuzzRoot &root, std::string_view text) {
@@ -30,9 +30,9 @@ static void read_facts(const FuzzRoot &root, std::string_view text) {
 static void read_import(std::string_view text) {
     while (!text.empty()) {
         StoreItem item, again;
-        if (!read_item(take(&text, '\n'), &item)) continue;
-        const std::string line = escaped(item.group) + "\t" + escaped(item.key) + "\t" + escaped(item.value);
-        expect(read_item(line, &again) && again.group == item.group && again.key == item.key &&
+        if (!read_item_line(take(&text, '\n'), &item)) continue;
+        const std::string line = item_line(item);
+        expect(read_item_line(line, &again) && again.group == item.group && again.key == item.key &&
                    again.value == item.value,
                "an exported line is imported", line);
     }

@@ -169,19 +169,21 @@ TEST_F(WalkTest, AnswersAreThoseOfTheDemosDevice) {
             line += row(rows.front()) + ", ";
         line += values + " | " + items + " || " + (UNSTEADY.contains(object.name) ? "?" : trace) + " || ";
         // What other texts in the last item show, where it is not the text itself.
-        pretended_item = reads.empty() ? "none" : reads.back();
         std::vector<const char *> texts = {nullptr, "",     "?",     "0",    "-1",      "007",    "255",
                                            "4094",  "4095", "70000", "00ff", "disable", " 17 dBm"};
         for (const Word &word : object.words)
             if (word.also) texts.push_back(word.also);
+        if (reads.empty())
+            texts.clear();
+        else
+            pretended_item = reads.back();
         for (const char *text : texts) {
             pretended_text = text;
             forget_values();
             zevap->sample_time = 0;
             const std::string shown = execute(KIND_GET, std::string(object.oid) + "." + rows.back()).value;
             zevap->sample_time = 200;
-            if (!reads.empty() && shown != (text ? text : ""))
-                line += (text ? text : "none") + (">" + shown) + " ";
+            if (shown != (text ? text : "")) line += (text ? text : "none") + (">" + shown) + " ";
         }
         pretended_item.clear();
         lines.push_back(line);

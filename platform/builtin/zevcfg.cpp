@@ -14,6 +14,7 @@
 #include <iostream>
 
 #include "platform/builtin/device_setup.h"
+#include "platform/builtin/item_text.h"
 #include "platform/builtin/store.h"
 
 enum ExitStatus : int { DONE = 0, FAILED = 1, WRONG_USAGE = 2, NO_SUCH_ITEM = 4 };
@@ -75,37 +76,7 @@ static int unset(Layer layer, const Request &request) {
     return transaction.commit() ? DONE : fail(store_error(db.get()));
 }
 
-// ---- export and import: GROUP<TAB>KEY<TAB>VALUE ----
-
-static std::string escaped(std::string_view text) {
-    std::string result;
-    for (char c : text) {
-        if (c == '\t')
-            result += "\\t";
-        else if (c == '\n')
-            result += "\\n";
-        else if (c == '\\')
-            result += "\\\\";
-        else
-            result += c;
-    }
-    return result;
-}
-
-static bool unescape(std::string_view text, std::string *out) {
-    out->clear();
-    for (size_t i = 0; i < text.size(); i++) {
-        char c = text[i];
-        if (c == '\\') {
-            i++;
-            char code = i < text.size() ? text[i] : '\0';
-            if (code != 't' && code != 'n' && code != '\\') return false;
-            c = code == 't' ? '\t' : code == 'n' ? '\n' : '\\';
-        }
-        out->push_back(c);
-    }
-    return text.find('\0') == std::string_view::npos;
-}
+// ---- export and import ----
 
 static int export_items(const Request &request) {
     std::string why;
@@ -114,8 +85,7 @@ static int export_items(const Request &request) {
     std::vector<StoreItem> items;
     if (!list_items(db.get(), request.configuration(), request.group, &items))
         return fail(store_error(db.get()));
-    for (const StoreItem &item : items)
-        std::cout << escaped(item.group) << '\t' << escaped(item.key) << '\t' << escaped(item.value) << '\n';
+    for (const StoreItem &item : items) std::cout << item_line(item) << '\n';
     return std::cout.flush() ? DONE : fail("cannot write the output");
 }
 
@@ -137,16 +107,6 @@ static int diff(const Request &request) {
     return request.exit_code && !differences.empty() ? FAILED : DONE;
 }
 
-static bool read_item(std::string_view line, StoreItem *item) {
-    size_t first = line.find('\t');
-    size_t second = first == std::string_view::npos ? first : line.find('\t', first + 1);
-    if (second == std::string_view::npos || line.find('\t', second + 1) != std::string_view::npos)
-        return false;
-    return unescape(line.substr(0, first), &item->group) &&
-           unescape(line.substr(first + 1, second - first - 1), &item->key) &&
-           unescape(line.substr(second + 1), &item->value) && !item->group.empty() && !item->key.empty();
-}
-
 static int import_items(const Request &request) {
     std::ifstream file;
     if (!request.file.empty()) file.open(request.file);
@@ -155,7 +115,7 @@ static int import_items(const Request &request) {
     std::vector<StoreItem> items;
     for (std::string line; std::getline(input, line);) {
         StoreItem item;
-        if (!read_item(line, &item))
+        if (!read_item_line(line, &item))
             return fail("line " + std::to_string(items.size() + 1) + " is not GROUP<TAB>KEY<TAB>VALUE");
         items.push_back(std::move(item));
     }
