@@ -8,20 +8,23 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <optional>
 #include <system_error>
 
 #include "client/protocol.h"
 
 using std::chrono::milliseconds;
 
-// As many as keep the daemon busy, and few enough that others find room in its backlog.
-constexpr size_t MOST_SENT = 16;
+// As many as keep the daemon busy, and few enough that others find room in its backlog. What is asked ahead
+// of need is sent when half of them are answered: the daemon wakes up once for all of them.
+constexpr size_t MOST_SENT = 32;
+constexpr size_t SEND_AGAIN = MOST_SENT / 2;
 // The tools of one request take 10 s at most; several clients may have sent some.
 constexpr std::chrono::seconds LONGEST_ANSWER(60);
 constexpr milliseconds BACKLOG_PAUSE(20);
-// Taken and sent in a step: a manager's request that has come meanwhile does not wait for all of them, and
+// Answers taken in a step: a manager's request that has come meanwhile does not wait for all of them, and
 // while the master and the manager are at work there is time for the next. One alone would cost a round of
-// the loop each, and have the daemon fall asleep in between.
+// the loop.
 constexpr int AT_A_TIME = 4;
 
 Asker::~Asker() {
@@ -29,7 +32,12 @@ Asker::~Asker() {
 }
 
 void ask(Asker *asker, DaemonQuestion question) {
-    (question.slow ? asker->slow_queue : asker->queue).push_back(std::move(question));
+    asker->queues[static_cast<size_t>(question.turn)].push_back(std::move(question));
+}
+
+bool all_sent(const Asker &asker) {
+    return std::all_of(asker.queues.begin(), asker.queues.end(),
+                       [](const auto &queue) { return queue.empty(); });
 }
 
 static void fail(Asker *asker, const DaemonQuestion &question, std::string error) {
@@ -58,7 +66,7 @@ static Sending send_question(Asker *asker, DaemonQuestion *question) {
     if (fd >= 0 && connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0 &&
         is_trusted(fd, &why) && send(fd, &request, size, MSG_NOSIGNAL) == static_cast<ssize_t>(size)) {
         asker->refused = {};
-        asker->slow_sent = asker->slow_sent || question->slow;
+        asker->slow_sent = asker->slow_sent || question->turn == Turn::SLOW;
         asker->sent.push_back({std::move(*question), fd, asker->now, 0, nullptr});
         return Sending::SENT;
     }
@@ -71,17 +79,21 @@ static Sending send_question(Asker *asker, DaemonQuestion *question) {
     return full ? Sending::LATER : Sending::FAILED;
 }
 
-// Where the question stands that can be sent now, or null. What is slow goes when nothing else is to be sent.
-static const std::deque<DaemonQuestion> *next_queue(const Asker &asker) {
-    if (asker.sent.size() >= MOST_SENT) return nullptr;
-    if (!asker.queue.empty()) return &asker.queue;
-    return asker.slow_sent || asker.slow_queue.empty() ? nullptr : &asker.slow_queue;
+// The turn of the question that can be sent now; none when there is no such question, or enough were sent.
+static std::optional<Turn> next_turn(const Asker &asker, bool ahead) {
+    if (asker.sent.size() >= MOST_SENT) return std::nullopt;
+    for (const Turn turn : {Turn::AWAITED, Turn::SLOW, Turn::AHEAD}) {
+        const bool held = turn == Turn::SLOW ? asker.slow_sent : turn == Turn::AHEAD && !ahead;
+        if (!held && !asker.queues[static_cast<size_t>(turn)].empty()) return turn;
+    }
+    return std::nullopt;
 }
 
 // False when there is none, or it cannot be sent yet.
-static bool send_next(Asker *asker) {
-    if (!next_queue(*asker)) return false;
-    std::deque<DaemonQuestion> &queue = asker->queue.empty() ? asker->slow_queue : asker->queue;
+static bool send_next(Asker *asker, bool ahead) {
+    const std::optional<Turn> turn = next_turn(*asker, ahead);
+    if (!turn) return false;
+    std::deque<DaemonQuestion> &queue = asker->queues[static_cast<size_t>(*turn)];
     const bool late = queue.front().send_before <= asker->now;
     const Sending sending = late ? Sending::FAILED : send_question(asker, &queue.front());
     if (sending == Sending::LATER) return false;
@@ -89,6 +101,10 @@ static bool send_next(Asker *asker) {
     queue.pop_front();
     if (sending == Sending::FAILED) fail(asker, question, late ? "no answer in time" : asker->error);
     return true;
+}
+
+static bool few_sent(const Asker &asker) {
+    return asker.sent.size() <= SEND_AGAIN;
 }
 
 // True when it is over: `reply` is the answer, or null.
@@ -117,7 +133,7 @@ static bool take_answer(Asker *asker) {
     const SentQuestion over = std::move(asker->sent.front());
     asker->sent.pop_front();
     close(over.fd);
-    if (over.question.slow) asker->slow_sent = false;
+    if (over.question.turn == Turn::SLOW) asker->slow_sent = false;
     if (reply) {
         asker->answered = asker->now;
         over.question.done(reply);
@@ -130,7 +146,8 @@ static bool take_answer(Asker *asker) {
 void step(Asker *asker) {
     asker->now = Clock::now();
     for (int i = 0; i < AT_A_TIME && take_answer(asker); i++) continue;
-    for (int i = 0; i < AT_A_TIME && send_next(asker); i++) continue;
+    const bool ahead = few_sent(*asker);
+    for (size_t i = 0; i < MOST_SENT && send_next(asker, ahead); i++) continue;
 }
 
 int waiting_fd(const Asker &asker) {
@@ -138,16 +155,15 @@ int waiting_fd(const Asker &asker) {
 }
 
 Clock::time_point next_step(const Asker &asker) {
-    if (next_queue(asker))
+    if (next_turn(asker, few_sent(asker)))
         return asker.refused == Clock::time_point() ? asker.now : asker.now + BACKLOG_PAUSE;
     return asker.sent.empty() ? Clock::time_point::max() : asker.sent.front().sent + LONGEST_ANSWER;
 }
 
 Clock::duration silence(const Asker &asker) {
     if (!asker.sent.empty()) return asker.now - std::max(asker.sent.front().sent, asker.answered);
-    const bool waits = !asker.queue.empty() || !asker.slow_queue.empty();
-    return waits && asker.refused != Clock::time_point() ? asker.now - asker.refused
-                                                         : Clock::duration::zero();
+    return !all_sent(asker) && asker.refused != Clock::time_point() ? asker.now - asker.refused
+                                                                    : Clock::duration::zero();
 }
 
 void wait_for_answers(const Asker &asker, Clock::time_point until) {

@@ -2,6 +2,7 @@
 // order in which they were sent, so the oldest tells how it does.
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <deque>
 #include <functional>
@@ -12,11 +13,14 @@
 
 using Clock = std::chrono::steady_clock;
 
+// In the order in which they are sent. What may run tools goes when nothing else is awaited, one at a time.
+enum class Turn { AWAITED, SLOW, AHEAD };
+
 struct DaemonQuestion {
     RequestKind kind = KIND_GET;
     std::string oid;
-    std::string set;                               // of a SET: type word, blank, value
-    bool slow = false;                             // may run tools: one of these is sent at a time
+    std::string set;  // of a SET: type word, blank, value
+    Turn turn = Turn::AWAITED;
     Clock::time_point send_before;                 // it fails when it could not be sent until then
     std::function<void(const snmp_reply *)> done;  // null: there is and will be no answer
 };
@@ -38,17 +42,21 @@ struct Asker {
     std::string socket;
     Clock::time_point now =
         Clock::now();  // as of the last step: what happens in one round happens at one time
-    std::deque<DaemonQuestion> queue, slow_queue;  // not sent yet
-    std::deque<SentQuestion> sent;                 // oldest first
-    bool slow_sent = false;                        // one of them is slow
-    Clock::time_point answered;                    // the last answer came
+    std::array<std::deque<DaemonQuestion>, 3> queues;  // of each turn: not sent yet
+    std::deque<SentQuestion> sent;                     // oldest first
+    bool slow_sent = false;                            // one of them is slow
+    Clock::time_point answered;                        // the last answer came
     Clock::time_point refused;  // when its socket first did not take a question; the epoch: it does
     std::string error;          // of the last question without an answer
 };
 
 void ask(Asker *asker, DaemonQuestion question);
 
-// Takes a few answers that are there and sends as many questions that are waiting.
+// True when no question waits to be sent.
+bool all_sent(const Asker &asker);
+
+// Takes a few answers that are there and sends the questions whose turn it is: AHEAD once few are on their
+// way.
 void step(Asker *asker);
 
 // Readable when there may be something to take; −1 when nothing was sent.

@@ -266,7 +266,9 @@ static void ask_column(Subtree *subtree, size_t index, RequestKind kind, const R
     ask(&subtree->asker, {.kind = kind,
                           .oid = text_of(index, key),
                           .set = {},
-                          .slow = is_slow(index) && !reading.quick,
+                          .turn = is_slow(index) && !reading.quick ? Turn::SLOW
+                                  : reading.ahead                  ? Turn::AHEAD
+                                                                   : Turn::AWAITED,
                           .send_before = Clock::time_point::max(),
                           .done = [subtree, index, asked, number = reading.number,
                                    take = std::move(take)](const snmp_reply *reply) {
@@ -331,9 +333,10 @@ static void follow(Subtree *subtree, size_t index) {
     }
 }
 
-static void start_reading(Subtree *subtree, size_t index) {
+static void start_reading(Subtree *subtree, size_t index, bool ahead) {
     ColumnReading &reading = subtree->columns[index].reading;
     reading.active = true;
+    reading.ahead = ahead;
     reading.number++;
     reading.started = subtree->asker.now;
     reading.again = reading.quick = false;
@@ -360,7 +363,7 @@ static void read_ahead(Subtree *subtree, size_t from, size_t index, const Manage
         if (is_slow(i) || rows == 0) continue;
         values += rows;
         if (!subtree->columns[i].reading.active && !is_fresh(subtree, subtree->columns[i], false, request))
-            start_reading(subtree, i);
+            start_reading(subtree, i, true);
     }
 }
 
@@ -398,7 +401,7 @@ static std::shared_ptr<PendingGet> look_up(Subtree *subtree, size_t index, const
     ask(&subtree->asker, {.kind = KIND_GET,
                           .oid = oid_text(oid),
                           .set = {},
-                          .slow = is_slow(index),
+                          .turn = is_slow(index) ? Turn::SLOW : Turn::AWAITED,
                           .send_before = subtree->asker.now + UNSENT,
                           .done = [subtree, index, oid, lookup = lookup](const snmp_reply *reply) {
                               const auto at = subtree->lookups.find(oid);
@@ -468,7 +471,8 @@ static SubtreeReading answer_next(Subtree *subtree, const ManagerRequest &reques
             const bool known = is_known(*subtree, column.read);
             const bool failed = column.failed >= request.arrived;
             if (!column.reading.active && !failed && !(known && is_silent(*subtree)))
-                start_reading(subtree, i);
+                start_reading(subtree, i, false);
+            column.reading.ahead = false;
             late = failed || wants_known(*subtree, request, failed);
             if (!(known && late)) {
                 if (failed || subtree->asker.now >= request.deadline) return answer_late(subtree, {});
@@ -522,7 +526,7 @@ void warm_up(Subtree *subtree) {
             if (++subtree->warmed == order.size()) log_line(LOG_INFO, "every object is known");
             continue;
         }
-        const bool idle = asker.sent.empty() && asker.queue.empty() && asker.slow_queue.empty();
+        const bool idle = asker.sent.empty() && all_sent(asker);
         if (column.reading.active || !idle || subtree->asker.now < subtree->warm_next) return;
         if (column.failed != Clock::time_point()) {
             subtree->warm_next = subtree->asker.now + WARM_UP_PAUSE;
@@ -531,7 +535,7 @@ void warm_up(Subtree *subtree) {
                 subtree->warmed++;  // it ran and did not answer this one
             return;
         }
-        start_reading(subtree, order[subtree->warmed]);
+        start_reading(subtree, order[subtree->warmed], true);
     }
 }
 

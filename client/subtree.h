@@ -51,6 +51,7 @@ struct ColumnReading {
     bool active = false;
     unsigned number = 0;  // answers to questions of an earlier one do not count
     Clock::time_point started;
+    bool ahead = false;          // no manager waits for it yet
     bool again = false;          // its rows were made anew in the middle once
     bool quick = false;          // an answer came at once, so the handler has done its work
     std::vector<RowLink> links;  // by key; the first has no key and stands for the column itself
