@@ -277,7 +277,7 @@ void begin_round(bool was_idle) {
 }
 
 void go_on_with_requests() {
-    step(served);
+    step(served, !waiting.empty());
     try_waiting();
     if (changes) end_late_changes(changes);
     warm_up(served);

@@ -15,16 +15,12 @@
 
 using std::chrono::milliseconds;
 
-// As many as keep the daemon busy, and few enough that others find room in its backlog. What is asked ahead
-// of need is sent when half of them are answered: the daemon wakes up once for all of them.
+// As many as keep the daemon busy, and few enough that others find room in its backlog.
 constexpr size_t MOST_SENT = 32;
-constexpr size_t SEND_AGAIN = MOST_SENT / 2;
 // The tools of one request take 10 s at most; several clients may have sent some.
 constexpr std::chrono::seconds LONGEST_ANSWER(60);
 constexpr milliseconds BACKLOG_PAUSE(20);
-// Answers taken in a step: a manager's request that has come meanwhile does not wait for all of them, and
-// while the master and the manager are at work there is time for the next. One alone would cost a round of
-// the loop.
+// Answers taken in a step. One alone would cost a round of the loop.
 constexpr int AT_A_TIME = 4;
 
 Asker::~Asker() {
@@ -80,18 +76,18 @@ static Sending send_question(Asker *asker, DaemonQuestion *question) {
 }
 
 // The turn of the question that can be sent now; none when there is no such question, or enough were sent.
-static std::optional<Turn> next_turn(const Asker &asker, bool ahead) {
+static std::optional<Turn> next_turn(const Asker &asker) {
     if (asker.sent.size() >= MOST_SENT) return std::nullopt;
     for (const Turn turn : {Turn::AWAITED, Turn::SLOW, Turn::AHEAD}) {
-        const bool held = turn == Turn::SLOW ? asker.slow_sent : turn == Turn::AHEAD && !ahead;
+        const bool held = turn == Turn::SLOW && asker.slow_sent;
         if (!held && !asker.queues[static_cast<size_t>(turn)].empty()) return turn;
     }
     return std::nullopt;
 }
 
 // False when there is none, or it cannot be sent yet.
-static bool send_next(Asker *asker, bool ahead) {
-    const std::optional<Turn> turn = next_turn(*asker, ahead);
+static bool send_next(Asker *asker) {
+    const std::optional<Turn> turn = next_turn(*asker);
     if (!turn) return false;
     std::deque<DaemonQuestion> &queue = asker->queues[static_cast<size_t>(*turn)];
     const bool late = queue.front().send_before <= asker->now;
@@ -101,10 +97,6 @@ static bool send_next(Asker *asker, bool ahead) {
     queue.pop_front();
     if (sending == Sending::FAILED) fail(asker, question, late ? "no answer in time" : asker->error);
     return true;
-}
-
-static bool few_sent(const Asker &asker) {
-    return asker.sent.size() <= SEND_AGAIN;
 }
 
 // True when it is over: `reply` is the answer, or null.
@@ -143,11 +135,11 @@ static bool take_answer(Asker *asker) {
     return true;
 }
 
-void step(Asker *asker) {
+void step(Asker *asker, bool waits) {
     asker->now = Clock::now();
     for (int i = 0; i < AT_A_TIME && take_answer(asker); i++) continue;
-    const bool ahead = few_sent(*asker);
-    for (size_t i = 0; i < MOST_SENT && send_next(asker, ahead); i++) continue;
+    const size_t enough = waits ? MOST_SENT : asker->sent.size() + 1;
+    for (size_t i = 0; i < MOST_SENT && asker->sent.size() < enough && send_next(asker); i++) continue;
 }
 
 int waiting_fd(const Asker &asker) {
@@ -155,8 +147,7 @@ int waiting_fd(const Asker &asker) {
 }
 
 Clock::time_point next_step(const Asker &asker) {
-    if (next_turn(asker, few_sent(asker)))
-        return asker.refused == Clock::time_point() ? asker.now : asker.now + BACKLOG_PAUSE;
+    if (next_turn(asker)) return asker.refused == Clock::time_point() ? asker.now : asker.now + BACKLOG_PAUSE;
     return asker.sent.empty() ? Clock::time_point::max() : asker.sent.front().sent + LONGEST_ANSWER;
 }
 

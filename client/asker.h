@@ -55,9 +55,10 @@ void ask(Asker *asker, DaemonQuestion question);
 // True when no question waits to be sent.
 bool all_sent(const Asker &asker);
 
-// Takes a few answers that are there and sends the questions whose turn it is: AHEAD once few are on their
-// way.
-void step(Asker *asker);
+// Takes a few answers that are there and sends the questions whose turn it is. While no manager waits it is
+// one question: his next request would wait for the others, and the master and he are at work long enough
+// for one.
+void step(Asker *asker, bool waits = true);
 
 // Readable when there may be something to take; −1 when nothing was sent.
 int waiting_fd(const Asker &asker);

@@ -496,9 +496,9 @@ SubtreeReading answer(Subtree *subtree, ManagerRequest *request) {
     return request->next ? answer_next(subtree, *request) : answer_get(subtree, request);
 }
 
-void step(Subtree *subtree) {
+void step(Subtree *subtree, bool waits) {
     const Clock::time_point answered = subtree->asker.answered;
-    step(&subtree->asker);
+    step(&subtree->asker, waits);
     if (subtree->late && subtree->asker.answered > answered && !is_silent(*subtree)) {
         log_line(LOG_NOTICE, "the daemon answers again");
         subtree->late = false;

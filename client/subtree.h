@@ -117,8 +117,8 @@ struct SubtreeReading {
 SubtreeReading answer(Subtree *subtree, ManagerRequest *request);
 Clock::time_point next_try(const Subtree &subtree, const ManagerRequest &request);
 
-// Carries on what was begun.
-void step(Subtree *subtree);
+// Carries on what was begun, in small steps while no manager waits for it.
+void step(Subtree *subtree, bool waits = true);
 
 // Has everything read once, what takes long last, one object at a time while nothing else is to be asked. To
 // be called after each step.
