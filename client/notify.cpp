@@ -72,6 +72,10 @@ static bool exists(const char *file) {
     return access(device_path(file).c_str(), F_OK) == 0;
 }
 
+static bool is_earlier(const timespec &a, const timespec &b) {
+    return a.tv_sec != b.tv_sec ? a.tv_sec < b.tv_sec : a.tv_nsec < b.tv_nsec;
+}
+
 // ---- sending ----
 
 static oid *append(oid *end, const Oid &arcs) {
@@ -139,12 +143,19 @@ static void see_silence(bool gone) {
     if (gone) see_end_of_daemon();
 }
 
+// True when an apply has begun since the daemon made its socket.
+static bool applies_since(const timespec &start) {
+    struct stat lock {};
+    return stat(device_path(APPLY_LOCK_FILE).c_str(), &lock) == 0 && is_earlier(start, lock.st_mtim);
+}
+
 static void see_answer() {
     struct stat now {};
     if (stat(state.socket.c_str(), &now) == 0) {
         const std::string identity = std::to_string(now.st_ino) + " " + std::to_string(now.st_ctim.tv_sec) +
                                      " " + std::to_string(now.st_ctim.tv_nsec);
-        if (!state.socket_identity.empty() && state.socket_identity != identity) see_end_of_daemon();
+        const bool anew = !state.socket_identity.empty() && state.socket_identity != identity;
+        if (anew && !applies_since(now.st_mtim)) see_end_of_daemon();
         state.socket_identity = identity;
     }
     if (state.daemon == state.SILENT) notify(DAEMON_ANSWERS);
@@ -159,12 +170,9 @@ static Protocol newest(const Transfer &transfer) {
     for (const Protocol protocol : {TFTP, FTP}) {
         struct stat file {};
         if (stat(device_path(transfer.first_file[protocol]).c_str(), &file) != 0) continue;
-        const timespec &made = file.st_mtim;
-        if (found &&
-            (made.tv_sec < time.tv_sec || (made.tv_sec == time.tv_sec && made.tv_nsec < time.tv_nsec)))
-            continue;
+        if (found && is_earlier(file.st_mtim, time)) continue;
         found = protocol;
-        time = made;
+        time = file.st_mtim;
     }
     return found;
 }

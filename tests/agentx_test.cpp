@@ -271,6 +271,12 @@ TEST_F(SnmpTest, WithoutAMaster) {
     EXPECT_EQ(value("@1.1.0 .1.3.6.1.2.1.1.5.0"), "\"lobby\"\n\"front\"\n");
     ASSERT_TRUE(knows_everything());
     hides_nothing();
+    device.end(daemon);
+    EXPECT_EQ(value("@1.1.0 @1.2.0"), "\"soon\"\n\"Wireless Access Point\"\n");
+    device.said("zevcfg set device desc elsewhere; sleep 0.8");  // longer than what is known is held back
+    daemon = device.start_daemon();
+    EXPECT_TRUE(answers_soon());
+    EXPECT_EQ(value("@1.1.0 @1.2.0"), "\"zevsic-demo\"\n\"elsewhere\"\n") << "the daemon is there again";
     snmp("set", "@1.26.0 i 2 @1.62.0 i 1");
     EXPECT_TRUE(eventually([&] { return has(device.read("/tmp/traps"), "OID: " + SUBTREE + ".0.1\t"); }));
 }
