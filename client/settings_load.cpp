@@ -152,7 +152,6 @@ static int open_and_try(Load *load, const std::vector<std::pair<Place, std::stri
     std::vector<std::pair<Place, std::string>> back;
     back.reserve(open.size());
     for (const auto &[place, value] : open) back.emplace_back(place, known(*load, place));
-    std::reverse(back.begin(), back.end());  // what depends on another comes behind it in the registration
     int status = set_and_save(load, open);
     if (status == EXIT_DONE) status = try_lines(load, refused_places(*load));
     if (status == EXIT_DONE) status = try_after_saves(load);
