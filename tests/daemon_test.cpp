@@ -38,7 +38,7 @@ class DaemonTest : public testing::Test {
     }
     string exchange(const string &request) const {
         const int client = send(request);
-        const string bytes = read_reply(client);
+        string bytes = read_reply(client);
         close(client);
         return bytes;
     }

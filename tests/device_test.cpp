@@ -21,7 +21,7 @@ TEST_F(Device, WordsOfCommands) {
         {inside_single_quotes("a'b"), "a'\\''b"},
         {url_text("a b&c/~%"), "a%20b%26c/~%25"},
         {url_text("\xc3'"), "%C3%27"},
-        {shell_word(string("a'\0; echo out", 14)), shell_word("a'")},
+        {shell_word(string("a'\0; echo out", 13)), shell_word("a'")},
     };
     for (const auto &[word, expected] : words) EXPECT_EQ(word, expected);
     EXPECT_EQ(run_command(string("true\0", 5)), -1);
@@ -125,7 +125,8 @@ TEST_F(Device, ToolsAreTheRootsOwn) {
     EXPECT_EQ(run_command("reboot"), -1);
     EXPECT_EQ(run_command("true date"), 0);
 
-    const string before = getenv("PATH");
+    const char *path = getenv("PATH");
+    const string before = path ? path : "";
     root.write_tool("/sbin/ifconfig", "echo $LC_ALL $LANGUAGE");
     setenv("LANGUAGE", "de", 1);
     prepare_tools();

@@ -89,7 +89,7 @@ TEST(Mib, TheValuesOfADeviceFitTheModule) {
 // mib/README.md gives the reason of what smilint finds: the OIDs are the device's.
 TEST(Mib, OtherReadersTakeIt) {
     const DeviceRoot device;
-    if (device.said("command -v smilint snmptranslate >/dev/null") != "")
+    if (!device.said("command -v smilint snmptranslate >/dev/null").empty())
         GTEST_SKIP() << "smilint or snmptranslate is not installed";
     EXPECT_EQ(
         device.said("cd " + FOLDER +

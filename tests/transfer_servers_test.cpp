@@ -46,9 +46,9 @@ class TransferServersTest : public testing::Test {
         const string missing = device.said(
             "cd /usr; ls sbin/in.tftpd bin/busybox bin/wget bin/python3 >/dev/null "
             "&& bin/python3 -c 'import pyftpdlib'");
-        if (missing != "") GTEST_SKIP() << "needs servers: " << missing;
+        if (!missing.empty()) GTEST_SKIP() << "needs servers: " << missing;
         // A network of its own for this thread and all that it starts.
-        if (unshare(CLONE_NEWNET) != 0 || device.said("busybox ifconfig lo up") != "")
+        if (unshare(CLONE_NEWNET) != 0 || !device.said("busybox ifconfig lo up").empty())
             GTEST_SKIP() << "a network namespace cannot be made here";
         for (const char *name : {"http_proxy", "HTTP_PROXY"}) unsetenv(name);
         setenv("HOME", device.path("").c_str(), 1);  // wget's own settings are not the device's

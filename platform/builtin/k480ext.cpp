@@ -110,7 +110,7 @@ static bool is_address(std::string_view text) {
 static std::string take_word(std::string_view *text) {
     constexpr char BLANKS[] = " \t\n\v\f\r";
     text->remove_prefix(std::min(text->find_first_not_of(BLANKS), text->size()));
-    const std::string word(text->substr(0, text->find_first_of(BLANKS)));
+    std::string word(text->substr(0, text->find_first_of(BLANKS)));
     text->remove_prefix(word.size());
     return word;
 }
