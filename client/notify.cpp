@@ -352,6 +352,11 @@ static bool see_file(const std::string &path, bool made) {
         state.apply_lock_made = state.apply_lock_made || made;
         return true;
     }
+    // The last thing that an apply does. One may be over before the daemon is asked.
+    if (path == SAVED_CHANGES_FILE && !made) {
+        state.applying = state.applying || state.apply_lock_made;
+        return true;
+    }
     for (Transfer &transfer : state.transfers) {
         if (path == transfer.lock_file) {
             if (made) {

@@ -277,8 +277,16 @@ TEST_F(SnmpTest, WithoutAMaster) {
     daemon = device.start_daemon();
     EXPECT_TRUE(answers_soon());
     EXPECT_EQ(value("@1.1.0 @1.2.0"), "\"zevsic-demo\"\n\"elsewhere\"\n") << "the daemon is there again";
+    const auto applied = [&] {
+        return eventually([&] { return has(device.read("/tmp/traps"), "OID: " + SUBTREE + ".0.1\t"); });
+    };
     snmp("set", "@1.26.0 i 2 @1.62.0 i 1");
-    EXPECT_TRUE(eventually([&] { return has(device.read("/tmp/traps"), "OID: " + SUBTREE + ".0.1\t"); }));
+    EXPECT_TRUE(applied());
+    device.write("/tmp/traps", "");
+    kill(front_end, SIGSTOP);
+    device.said("zevctl set APSysName short; zevctl apply --wait");  // it is over when the front end looks
+    kill(front_end, SIGCONT);
+    EXPECT_TRUE(applied());
 }
 
 TEST_F(SnmpTest, PassPersist) {
