@@ -12,11 +12,18 @@
 mib_node *head = nullptr;
 mib_node *prev = nullptr;
 
-std::unique_ptr<char[]> copy_text(std::string_view text) {
-    auto copy = std::make_unique_for_overwrite<char[]>(text.size() + 1);
-    memcpy(copy.get(), text.data(), text.size());
-    copy[text.size()] = '\0';
-    return copy;
+void set_value(mib_node *node, const char *text) {
+    const char *old = node->value_is_apart ? node->value_apart : nullptr;
+    const size_t size = strlen(text) + 1;
+    node->value_is_apart = size > sizeof node->value_here;
+    if (node->value_is_apart) {
+        auto *copy = new char[size];
+        memcpy(copy, text, size);
+        node->value_apart = copy;
+    } else {
+        memmove(node->value_here, text, size);
+    }
+    delete[] old;
 }
 
 static bool has_slot(const mib_node *node, int arc) {
@@ -182,7 +189,7 @@ void dump_node(const mib_node *node) {
         TRACE("NULL\n");
         return;
     }
-    if (node->kind == INSTANCE) TRACE(" oid=%s value=%s\n", FullOid(node).text, node->value.get());
+    if (node->kind == INSTANCE) TRACE(" oid=%s value=%s\n", FullOid(node).text, node->value());
     for (int slot = 0; node->below && slot < node->below->child_count; slot++) {
         const mib_node *child = node->below->children[slot];
         if (!child) continue;
@@ -208,7 +215,7 @@ void print_root(const mib_node *root) {
             return;
         }
         if (node->kind == INSTANCE)
-            TRACE(" oid=%s value=%s\n", FullOid(node).text, node->value.get());
+            TRACE(" oid=%s value=%s\n", FullOid(node).text, node->value());
         else
             TRACE(" oid=%s\n", FullOid(node).text);
     }

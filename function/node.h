@@ -42,9 +42,13 @@ struct mib_node {
     uint8_t kind = BRANCH;
     uint8_t update_bit = 1;  // 1: GET consults the handler when the object's refresh is due
     uint8_t type = TYPE_NONE;
-    bool cut_short = false;    // the last refresh lacked the time for a tool: the next request repeats it
+    bool cut_short : 1 = false;  // the last refresh lacked the time for a tool: the next request repeats it
+    bool value_is_apart : 1 = false;
     int32_t update_stamp = 0;  // time of the last refresh of an object, seconds since the epoch
-    std::unique_ptr<char[]> value;  // cached value of an instance, may be null
+    union {                    // the value of an instance: nine of ten are numbers of a few digits
+        char value_here[8] = "";
+        char *value_apart;  // owned
+    };
     MibHandler handler = nullptr;
     std::unique_ptr<mib_children> below;  // null: no slot
     mib_node *list_next = nullptr;
@@ -55,6 +59,11 @@ struct mib_node {
     // of its own; the end of a run is found by descending instead of walking it.
     mib_node *run_parent = nullptr;
     mib_node *run_last = nullptr;
+
+    ~mib_node() {
+        if (value_is_apart) delete[] value_apart;
+    }
+    const char *value() const { return value_is_apart ? value_apart : value_here; }
 
     // The OID relative to the root.
     const char *oid() const { return reinterpret_cast<const char *>(this + 1); }
@@ -107,7 +116,8 @@ mib_node *find_child(mib_node *node, int arc);
 // Last node of the node's run (the node itself when nothing follows).
 mib_node *run_end(mib_node *node);
 
-std::unique_ptr<char[]> copy_text(std::string_view text);
+// The text is copied; it may be the node's own.
+void set_value(mib_node *node, const char *text);
 
 // Debug prints on the trace stream: the tree with slot numbers, and the registration list.
 void dump_node(const mib_node *node);

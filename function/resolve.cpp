@@ -106,9 +106,9 @@ snmp_reply *just_output(snmp_reply *reply, mib_node *node, int arc) {
     TRACE_LOCATION("function", __func__);
     const mib_node *child = find_child(node, arc);
     if (!child || !is_value(child->type)) return reply;  // a level of a row index is no value
-    TRACE("type=%s data=%s\n", type_to_str(child->type), child->value ? child->value.get() : "");
+    TRACE("type=%s data=%s\n", type_to_str(child->type), child->value());
     reply->reply_status = child->type;
-    if (child->value) put_text(reply->value, child->value.get());
+    put_text(reply->value, child->value());
     put_text(reply->oid, FullOid(child).view());
     return reply;
 }

@@ -48,7 +48,7 @@ static mib_node *store_cell(mib_node *column, const char *value, const int *arcs
         cell =
             find_or_create(cell, arcs[i], i == n - 1 ? column->type : static_cast<uint8_t>(INDEX), trace_as);
     if (!cell) return nullptr;
-    cell->value = copy_text(value);
+    set_value(cell, value);
     TRACE("oid=%s value=%s\n", FullOid(cell).text, value);
     TRACE(" value=%s\n", value);
     return cell;
@@ -59,7 +59,7 @@ static snmp_reply *answer(snmp_reply *reply, const mib_node *cell) {
     if (!reply || !cell) return reply;
     put_text(reply->oid, FullOid(cell).view());
     reply->reply_status = cell->type;
-    put_text(reply->value, cell->value.get());
+    put_text(reply->value, cell->value());
     return reply;
 }
 
