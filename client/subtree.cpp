@@ -86,27 +86,30 @@ static bool is_slow(size_t index) {
 
 // ---- rows and their keys ----
 
-static const RowKey SCALAR(1, '\0');
+static constexpr RowKey SCALAR = {.arcs = {0}, .size = 1};
 
-static RowKey key_of(const Oid &oid, size_t index) {
-    const auto arcs = static_cast<std::ptrdiff_t>(subtree_objects()[index].oid.size());
-    return {oid.begin() + arcs, oid.end()};
+// None when no row can have these arcs.
+static std::optional<RowKey> key_of(const Oid &oid, size_t index) {
+    const size_t above = subtree_objects()[index].oid.size();
+    RowKey key;
+    if (oid.size() - above > key.arcs.size()) return std::nullopt;
+    for (size_t i = above; i < oid.size(); i++) {
+        if (oid[i] > 255) return std::nullopt;
+        key.arcs[key.size++] = static_cast<uint8_t>(oid[i]);
+    }
+    return key;
 }
 
 static Oid oid_of(size_t index, const RowKey &key) {
     Oid oid = subtree_objects()[index].oid;
-    for (const char arc : key) oid.push_back(static_cast<unsigned char>(arc));
+    oid.insert(oid.end(), key.begin(), key.end());
     return oid;
 }
 
 static std::string text_of(size_t index, const RowKey &key) {
     std::string text = subtree_objects()[index].text;
-    for (const char arc : key) text += "." + std::to_string(static_cast<unsigned char>(arc));
+    for (const int arc : key) text += "." + std::to_string(arc);
     return text;
-}
-
-static bool same_arc(uint32_t arc, char own) {
-    return arc == static_cast<unsigned char>(own);
 }
 
 // The first row behind an OID.
@@ -116,9 +119,8 @@ static std::vector<KnownRow>::const_iterator row_behind(const std::vector<KnownR
     if (!is_below(oid, object)) return oid < object ? rows.begin() : rows.end();
     const auto arcs = oid.begin() + static_cast<std::ptrdiff_t>(object.size());
     return std::partition_point(rows.begin(), rows.end(), [&](const KnownRow &row) {
-        const auto [arc, own] = std::mismatch(arcs, oid.end(), row.key.begin(), row.key.end(), same_arc);
-        if (own == row.key.end()) return true;
-        return arc != oid.end() && static_cast<unsigned char>(*own) < *arc;
+        const auto [arc, own] = std::mismatch(arcs, oid.end(), row.key.begin(), row.key.end());
+        return own == row.key.end() || (arc != oid.end() && *own < *arc);
     });
 }
 
@@ -231,10 +233,11 @@ static void take_link(Subtree *subtree, size_t index, const RowKey &key, const s
     const Oid oid = parse_oid(reply.oid);
     bool belongs = false;
     const size_t at = object_at(oid, &belongs);
+    const std::optional<RowKey> next = belongs && at == index ? key_of(oid, index) : std::nullopt;
     link.answered = true;
-    link.ended = !belongs || at != index;
-    if (!link.ended) {
-        link.next = key_of(oid, index);
+    link.ended = !next;
+    if (next) {
+        link.next = *next;
         link.value = value_of(subtree, index, reply.value);
     } else if (belongs && at > index) {
         note_empty(subtree, index, at);
@@ -393,7 +396,8 @@ static bool wants_known(const Subtree &subtree, const ManagerRequest &request, b
     return failed || is_silent(subtree) || subtree.asker.now >= patience_ends(request);
 }
 
-static std::shared_ptr<PendingGet> look_up(Subtree *subtree, size_t index, const Oid &oid) {
+static std::shared_ptr<PendingGet> look_up(Subtree *subtree, size_t index, const Oid &oid,
+                                           const RowKey &key) {
     std::shared_ptr<PendingGet> &lookup = subtree->lookups[oid];
     if (lookup && lookup->asked >= subtree->changed) return lookup;
     lookup = std::make_shared<PendingGet>();
@@ -403,7 +407,7 @@ static std::shared_ptr<PendingGet> look_up(Subtree *subtree, size_t index, const
                           .set = {},
                           .turn = is_slow(index) ? Turn::SLOW : Turn::AWAITED,
                           .send_before = subtree->asker.now + UNSENT,
-                          .done = [subtree, index, oid, lookup = lookup](const snmp_reply *reply) {
+                          .done = [subtree, index, oid, key, lookup = lookup](const snmp_reply *reply) {
                               const auto at = subtree->lookups.find(oid);
                               if (at != subtree->lookups.end() && at->second == lookup)
                                   subtree->lookups.erase(at);
@@ -417,7 +421,6 @@ static std::shared_ptr<PendingGet> look_up(Subtree *subtree, size_t index, const
                                                                                       : Outcome::VALUE;
                               KnownColumn &column = subtree->columns[index];
                               if (lookup->asked < column.dropped) return;
-                              const RowKey key = key_of(oid, index);
                               const auto row = row_at(column.rows, key);
                               const bool known = row != column.rows.end() && row->key == key;
                               if (!there && known) column.rows.erase(row);
@@ -434,16 +437,14 @@ static SubtreeReading answer_get(Subtree *subtree, ManagerRequest *request) {
     bool belongs = false;
     const size_t index = object_at(request->oid, &belongs);
     if (!belongs) return {Outcome::NO_OBJECT, request->oid, {}};
-    if (std::any_of(request->oid.begin() + static_cast<std::ptrdiff_t>(subtree_objects()[index].oid.size()),
-                    request->oid.end(), [](uint32_t arc) { return arc > 255; }))
-        return {Outcome::NO_INSTANCE, request->oid, {}};
+    const std::optional<RowKey> key = key_of(request->oid, index);
+    if (!key) return {Outcome::NO_INSTANCE, request->oid, {}};
     KnownColumn &column = subtree->columns[index];
-    const RowKey key = key_of(request->oid, index);
-    const auto row = row_at(column.rows, key);
-    const bool there = row != column.rows.end() && row->key == key;
+    const auto row = row_at(column.rows, *key);
+    const bool there = row != column.rows.end() && row->key == *key;
     const bool known = is_known(*subtree, there ? row->answered : column.read);
     if (!request->lookup && !(known && is_silent(*subtree)))
-        request->lookup = look_up(subtree, index, request->oid);
+        request->lookup = look_up(subtree, index, request->oid, *key);
     const Outcome outcome = request->lookup ? request->lookup->outcome : Outcome::PENDING;
     if (outcome == Outcome::VALUE || outcome == Outcome::NO_INSTANCE)
         return {outcome, request->oid, request->lookup->value};

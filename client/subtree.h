@@ -4,6 +4,7 @@
 // does not answer in time.
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <map>
 #include <memory>
@@ -27,8 +28,15 @@ const std::vector<SubtreeObject> &subtree_objects();
 // Place of the object that an OID belongs to, or behind the last one that comes before it.
 size_t object_at(const Oid &oid, bool *belongs);
 
-// The arcs of an instance behind its object's OID, a byte each: no row of the daemon has an arc above 255.
-using RowKey = std::string;
+// The arcs of an instance behind its object's OID: no row of the daemon has more, or one above 255.
+struct RowKey {
+    std::array<uint8_t, MOST_LEVELS> arcs{};
+    uint8_t size = 0;
+
+    const uint8_t *begin() const { return arcs.data(); }
+    const uint8_t *end() const { return arcs.data() + size; }
+    auto operator<=>(const RowKey &) const = default;
+};
 
 struct KnownRow {
     RowKey key;

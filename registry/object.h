@@ -83,6 +83,8 @@ struct Arc {
         nullptr;  // the object that shows the number; one that no list has is the MIB module's
 };
 
+constexpr size_t MOST_LEVELS = 6;  // of a row index: those of a MAC address
+
 inline constexpr Arc RADIO_ARC = {"RADIO", 'r', 1, 2, "APRFIndex"};
 inline constexpr Arc VAP_ARC = {"VAP", 'v', 1, 16, "VAPIndex"};
 inline constexpr Arc LINK_ARC = {"LINK", 'v', 1, 8, "APWDSIndex"};
@@ -95,7 +97,7 @@ inline constexpr Arc BYTE_ARC = {"BYTE", 'b'};
 struct Table {
     const char *oid = "";   // of its entry
     const char *name = "";  // without "Table" and "Entry"
-    std::array<Arc, 6> arcs{};
+    std::array<Arc, MOST_LEVELS> arcs{};
     const char *group = "";       // pattern of the store's group of a row
     const char *trace = nullptr;  // of an item read
     const char *set_trace = "";   // of a SET
