@@ -192,6 +192,7 @@ TEST_F(SnmpTest, UnderAMaster) {
     takes_and_refuses("@1.2.0 s other ");
     const std::pair<const char *, const char *> reads[] = {{"@1.60.0", "No Such Instance"},
                                                            {"@1.99.0", "No Such Object"},
+                                                           {"@5.1.1.1.0.255.0.0.0.9", "No Such Instance"},
                                                            {"@5.1.1.1.0.255.0.0.0.5.1", "No Such Instance"}};
     for (const auto &[oid, answer] : reads) EXPECT_TRUE(has(snmp("get", oid), answer)) << oid;
     EXPECT_TRUE(has(snmp("getnext", "@1.1"), "lobby"));
@@ -273,7 +274,7 @@ TEST_F(SnmpTest, WithoutAMaster) {
     hides_nothing();
     device.end(daemon);
     EXPECT_EQ(value("@1.1.0 @1.2.0"), "\"soon\"\n\"Wireless Access Point\"\n");
-    device.said("zevcfg set device desc elsewhere; sleep 0.8");  // longer than what is known is held back
+    device.said("zevcfg set device desc elsewhere; sleep 0.8");  // longer than a request waits
     daemon = device.start_daemon();
     EXPECT_TRUE(answers_soon());
     EXPECT_EQ(value("@1.1.0 @1.2.0"), "\"zevsic-demo\"\n\"elsewhere\"\n") << "the daemon is there again";
