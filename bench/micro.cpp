@@ -7,12 +7,13 @@
 #include <fstream>
 #include <string>
 
-#include "function/agent.h"
-#include "function/rows.h"
+#include "handler/groups.h"
 #include "handler/objects.h"
 #include "platform/device.h"
-#include "zevsic/dispatch.h"
-#include "zevsic/trace.h"
+#include "tree/agent.h"
+#include "tree/dispatch.h"
+#include "tree/rows.h"
+#include "tree/trace.h"
 
 static snmp_request request;
 static snmp_reply reply;

@@ -2,10 +2,10 @@
 // settings.
 #include <cstring>
 
-#include "client/settings.h"
 #include "fuzz/fuzz.h"
 #include "platform/builtin/item_text.h"
 #include "platform/k480ext.h"
+#include "zevctl/settings.h"
 
 static void read_facts(const FuzzRoot &root, std::string_view text) {
     // Another size: the file is seen to have changed.

@@ -8,8 +8,8 @@
 #include <map>
 #include <sstream>
 
-#include "function/agent.h"
 #include "fuzz/fuzz.h"
+#include "handler/groups.h"
 #include "handler/sampling.h"
 #include "handler/toolkit.h"
 #include "handler/transfer_process.h"
@@ -17,7 +17,8 @@
 #include "platform/device.h"
 #include "tests/requests.h"
 #include "tests/unit/fake_platform.h"
-#include "zevsic/trace.h"
+#include "tree/agent.h"
+#include "tree/trace.h"
 
 // What takes time or a process of its own is done at once, or not.
 double sample_cpu_busy_ratio() {

@@ -5,15 +5,15 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "client/asker.h"
-#include "client/metrics.h"
-#include "client/output.h"
-#include "client/pass_persist.h"
 #include "client/protocol.h"
-#include "client/settings.h"
-#include "client/table.h"
-#include "client/translate.h"
 #include "fuzz/fuzz.h"
+#include "snmp/asker.h"
+#include "snmp/pass_persist.h"
+#include "snmp/translate.h"
+#include "zevctl/metrics.h"
+#include "zevctl/output.h"
+#include "zevctl/settings.h"
+#include "zevctl/table.h"
 
 static std::string_view replies;
 static int left;

@@ -11,7 +11,7 @@
 #include <string_view>
 
 #include "platform/k480ext.h"
-#include "zevsic/trace.h"
+#include "tree/trace.h"
 
 static bool is_digit(char c) {
     return c >= '0' && c <= '9';

@@ -9,12 +9,12 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "function/groups.h"
-#include "function/resolve.h"
 #include "handler/engine.h"
+#include "handler/groups.h"
 #include "handler/rules.h"
 #include "platform/device.h"
-#include "zevsic/log.h"
+#include "platform/log.h"
+#include "tree/resolve.h"
 
 int access_lock = 0;
 

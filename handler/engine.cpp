@@ -5,8 +5,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "function/rows.h"
 #include "platform/k480ext.h"
+#include "tree/rows.h"
 
 // ---- patterns ----
 

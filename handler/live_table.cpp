@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "function/node.h"
 #include "platform/device.h"
+#include "tree/node.h"
 
 static constexpr size_t PIECE_LENGTH = 1022;
 static constexpr std::string_view WHITE_SPACE = " \t\n\v\f\r";

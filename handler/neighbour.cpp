@@ -1,10 +1,10 @@
 // The access points that the device's radios hear: table 6.1.1. A row is a neighbour's MAC address; one
 // heard by both radios has the values of radio 2.
-#include "function/agent.h"
 #include "handler/live_table.h"
 #include "handler/rules.h"
 #include "platform/device.h"
 #include "platform/k480ext.h"
+#include "tree/agent.h"
 
 // A neighbour's line has nine fields, and a tenth when it tells its SSID.
 static constexpr size_t FIELDS_WITHOUT_SSID = 9;

@@ -2,7 +2,7 @@
 // lists.
 #pragma once
 
-#include "function/node.h"
+#include "tree/node.h"
 
 #define BRANCH(oid)
 #define TABLE(oid, ...)

@@ -3,12 +3,12 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "function/agent.h"
 #include "handler/live_table.h"
 #include "handler/live_vaps.h"
 #include "handler/rules.h"
 #include "handler/value.h"
 #include "platform/device.h"
+#include "tree/agent.h"
 
 // Calls `visit(vap, ifname)`, and ends early at a VAP whose interface has no name, and when it returns false.
 template <typename Visit>

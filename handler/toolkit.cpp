@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "function/oid.h"
-#include "function/resolve.h"
-#include "function/rows.h"
+#include "tree/oid.h"
+#include "tree/resolve.h"
+#include "tree/rows.h"
 
 cfg_item *pending_items = nullptr;
 

@@ -8,12 +8,12 @@
 #include <initializer_list>
 #include <string>
 
-#include "function/agent.h"
-#include "function/node.h"
 #include "platform/zevcfg.h"
 #include "registry/registry.h"
 #include "registry/wire.h"
-#include "zevsic/trace.h"
+#include "tree/agent.h"
+#include "tree/node.h"
+#include "tree/trace.h"
 
 // The arcs of a row: {0} for a scalar, {radio}, {radio, vap}, {radio, vap, entry} …, the six bytes of a MAC
 // address.

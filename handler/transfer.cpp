@@ -9,13 +9,13 @@
 #include <cstring>
 #include <ctime>
 
-#include "function/oid.h"
-#include "function/resolve.h"
 #include "handler/engine.h"
 #include "handler/rules.h"
 #include "handler/transfer_commands.h"
 #include "handler/transfer_process.h"
 #include "platform/device.h"
+#include "tree/oid.h"
+#include "tree/resolve.h"
 
 using TextField = char (agent_state::*)[64];
 using CodeField = uint8_t agent_state::*;

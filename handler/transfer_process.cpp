@@ -10,7 +10,7 @@
 
 #include "platform/detach.h"
 #include "platform/device.h"
-#include "zevsic/log.h"
+#include "platform/log.h"
 
 // Everything the process needs, ready before the fork: other threads of the daemon may hold any lock at that
 // moment, so from then on only calls that are safe in a signal handler are made.

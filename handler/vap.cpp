@@ -1,11 +1,11 @@
 // VAP identity, counters and VLAN: what is special among the objects 3.1.1.1 to 3.1.1.23.
 #include <cstdlib>
 
-#include "function/rows.h"
 #include "handler/counters.h"
 #include "handler/engine.h"
 #include "handler/live_vaps.h"
 #include "handler/rules.h"
+#include "tree/rows.h"
 
 // Where a radio steers its stations, a changed SSID or state of one VAP concerns others: the store adds the
 // items that this takes.

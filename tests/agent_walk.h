@@ -3,6 +3,7 @@
 
 #include <map>
 
+#include "handler/groups.h"
 #include "platform/device.h"
 #include "tests/device_root.h"
 #include "tests/requests.h"

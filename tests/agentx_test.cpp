@@ -4,8 +4,8 @@
 #include <thread>
 
 #include "client/protocol.h"
-#include "client/subtree.h"
 #include "registry/notifications.h"
+#include "snmp/subtree.h"
 #include "tests/device_root.h"
 
 using std::string;

@@ -2,10 +2,10 @@
 // manner, and the subcommands against a small server in this process.
 #include <atomic>
 
-#include "client/commands.h"
-#include "client/output.h"
 #include "client/protocol.h"
 #include "tests/client_fixture.h"
+#include "zevctl/commands.h"
+#include "zevctl/output.h"
 
 namespace {
 

@@ -19,7 +19,7 @@
 #include <string>
 #include <vector>
 
-#include "zevsic/trace.h"
+#include "tree/trace.h"
 
 inline testing::AssertionResult has(const std::string &text, const std::string &part) {
     const bool there = text.find(part) != std::string::npos;

@@ -2,8 +2,8 @@
 // modules see it.
 #include <set>
 
-#include "client/translate.h"
 #include "mib/module.h"
+#include "snmp/translate.h"
 #include "tests/agent_walk.h"
 
 static const std::string FOLDER = ZEVSIC_SOURCE_DIR "/mib/";

@@ -7,11 +7,11 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "function/agent.h"
 #include "handler/toolkit.h"
 #include "registry/registry.h"
 #include "registry/wire.h"
-#include "zevsic/dispatch.h"
+#include "tree/agent.h"
+#include "tree/dispatch.h"
 
 namespace requests {
 

@@ -1,5 +1,5 @@
 // Settings files: from one real device to another, and what is refused of them.
-#include "client/settings.h"
+#include "zevctl/settings.h"
 
 #include "tests/device_root.h"
 

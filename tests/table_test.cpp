@@ -2,9 +2,9 @@
 // what two rounds of watching make of it.
 #include <set>
 
-#include "client/table.h"
-#include "client/watch.h"
 #include "tests/client_fixture.h"
+#include "zevctl/table.h"
+#include "zevctl/watch.h"
 
 namespace {
 

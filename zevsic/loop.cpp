@@ -14,8 +14,8 @@
 #include <list>
 
 #include "registry/wire.h"
+#include "tree/trace.h"
 #include "zevsic/server.h"
-#include "zevsic/trace.h"
 
 // A peer that has connected and sent nothing yet. It waits beside the others and delays nobody.
 struct WaitingPeer {

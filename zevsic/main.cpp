@@ -7,10 +7,11 @@
 #include <cstdlib>
 #include <new>
 
-#include "function/agent.h"
+#include "handler/groups.h"
 #include "platform/device.h"
+#include "platform/log.h"
 #include "platform/zevcfg.h"
-#include "zevsic/log.h"
+#include "tree/agent.h"
 #include "zevsic/loop.h"
 #include "zevsic/options.h"
 #include "zevsic/reload.h"

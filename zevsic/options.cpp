@@ -9,7 +9,7 @@
 #include <cstdlib>
 
 #include "platform/device.h"
-#include "zevsic/trace.h"
+#include "tree/trace.h"
 
 [[noreturn]] static void usage() {
     TRACE("Usage: \n zevsic [-d Debug ]\n");

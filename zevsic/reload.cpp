@@ -1,9 +1,10 @@
 #include "zevsic/reload.h"
 
-#include "function/agent.h"
 #include "handler/commit.h"
+#include "handler/groups.h"
+#include "platform/log.h"
 #include "platform/zevcfg.h"
-#include "zevsic/log.h"
+#include "tree/agent.h"
 
 void reload_agent() {
     if (access_lock > 0) {

@@ -13,8 +13,8 @@
 #include <string>
 
 #include "platform/device.h"
-#include "zevsic/dispatch.h"
-#include "zevsic/trace.h"
+#include "tree/dispatch.h"
+#include "tree/trace.h"
 
 constexpr int BACKLOG = 128;
 

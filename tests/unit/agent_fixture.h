@@ -3,11 +3,12 @@
 
 #include <tuple>
 
-#include "function/node.h"
+#include "handler/groups.h"
 #include "platform/device.h"
 #include "tests/device_root.h"
 #include "tests/requests.h"
 #include "tests/unit/fake_platform.h"
+#include "tree/node.h"
 
 using Texts = std::vector<std::string>;
 inline const Answer NOTHING = {0, "", ""};

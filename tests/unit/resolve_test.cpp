@@ -1,5 +1,5 @@
 // GET, SET and GETNEXT, with the system objects and with toy objects whose handlers misbehave.
-#include "function/resolve.h"
+#include "tree/resolve.h"
 
 #include <ctime>
 

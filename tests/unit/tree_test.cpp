@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <random>
 
-#include "function/rows.h"
 #include "tests/unit/agent_fixture.h"
+#include "tree/rows.h"
 
 static Texts list_order() {
     Texts order;

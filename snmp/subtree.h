@@ -1,0 +1,139 @@
+// The subtree as a manager sees it: instances in numeric order with values of their syntax. The daemon lists
+// its rows as they were published and may take seconds for one answer; so columns are read as a whole, ahead
+// of a walk, and kept: for a moment so that a walk is served from them, and for longer in case the daemon
+// does not answer in time.
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "snmp/asker.h"
+#include "snmp/translate.h"
+
+struct SubtreeObject {
+    Oid oid;
+    const Object *object;
+    std::string text;  // of the OID
+    size_t table;      // place of the first object of its table; its own for a scalar
+    size_t most_rows;  // that it can have; 1 for a scalar
+};
+
+// Every object in numeric order.
+const std::vector<SubtreeObject> &subtree_objects();
+
+// Place of the object that an OID belongs to, or behind the last one that comes before it.
+size_t object_at(const Oid &oid, bool *belongs);
+
+// The arcs of an instance behind its object's OID: no row of the daemon has more, or one above 255.
+struct RowKey {
+    std::array<uint8_t, MOST_LEVELS> arcs{};
+    uint8_t size = 0;
+
+    const uint8_t *begin() const { return arcs.data(); }
+    const uint8_t *end() const { return arcs.data() + size; }
+    auto operator<=>(const RowKey &) const = default;
+};
+
+struct KnownRow {
+    RowKey key;
+    Value value;  // Syntax::OTHER: the text answered is no value of the object's syntax
+    Clock::time_point answered;
+};
+
+// A row found while a column is read: the answer to "what comes after it".
+struct RowLink {
+    RowKey key;
+    bool answered = false;
+    bool ended = false;   // nothing of this column
+    bool passed = false;  // the way along the rows went over it
+    RowKey next;
+    Value value;  // of the next row
+};
+
+// A column that is being read.
+struct ColumnReading {
+    bool active = false;
+    unsigned number = 0;  // answers to questions of an earlier one do not count
+    Clock::time_point started;
+    bool ahead = false;          // no manager waits for it yet
+    bool again = false;          // its rows were made anew in the middle once
+    bool quick = false;          // an answer came at once, so the handler has done its work
+    std::vector<RowLink> links;  // by key; the first has no key and stands for the column itself
+    std::vector<KnownRow> rows;  // in the daemon's order, as far as they are known
+};
+
+struct KnownColumn {
+    std::vector<KnownRow> rows;  // by key; what was known last
+    Clock::time_point started;   // the reading that these rows are from; the epoch: there was none
+    Clock::time_point read;      // and its end
+    Clock::time_point failed;
+    Clock::time_point dropped;  // answers to what was asked before do not count
+    Clock::time_point entered;  // a walk came here
+    size_t ahead = 0;           // so many values were read ahead of it then
+    size_t latest = 0;          // of the first object of a table: the column that was read last
+    ColumnReading reading;
+    unsigned unfit = 0;  // values that the syntax could not hold
+};
+
+enum class Outcome { VALUE, NO_OBJECT, NO_INSTANCE, NO_ANSWER, PENDING };
+
+// A GET that was sent to the daemon; managers who ask for the same meanwhile share it.
+struct PendingGet {
+    Clock::time_point asked;
+    Outcome outcome = Outcome::PENDING;
+    Value value;
+};
+
+struct Subtree {
+    explicit Subtree(const std::string &socket) : asker(socket) {
+        for (size_t i = 0; i < columns.size(); i++) columns[i].latest = i;
+    }
+
+    Asker asker;
+    std::chrono::seconds keep{300};  // what is known is served for as long when the daemon does not answer
+    std::vector<KnownColumn> columns = std::vector<KnownColumn>(subtree_objects().size());
+    std::map<Oid, std::shared_ptr<PendingGet>> lookups;
+    Clock::time_point changed;    // what was asked before is not kept
+    Clock::time_point unsettled;  // until then nothing is kept
+    std::string stamps;           // of the files that tell of an apply or a restart
+    Clock::time_point stamped;
+    size_t warmed = 0;  // objects read since the start, in the order of warm_up()
+    Clock::time_point warm_next;
+    bool late = false;  // a request was answered without the daemon, and it has not answered since
+};
+
+// A request of a manager: for an instance, or for the one behind it.
+struct ManagerRequest {
+    Oid oid;
+    bool next = false;
+    Clock::time_point arrived;   // earliest
+    Clock::time_point deadline;  // it is answered then, whether or not the daemon has answered
+    std::shared_ptr<PendingGet> lookup;
+};
+
+struct SubtreeReading {
+    Outcome outcome = Outcome::NO_ANSWER;
+    Oid oid;
+    Value value;
+};
+
+// PENDING: to be tried again after a step, or at next_try(). NO_INSTANCE for the next one: there is none.
+SubtreeReading answer(Subtree *subtree, ManagerRequest *request);
+Clock::time_point next_try(const Subtree &subtree, const ManagerRequest &request);
+
+// Carries on what was begun, in small steps while no manager waits for it.
+void step(Subtree *subtree, bool waits = true);
+
+// Has everything read once, what takes long last, one object at a time while nothing else is to be asked. To
+// be called after each step.
+void warm_up(Subtree *subtree);
+
+// What is known of an object does not count any more, and of no object is it kept.
+void drop_known(Subtree *subtree, size_t index);
+
+// One line for each object that had values its syntax could not hold.
+void log_unfit(const Subtree &subtree);
