@@ -278,47 +278,6 @@ static std::string alternatives(std::span<const Range> ranges) {
     return out;
 }
 
-static const char *form_text(Form form) {
-    switch (form) {
-        case ANY_TEXT:
-            return "";
-        case NAME_CHARS:
-            return "letters, digits, blanks and #()*,-.:?@_|";
-        case PRINTABLE:
-            return "printable ASCII characters";
-        case VISIBLE:
-            return "printable ASCII characters, no blanks";
-        case SSID:
-            return "printable ASCII characters, no blank at either end";
-        case IPV4_ADDRESS:
-            return "an IPv4 address";
-        case IPV6_ADDRESS:
-            return "an IPv6 address";
-        case DOMAIN_NAME:
-            return "a domain name that ends in two letters or com, edu, gov, mil, net, org, tel";
-        case REALM_LIST:
-            return "domain names that end in two letters or com, edu, gov, mil, net, org, tel, with ; "
-                   "between "
-                   "them";
-        case MAC_ADDRESS:
-            return "a MAC address with : or - throughout";
-        case HEX:
-        case LOWER_HEX:
-            return "hexadecimal digits";
-        case WEB_URL:
-            return "a URL that begins with http:// or https://";
-        case CELLULAR:
-            return "digits, the third may be f";
-        case PROTOCOL:
-            return "TCP, UDP or 0..255";
-        case VAP_MASK:
-            return "digits 0 and 1";
-        case SHORT_NUMBER:
-            return "a number of up to six digits";
-    }
-    return "";
-}
-
 std::string accepted_values(const Object &object) {
     constexpr int MANY = 20;
     std::string out;
@@ -326,7 +285,7 @@ std::string accepted_values(const Object &object) {
         const Word &last = object.words.end()[-1];
         const std::string separator = object.words.size() > MANY ? " to " : ", ";
         for (const Word &word : object.words) {
-            if (!object.in_range(word.value)) continue;
+            if (!object.range.have(word.value)) continue;
             if (object.words.size() > MANY && word.value != object.words.begin()->value &&
                 word.value != last.value)
                 continue;
@@ -335,11 +294,11 @@ std::string accepted_values(const Object &object) {
         return out;
     }
     const std::string length = alternatives(object.range);
-    if (object.type != STRING) return length.empty() ? form_text(object.form) : length;
+    if (object.type != STRING) return length.empty() ? text_of(object.form) : length;
     if (!length.empty()) out = length + " characters";
-    std::string form = form_text(object.form);
-    if (object.numbers[0].is_set()) form = alternatives(object.numbers);
+    std::string form = text_of(object.form);
+    if (object.numbers.are_set()) form = alternatives(object.numbers);
     if (!form.empty()) out += (out.empty() ? "" : ": ") + form;
-    const bool may_be_empty = object.or_empty && !(object.has_range() && object.in_range(0));
+    const bool may_be_empty = object.or_empty && !(object.range.are_set() && object.range.have(0));
     return out.empty() || !may_be_empty ? out : out + ", or empty";
 }

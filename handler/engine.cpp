@@ -25,13 +25,12 @@ static void append_number(std::string *out, int number) {
 
 // Appends what stands for %`letter`; false when it is no number of the row.
 static bool append_arc(std::string *out, char letter, const Table *table, const Row &row) {
-    constexpr std::string_view PLACES = "IJKM";
     if (letter == 'r' || letter == 'v') {
         append_number(out, arc_named(table, row, letter, From::ITSELF));
     } else if (letter == 'k' || letter == 'm') {
         append_number(out, arc_named(table, row, letter, From::LOW));
-    } else if (const size_t place = PLACES.find(letter); place != std::string_view::npos) {
-        append_number(out, row[static_cast<int>(place)] - 1);
+    } else if (letter >= '1' && letter <= '4') {
+        append_number(out, row[letter - '1'] - 1);
     } else {
         return false;
     }
@@ -55,9 +54,9 @@ static std::string row_text(const Row &row) {
     return text;
 }
 
-// Traces the pattern, if there is one, with a text and the result of its read.
+// Traces the pattern, if there is one, with a text and, of an item read, its key and the result.
 static void trace_row(const HandlerCall &call, const char *pattern, const Row &row, const std::string &text,
-                      int result) {
+                      const std::string &key = {}, int result = 0) {
     if (!pattern || !trace_on()) return;
     std::string out;
     for (; *pattern != '\0'; pattern++) {
@@ -70,6 +69,8 @@ static void trace_row(const HandlerCall &call, const char *pattern, const Row &r
             out += text;
         else if (letter == 'e')
             out += std::to_string(result);
+        else if (letter == 'K')
+            out += key;
         else if (letter == 'i')
             out += std::to_string(call.index);
         else if (letter == 'q')
@@ -86,48 +87,66 @@ static void trace_row(const HandlerCall &call, const char *pattern, const Row &r
 
 // ---- groups and items ----
 
+// Groups that a radio has several of, or one.
+static constexpr struct Family {
+    const char *pattern;
+    const unsigned *ids;
+    int per_radio;   // groups of a radio
+    int first = -1;  // which one of them it is; below 0: the second arc counts them
+} FAMILIES[] = {
+    {"rf%r", gid_rf, 1, 0},
+    {"rf%r_vap%v", gid_vap, VAPS},
+    {VAP_SECURITY, gid_vap_sec, VAPS},
+    {VAP_HOTSPOT, gid_vap_hs20, VAPS},
+    {"rf%r_wds%v", gid_wds_link, WDS_LINKS},
+    {"rf%r_wme1", gid_wme, 4, 0},
+    {"rf%r_wme2", gid_wme, 4, 1},
+    {"rf%r_wme3", gid_wme, 4, 2},
+    {"rf%r_wme4", gid_wme, 4, 3},
+};
+static constexpr struct {
+    std::string_view name;
+    unsigned id;
+} GROUPS[] = {
+    {"device", GID_DEVICE},
+    {"systime", GID_SYSTIME},
+    {"wan_ip", GID_WAN_IP},
+    {"network_L2", GID_NETWORK_L2},
+    {"syslog", GID_SYSLOG},
+    {"snmp", GID_SNMP},
+    {"capwap", GID_CAPWAP},
+    {"ipv6", GID_IPV6},
+    {"wes", GID_WES},
+    {"bfirewall", GID_BFIREWALL},
+    {"bfw_service", GID_BFW_SERVICE},
+    {"bfw_dai", GID_BFW_DAI},
+    {"remote_manage", GID_REMOTE_MANAGE},
+};
+
+// A save that meets an item of no group discards everything that was queued.
+static constexpr bool has_id(std::string_view pattern) {
+    for (const Family &family : FAMILIES)
+        if (pattern == family.pattern) return true;
+    for (const auto &group : GROUPS)
+        if (pattern == group.name) return true;
+    return false;
+}
+static constexpr bool have_all_groups_ids() {
+    for (const Object &object : OBJECTS)
+        if (object.group && !has_id(object.group)) return false;
+    for (const Table &table : TABLES)
+        if (*table.group != '\0' && !has_id(table.group)) return false;
+    return true;
+}
+static_assert(have_all_groups_ids());
+
 unsigned group_id(const char *pattern, const Row &row) {
-    struct Family {
-        const char *pattern;
-        const unsigned *ids;
-        int per_radio;  // groups of a radio: the second arc counts them, or `first` is the only one
-        int first = -1;
-    };
-    static constexpr Family FAMILIES[] = {
-        {"rf%r", gid_rf, 1, 0},
-        {"rf%r_vap%v", gid_vap, VAPS},
-        {VAP_SECURITY, gid_vap_sec, VAPS},
-        {VAP_HOTSPOT, gid_vap_hs20, VAPS},
-        {"rf%r_wds%v", gid_wds_link, WDS_LINKS},
-        {"rf%r_wme1", gid_wme, 4, 0},
-        {"rf%r_wme2", gid_wme, 4, 1},
-        {"rf%r_wme3", gid_wme, 4, 2},
-        {"rf%r_wme4", gid_wme, 4, 3},
-    };
-    static constexpr struct {
-        const char *name;
-        unsigned id;
-    } GROUPS[] = {
-        {"device", GID_DEVICE},
-        {"systime", GID_SYSTIME},
-        {"wan_ip", GID_WAN_IP},
-        {"network_L2", GID_NETWORK_L2},
-        {"syslog", GID_SYSLOG},
-        {"snmp", GID_SNMP},
-        {"capwap", GID_CAPWAP},
-        {"ipv6", GID_IPV6},
-        {"wes", GID_WES},
-        {"bfirewall", GID_BFIREWALL},
-        {"bfw_service", GID_BFW_SERVICE},
-        {"bfw_dai", GID_BFW_DAI},
-        {"remote_manage", GID_REMOTE_MANAGE},
-    };
     for (const Family &family : FAMILIES)
         if (strcmp(pattern, family.pattern) == 0)
             return family
                 .ids[(row[0] - 1) * family.per_radio + (family.first < 0 ? row[1] - 1 : family.first)];
     for (const auto &group : GROUPS)
-        if (strcmp(pattern, group.name) == 0) return group.id;
+        if (pattern == group.name) return group.id;
     return 0;
 }
 
@@ -164,7 +183,7 @@ Reading read_row(const HandlerCall &call, const Row &row) {
         reading = read_item(group.c_str(), key.c_str());
     }
     const char *trace = call.object.trace ? call.object.trace : call.table ? call.table->trace : READ_TRACE;
-    trace_row(call, trace, row, reading.text, reading.result);
+    trace_row(call, trace, row, reading.text, key, reading.result);
     return reading;
 }
 
@@ -172,7 +191,7 @@ Reading read_row_traced(const HandlerCall &call, const Row &row, const char *pat
     std::string key;
     expand(&key, pattern, call.table, row);
     Reading reading = read_item(group_name(call, row).c_str(), key.c_str());
-    trace_row(call, call.table->trace, row, reading.text, reading.result);
+    trace_row(call, call.table->trace, row, reading.text, key, reading.result);
     return reading;
 }
 
@@ -256,7 +275,7 @@ bool accept_row(const HandlerCall &call, Row *row) {
     const auto is_row = [&] { return parse_row(call, row); };
     const auto trace_set = [&] {
         trace_row(call, call.object.set_trace ? call.object.set_trace : call.table->set_trace, *row,
-                  call.value, 0);
+                  call.value);
         return true;
     };
     bool accepted = false;
@@ -308,7 +327,7 @@ static std::string stored(const HandlerCall &call, const Hooks &hooks) {
 
 static std::string cell(const HandlerCall &call, const Row &row, const Hooks &hooks) {
     if (call.object.shows_arc) {
-        trace_row(call, call.object.trace, row, "", 0);
+        trace_row(call, call.object.trace, row, "");
         return std::to_string(row[row.count - 1]);
     }
     if (!has_setting(call.object, row)) return "-1";

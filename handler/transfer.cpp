@@ -95,7 +95,7 @@ snmp_reply *transfer_direction(const HandlerCall &call) {
     if (call.kind == KIND_GET) return show(call, std::to_string(zevap->*field));
     TRACE("SET str=%s\n", call.value);
     const long number = strtol(call.value, nullptr, 10);
-    if (!call.object.in_range(number)) return set_refused(call);
+    if (!call.object.range.have(number)) return set_refused(call);
     zevap->*field = static_cast<uint8_t>(number);
     store_cell(call, {0}, call.value);
     return set_accepted(call);

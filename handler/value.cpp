@@ -87,7 +87,7 @@ static bool has_form(Form form, char *value) {
 }
 
 bool within_range(const Object &object, const char *value) {
-    if (!object.has_range()) return true;
+    if (!object.range.are_set()) return true;
     const auto length = static_cast<long>(strlen(value));
     return std::any_of(object.range.begin(), object.range.end(), [&](const Range &range) {
         if (!range.is_set()) return false;
@@ -96,7 +96,7 @@ bool within_range(const Object &object, const char *value) {
 }
 
 static bool is_number_allowed(const Object &object, const char *value) {
-    if (!object.numbers[0].is_set()) return true;
+    if (!object.numbers.are_set()) return true;
     return std::any_of(object.numbers.begin(), object.numbers.end(), [&](const Range &range) {
         return range.is_set() && check_int_range(value, range.low, range.high);
     });
@@ -156,7 +156,7 @@ static std::string decoded(const Object &object, const std::string &stored) {
             return on_or_off(number >= 0 && number <= 4094);
         case HEX_NUMBER: {
             const long hex = strtol(stored.c_str(), nullptr, 16);
-            return object.in_range(hex) ? std::to_string(hex) : "";
+            return object.range.have(hex) ? std::to_string(hex) : "";
         }
         case HEX_TEXT:
             return decoded_text(stored);

@@ -99,7 +99,7 @@ snmp_reply *vlan_bandwidth(const HandlerCall &call) {
     if (call.kind == KIND_SET) return ordinary(call);
     static constexpr const Object &VLAN_ID_OBJECT = *find_object("VAPVlanId");
     return get_rows(call, [&](const Row &row) -> std::string {
-        const bool has_vlan = VLAN_ID_OBJECT.in_range(atoi(read_row(call, row, "vid").c_str()));
+        const bool has_vlan = VLAN_ID_OBJECT.range.have(atoi(read_row(call, row, "vid").c_str()));
         return has_vlan ? read_row(call, row).text : "0";
     });
 }

@@ -295,7 +295,7 @@ ValueSet write_values(const Object &object, const Description &description, Erro
     ValueSet syntax;
     if (object.type == INTEGER && object.words) {
         for (const Word &word : object.words)
-            if (object.in_range(word.value))
+            if (object.range.have(word.value))
                 add_label(&syntax, object, word.value, smi_label(word.text, description.label_prefix),
                           errors);
     } else {

@@ -20,6 +20,34 @@ struct Range {
     constexpr bool has(int64_t number) const { return number >= low && number <= high; }
 };
 
+// Alternatives, written `exactly(0) | between(13, 36)`. Without any, every number is within.
+struct Ranges : std::array<Range, 3> {
+    constexpr bool are_set() const { return front().is_set(); }
+    constexpr bool have(int64_t number) const {
+        if (!are_set()) return true;
+        for (const Range &range : *this)
+            if (range.is_set() && range.has(number)) return true;
+        return false;
+    }
+};
+
+// What is thrown here never is: a slip in a list is no constant then, and does not compile.
+consteval Ranges between(int low, int high) {
+    if (low > high) throw "the bounds are the wrong way round";
+    return {{Range{low, high}}};
+}
+consteval Ranges exactly(int number) {
+    return between(number, number);
+}
+consteval Ranges operator|(Ranges ranges, const Ranges &more) {
+    for (Range &range : ranges)
+        if (!range.is_set()) {
+            range = more.front();
+            return ranges;
+        }
+    throw "too many alternatives";
+}
+
 // What managers have an integer as: one of the type's own range, or a number that is never negative. A
 // counter starts anew at 2^32, or is one that outgrows 32 bits within minutes on a busy radio.
 enum Smi : uint8_t { BY_TYPE, GAUGE32, COUNTER32, COUNTER64 };
@@ -46,6 +74,47 @@ enum Form : uint8_t {
     SHORT_NUMBER,  // up to six characters that do not read as a negative number
 };
 
+// The same in the words that people are told; empty for any text.
+constexpr const char *text_of(Form form) {
+    switch (form) {
+        case ANY_TEXT:
+            return "";
+        case NAME_CHARS:
+            return "letters, digits, blanks and #()*,-.:?@_|";
+        case PRINTABLE:
+            return "printable ASCII characters";
+        case VISIBLE:
+            return "printable ASCII characters, no blanks";
+        case SSID:
+            return "printable ASCII characters, no blank at either end";
+        case IPV4_ADDRESS:
+            return "an IPv4 address";
+        case IPV6_ADDRESS:
+            return "an IPv6 address";
+        case DOMAIN_NAME:
+            return "a domain name that ends in two letters or com, edu, gov, mil, net, org, tel";
+        case REALM_LIST:
+            return "domain names that end in two letters or com, edu, gov, mil, net, org, tel, with ; "
+                   "between them";
+        case MAC_ADDRESS:
+            return "a MAC address with : or - throughout";
+        case HEX:
+        case LOWER_HEX:
+            return "hexadecimal digits";
+        case WEB_URL:
+            return "a URL that begins with http:// or https://";
+        case CELLULAR:
+            return "digits, the fourth may be f";
+        case PROTOCOL:
+            return "TCP, UDP or 0..255";
+        case VAP_MASK:
+            return "digits 0 and 1";
+        case SHORT_NUMBER:
+            return "a number of up to six digits";
+    }
+    return "";
+}
+
 // How the stored text becomes the value and the other way round, before and after the words. What is not said
 // here stays as it is.
 enum Codec : uint8_t {
@@ -69,6 +138,20 @@ struct Need {
     const char *text = "";
 };
 
+// All of them, written `item("state", "enable") & item("mode", "static")`.
+using Needs = std::array<Need, 2>;
+consteval Needs item(const char *key, const char *text) {
+    return {{{key, true, text}}};
+}
+consteval Needs unless_off(const char *key) {
+    return {{{key, false, "disable"}}};
+}
+consteval Needs operator&(Needs needs, const Needs &more) {
+    if (needs[1].key || more[1].key) throw "too many needs";
+    needs[1] = more[0];
+    return needs;
+}
+
 enum Radios : uint8_t { ALL_RADIOS, PLAIN_RADIOS, OFFLOAD_RADIOS };  // which kind of radio has a setting
 
 // In which order a SET goes through its first steps.
@@ -79,33 +162,53 @@ struct Arc {
     const char *name = nullptr;  // for people
     char letter = '\0';          // names the number in patterns
     int low = 0, high = 255;     // where the numbers begin and, at most, end
-    const char *index =
-        nullptr;  // the object that shows the number; one that no list has is the MIB module's
+    // The object that shows the number; one that no list has is the MIB module's.
+    const char *index = nullptr;
 };
 
 constexpr size_t MOST_LEVELS = 6;  // of a row index: those of a MAC address
+using Levels = std::array<Arc, MOST_LEVELS>;
+consteval Levels levels(Arc first, Arc second = {}, Arc third = {}, Arc fourth = {}) {
+    return {first, second, third, fourth};
+}
+consteval Levels mac_levels(const char *index) {
+    Levels bytes;
+    bytes.fill({"BYTE", 'b'});
+    bytes[0].index = index;
+    return bytes;
+}
 
 inline constexpr Arc RADIO_ARC = {"RADIO", 'r', 1, 2, "APRFIndex"};
 inline constexpr Arc VAP_ARC = {"VAP", 'v', 1, 16, "VAPIndex"};
 inline constexpr Arc LINK_ARC = {"LINK", 'v', 1, 8, "APWDSIndex"};
-inline constexpr Arc BYTE_ARC = {"BYTE", 'b'};
 
-// Patterns (group, key, trace texts) hold numbers and texts of the row: %r and %v the arcs of that letter; %k
-// and %m the entry arcs counted from 0, as the store counts; %I %J %K %M the arcs by their place, counted
-// from 0; in traces also %s the text, %e the result of the read, %i the first arc of the request, %q the
-// instance requested, %o the row's, %c how they compare.
+// Patterns (group, key, trace texts) hold numbers and texts of the row:
+//
+// clang-format off
+//   %r %v         the arc of that letter
+//   %k %m         the arc of that letter, counted from 0: less its low
+//   %1 %2 %3 %4   the arc of that place, less one
+// in traces also
+//   %s            the text: what was read, or what is set
+//   %e            the result of the read
+//   %K            the key of the item
+//   %i            the first arc of the request
+//   %q %o %c      the instance requested, that of the row, and how they compare (strcmp)
+// clang-format on
 struct Table {
     const char *oid = "";   // of its entry
     const char *name = "";  // without "Table" and "Entry"
-    std::array<Arc, MOST_LEVELS> arcs{};
+    Levels arcs{};
     const char *group = "";       // pattern of the store's group of a row
     const char *trace = nullptr;  // of an item read
     const char *set_trace = "";   // of a SET
     SetOrder set_order = TRACE_VALUE_ROW;
-    const char *size_key = nullptr;  // the item that tells how many rows there are; else all numbers are rows
-    const char *size_name = nullptr;  // the variable of the rc environment that tells it first
-    int predefined = 0;               // rows in front of the counted ones
-    bool checks_first_arc = false;    // a GET with a first arc that no row has ends at once
+    // How many rows there are: the item that tells it, and the variable of the rc environment that tells it
+    // first. Without an item all numbers are rows.
+    const char *size_key = nullptr;
+    const char *size_name = nullptr;
+    int predefined = 0;             // rows in front of the counted ones
+    bool checks_first_arc = false;  // a GET with a first arc that no row has ends at once
 
     constexpr int levels() const {
         int n = 0;
@@ -123,8 +226,8 @@ struct Object {
     Access access = NO_ACCESS;
 
     // What a SET accepts.
-    std::array<Range, 3> range{};    // of the number for integers, of the length for texts; alternatives
-    std::array<Range, 2> numbers{};  // of a text that is a number; alternatives
+    Ranges range{};    // of the number for integers, of the length for texts
+    Ranges numbers{};  // of a text that is a number
     Form form = ANY_TEXT;
     bool or_empty = false;  // the form and the numbers let the empty text pass
     Words words;
@@ -140,7 +243,7 @@ struct Object {
     const char *missing = nullptr;    // shown when the group has no such key, in place of the empty text
     bool optional = false;            // a SET is accepted without effect when the group has no such key
     Radios radios = ALL_RADIOS;       // on the others "-1" is shown and a SET is accepted without effect
-    std::array<Need, 2> needs{};      // for a SET
+    Needs needs{};                    // for a SET
     const char *set_trace = nullptr;  // in place of the table's
     bool instance_first = false;      // a SET checks the row before the value, in place of the table's order
     bool shows_arc = false;           // the last arc of its rows
@@ -156,14 +259,6 @@ struct Object {
     bool transient = false;    // writable, but kept by the daemon only: no part of the configuration
 
     constexpr bool is_branch() const { return type == TYPE_NONE; }
-    constexpr bool has_range() const { return range[0].is_set(); }
-    // True when the number is within one of the ranges, or there is no range.
-    constexpr bool in_range(int64_t number) const {
-        if (!has_range()) return true;
-        for (const Range &r : range)
-            if (r.is_set() && r.has(number)) return true;
-        return false;
-    }
     constexpr std::string_view entry_oid() const {  // the OID without its last arc
         const std::string_view text = oid;
         const size_t dot = text.rfind('.');
@@ -176,11 +271,39 @@ struct Object {
     }
 };
 
-// Shorthands of the lists.
+// Shorthands of the lists, for members that go together in several entries.
 #define VAP_SECURITY "rf%r_vap%v_sec"
 #define VAP_HOTSPOT "rf%r_vap%v_hs20"
 #define READ_TRACE "ans= %s from ZEVCFG ret=%e.\n"
+#define VAP_TRACE "rf%r,vap%v %K %s from ZEVCFG ret=%e.\n"
+#define LIST_TRACE "Get rf:%r,vap:%v %K %s from ZEVCFG ret=%e. index = %i\n"
+#define ARC_TRACE "request oid=%q roid=%o cmp=%c\n"
 // An on/off object: 1 = disabled, 2 = enabled.
-#define SWITCH .range = {{{1, 2}}}, .words = SWITCH_WORDS
+#define SWITCH .range = between(1, 2), .words = SWITCH_WORDS
 // An item that only the store itself makes: without it "-1" shows and a SET has no effect.
 #define IF_STORED .missing = "-1", .optional = true
+#define STATIC_IPV6 item("state", "enable") & item("mode", "static")
+#define STATIC_IPV6_ADDRESS(key_) \
+    .range = between(2, 39), .form = IPV6_ADDRESS, .group = "ipv6", .key = key_, .needs = STATIC_IPV6
+#define CONTROLLER(key_)                                                                             \
+    .range = between(0, 15), .form = IPV4_ADDRESS, .or_empty = true, .group = "capwap", .key = key_, \
+    .conditional = true
+// The medium access of a traffic class, a group of the store each.
+#define WME_WINDOW(group_, key_)                           \
+    .range = between(0, 15), .group = group_, .key = key_, \
+    .trace = " Get " group_ " " key_ ":%s from ZEVCFG.\n"
+#define WME_AIFS(group_)                                                      \
+    .range = between(0, 15), .unit = "slots", .group = group_, .key = "aifs", \
+    .trace = " Get " group_ " AIFS:%s from ZEVCFG.\n"
+#define WME_TXOP(group_)                                                          \
+    .range = between(0, 8192), .unit = "us", .group = group_, .key = "txoplimit", \
+    .trace = " Get " group_ " TXOP Limit:%s from ZEVCFG.\n"
+// The access category of frames of an 802.1p priority.
+#define DOWNLINK_CATEGORY(key_, ...)                                                                \
+    .range = between(0, 3), .words = ACCESS_CATEGORY_WORDS, .key = key_ __VA_OPT__(, ) __VA_ARGS__, \
+    .codec = WHOLE_NUMBER, IF_STORED, .radios = PLAIN_RADIOS
+#define OPTIONAL_IPV4(key_) \
+    .range = exactly(0) | between(7, 15), .form = IPV4_ADDRESS, .or_empty = true, .key = key_
+#define OPTIONAL_MAC(key_) \
+    .range = exactly(0) | exactly(17), .form = MAC_ADDRESS, .or_empty = true, .key = key_
+#define IPV4_MASK(key_) .range = between(0, 32), .unit = "bits", .key = key_

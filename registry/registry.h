@@ -4,12 +4,13 @@
 // checks and serves from it; clients and the MIB module take names, words and bounds from it. No handler is
 // linked for reading it.
 //
+// clang-format off
 //   BRANCH(oid)
-//   TABLE(oid, name, ...)                          the entry of a table; ... = members of `Table` in their
-//   order OBJECT(oid, name, type, access, ...)           ... = members of `Object` in their order
-//   SPECIAL(rule, oid, name, type, access, ...)    the same for an object with a rule of its own, a function
-//   of
-//                                                  that name in handler/
+//   TABLE(oid, name, ...)                         the entry of a table; ... = members of `Table` in their order
+//   OBJECT(oid, name, type, access, ...)          ... = members of `Object` in their order
+//   SPECIAL(rule, oid, name, type, access, ...)   the same for an object with a rule of its own, a function
+//                                                 of that name in handler/
+// clang-format on
 #pragma once
 
 #include <iterator>

@@ -123,7 +123,7 @@ SetResult check_set(const Object *object, const Oid &instance, const Value &valu
     if (value.syntax != syntax_of(*object)) return SetResult::WRONG_TYPE;
     const bool text = value.syntax == Syntax::OCTET_STRING;
     const int64_t measure = text ? static_cast<int64_t>(value.octets.size()) : value.number;
-    if (value.syntax != Syntax::IPADDRESS && !object->in_range(measure))
+    if (value.syntax != Syntax::IPADDRESS && !object->range.have(measure))
         return text ? SetResult::WRONG_LENGTH : SetResult::WRONG_VALUE;
     std::string error;
     set_text(*object, to_text(value), &error);

@@ -73,7 +73,7 @@ TEST(ClientNames, ValuesBothWays) {
         EXPECT_EQ(set_text(object, wire_value(object, c.value), &error), c.expected);
         EXPECT_EQ(error.empty(), !c.expected.empty()) << c.value << ": " << error;
     }
-    const Object number{.type = INTEGER, .range = {{{-1, -1}, {2, 7}}}};
+    const Object number{.type = INTEGER, .range = exactly(-1) | between(2, 7)};
     EXPECT_EQ(accepted_values(number), "-1 or 2..7");
     const std::pair<const char *, const char *> accepted[] = {
         {"APSysL2STPEnabled", "1 (disabled), 2 (enabled)"},

@@ -99,8 +99,8 @@ std::string value_mistake(const Object &object, const std::string &value) {
     long number = 0;
     set_text(object, value, &error);
     if (!error.empty()) return error;
-    if (object.secret && value.empty() && !object.has_range()) return "cannot be empty";
-    if (object.type == STRING && !object.in_range(static_cast<long>(value.size())))
+    if (object.secret && value.empty() && !object.range.are_set()) return "cannot be empty";
+    if (object.type == STRING && !object.range.have(static_cast<long>(value.size())))
         return "wrong length of " + std::to_string(value.size()) + hint;
     if (object.type == IPADDRESS && !is_address(value)) return "no address" + hint;
     if (object.type != INTEGER) return "";
@@ -110,7 +110,7 @@ std::string value_mistake(const Object &object, const std::string &value) {
         return (words.empty() ? "no number: " : "no such word: ") + printable(value) +
                suggestion(value, words) + hint;
     }
-    return object.in_range(number) ? "" : "value refused" + hint;
+    return object.range.have(number) ? "" : "value refused" + hint;
 }
 
 // ---- values in a file ----

@@ -28,7 +28,7 @@ static int print_words(const Client &client, const std::string &kind, const std:
     const Target target = parse_target(object.substr(0, object.find('.')));
     if (kind == "values" && target.object)
         for (const Word &word : target.object->words)
-            if (target.object->in_range(word.value)) puts(word.text);
+            if (target.object->range.have(word.value)) puts(word.text);
     std::string error;
     const auto print = [](const Target &at, const snmp_reply &) { puts(format_name(at).c_str()); };
     if (kind == "instances" && target.object) walk_values(client, target.oid, print, &error);
