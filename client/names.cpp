@@ -151,6 +151,10 @@ Target parse_target(std::string_view text) {
     return failed(unknown_name(name));
 }
 
+Target instance_0(const Object *object) {
+    return {.error = "", .oid = ROOT + "." + object->oid + ".0", .object = object, .instance = "0"};
+}
+
 // "RADIO.VAP" and the like.
 static std::string row_arcs(const Table &table) {
     if (table.is_by_mac()) return "six bytes of a MAC address in decimal";

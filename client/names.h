@@ -25,6 +25,9 @@ Target parse_target(std::string_view text);
 // The same for a request that needs an instance: a scalar's 0 may be left out, a column needs its arcs.
 Target parse_instance(std::string_view text);
 
+// A scalar, as a request names it.
+Target instance_0(const Object *object);
+
 // The known object that a full OID belongs to, with the instance.
 Target locate(std::string_view oid);
 

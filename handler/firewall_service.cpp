@@ -40,10 +40,10 @@ static constexpr const char *PREDEFINED[][4] = {
     {"OSPF", "89", "", ""},
 };
 constexpr int PREDEFINED_COUNT = static_cast<int>(std::size(PREDEFINED));
-static_assert(table_of(*find_object("L2FirewallServiceName"))->predefined == PREDEFINED_COUNT);
+static_assert(table_of(*"L2FirewallServiceName"_object)->predefined == PREDEFINED_COUNT);
 
-constexpr int FIRST_COLUMN = find_object("L2FirewallServiceName")->last_arc();
-static const Table &SERVICES = *table_of(*find_object("L2FirewallServiceName"));
+constexpr int FIRST_COLUMN = "L2FirewallServiceName"_object->last_arc();
+static const Table &SERVICES = *table_of(*"L2FirewallServiceName"_object);
 
 bool is_service_name(const char *text) {
     for (const auto &[name, protocol, source_ports, destination_ports] : PREDEFINED)

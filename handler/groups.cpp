@@ -43,7 +43,7 @@ void init_norvalisL2FirewallInfo(){
 }
 
 mib_node *register_apply_object() {
-    constexpr const Object *object = find_object("APSysApplyConfig");
+    constexpr const Object *object = "APSysApplyConfig"_object;
     ALLOC_NODE(std::string(object->entry_oid()).c_str(), TYPE_NONE, nullptr);
     return ALLOC_NODE(object->oid, object->type, APSysApplyConfig);
 }

@@ -59,7 +59,7 @@ snmp_reply *clock_field(const HandlerCall &call) {
     static constexpr int32_t agent_state::*FIELDS[] = {&agent_state::set_year,   &agent_state::set_month,
                                                        &agent_state::set_day,    &agent_state::set_hour,
                                                        &agent_state::set_minute, &agent_state::set_second};
-    const auto field = FIELDS[call.object.last_arc() - find_object("APSysSetDateYear")->last_arc()];
+    const auto field = FIELDS[call.object.last_arc() - "APSysSetDateYear"_object->last_arc()];
     if (!is_instance_0(call)) return call.reply;
     if (call.kind == KIND_GET) {
         stamp(call);

@@ -47,7 +47,7 @@ static constexpr Transfer FTP{
 
 // Both protocols have the same objects.
 static const Transfer &transfer_of(const HandlerCall &call) {
-    static constexpr std::string_view TFTP_BRANCH = find_object("TFTPSrvIP")->entry_oid();
+    static constexpr std::string_view TFTP_BRANCH = "TFTPSrvIP"_object->entry_oid();
     return call.object.entry_oid() == TFTP_BRANCH ? TFTP : FTP;
 }
 
@@ -174,8 +174,7 @@ static bool start_transfer(const Transfer &transfer, UpdateCommand command) {
 
 // Has the next GET of an object ask its handler. Whoever has just started or cleared a transfer must not be
 // told how the one before ended.
-static void make_due(const char *object_name) {
-    const Object *object = find_object(object_name);
+static void make_due(const Object *object) {
     mib_node *node = head;
     ArcReader arcs(object->oid);
     for (int arc; node && arcs.next(&arc);) node = find_child(node, arc);
@@ -192,8 +191,8 @@ snmp_reply *transfer_update_command(const HandlerCall &call) {
     // Kept and shown even when the transfer is refused.
     zevap->*transfer.update_command = static_cast<uint8_t>(command);
     store_cell(call, {0}, call.value);
-    make_due("TFTPActionStatus");
-    make_due("FTPActionStatus");
+    make_due("TFTPActionStatus"_object);
+    make_due("FTPActionStatus"_object);
     if (command == CLEAR) {
         const TransferFiles files = transfer_files(transfer.protocol);
         remove_device_file(files.backup);

@@ -97,7 +97,7 @@ snmp_reply *vap_vlan(const HandlerCall &call) {
 // Bandwidth limits are limits of the VAP's VLAN: without one there is none to show.
 snmp_reply *vlan_bandwidth(const HandlerCall &call) {
     if (call.kind == KIND_SET) return ordinary(call);
-    static constexpr const Object &VLAN_ID_OBJECT = *find_object("VAPVlanId");
+    static constexpr const Object &VLAN_ID_OBJECT = *"VAPVlanId"_object;
     return get_rows(call, [&](const Row &row) -> std::string {
         const bool has_vlan = VLAN_ID_OBJECT.range.have(atoi(read_row(call, row, "vid").c_str()));
         return has_vlan ? read_row(call, row).text : "0";

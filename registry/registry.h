@@ -52,8 +52,9 @@ constexpr const Table *table_of(const Object &object) {
 
 // How many arcs an instance of the object has.
 constexpr int arc_count(const Object &object) {
-    const Table *table = table_of(object);
-    return table ? table->levels() : 1;
+    for (const Table &table : TABLES)
+        if (object.entry_oid() == table.oid) return table.levels();
+    return 1;
 }
 
 // Place of a named object in OBJECTS, or −1. Case matters.
@@ -67,4 +68,11 @@ constexpr int object_index(std::string_view name) {
 constexpr const Object *find_object(std::string_view name) {
     const int i = object_index(name);
     return i < 0 ? nullptr : &OBJECTS[i];
+}
+
+// "APSysName"_object is the object of that name; a name that none has does not compile.
+consteval const Object *operator""_object(const char *name, size_t length) {
+    const int i = object_index({name, length});
+    if (i < 0) throw "no object has this name";
+    return &OBJECTS[i];
 }

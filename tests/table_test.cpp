@@ -8,26 +8,6 @@
 
 namespace {
 
-TEST(Views, AreMadeOfObjects) {
-    const auto arcs = [](const char *name) { return find_object(name) ? arc_count(*find_object(name)) : -1; };
-    for (const View &view : views()) {
-        std::set<std::string> headings, shown;
-        EXPECT_EQ(find_object(view.name), nullptr);
-        EXPECT_EQ(arcs(view.columns[0].objects[0]), view.arcs) << view.name;
-        for (const ViewColumn &column : view.columns) {
-            SCOPED_TRACE(std::string(view.name) + ": " + column.heading);
-            EXPECT_TRUE(headings.insert(column.heading).second);
-            EXPECT_TRUE(column.compose || shown.insert(column.objects[0]).second) << "shown twice";
-            for (size_t i = 0; column.objects[i]; i++) {
-                ASSERT_NE(find_object(column.objects[i]), nullptr) << column.objects[i];
-                EXPECT_EQ(find_object(column.objects[i])->secret, column.secret) << column.objects[i];
-            }
-            // What decides about a row is a cell of the row.
-            EXPECT_TRUE(!column.when.object || arcs(column.when.object) == view.arcs);
-        }
-    }
-}
-
 using Tables = Commands;
 
 TEST_F(Tables, ARuleReadsLikeAFirewallsListing) {

@@ -195,7 +195,7 @@ int dump(const Client &client) {
 }
 
 int save(const Client &client) {
-    const Target target = parse_instance("APSysSaveConfig");
+    const Target target = instance_0("APSysSaveConfig"_object);
     const Answer answer = exchange(client.socket, KIND_SET, target.oid, "integer 1", client.timeout_ms);
     if (!answer.error.empty()) return complain(EXIT_NO_DAEMON, answer.error);
     if (answer.reply.reply_status == STATUS_ACCEPTED) return EXIT_DONE;
@@ -238,7 +238,7 @@ static int wait_for_apply(const Client &client, const Target &apply_object, int 
 }
 
 int apply(const Client &client, bool wait, int limit_ms) {
-    const Target target = parse_instance("APSysApplyConfig");
+    const Target target = instance_0("APSysApplyConfig"_object);
     const Answer answer = exchange(client.socket, KIND_SET, target.oid, "integer 1", client.timeout_ms);
     if (!answer.error.empty()) return complain(EXIT_NO_DAEMON, answer.error);
     if (answer.reply.reply_status == STATUS_ACCEPTED)

@@ -21,13 +21,14 @@ enum Source : uint8_t {
     FIRST_ARC,  // of the instance
     SECOND_ARC,
     ADDRESS,    // the instance as a MAC address
-    VALUE,      // the value, or its word, that the object `text` has in the same row
+    VALUE,      // the value, or its word, that `object` has in the same row
     FIXED_TEXT  // `text`
 };
 
 struct Label {
     const char *name = "";
     Source source = NO_LABEL;
+    const Object *object = nullptr;
     const char *text = "";
 };
 
@@ -36,7 +37,7 @@ struct Label {
 // labels, in the rows of the first of them that is a value.
 struct Metric {
     const char *name;
-    const char *object;
+    const Object *object;
     const char *help;
     std::array<Label, 5> labels = {};  // beside those of the collector
     const char *only = nullptr;        // rows with this value alone
@@ -52,68 +53,73 @@ static constexpr Metric SYSTEM[] = {
     {"device_info",
      nullptr,
      "Name, place, versions and address of the access point.",
-     {{{"name", VALUE, "APSysName"},
-       {"location", VALUE, "APSysLocation"},
-       {"hardware", VALUE, "APHardwareVersion"},
-       {"version", VALUE, "APSoftwareVersion"},
-       {"mac", VALUE, "APSysMacAddress"}}}},
-    {"uptime", "APSysUpTime", "Time since the access point started."},
-    {"cpu_usage", "cpu_usage", "Part of the processor time in use."},
-    {"memory_usage", "mem_usage", "Part of the memory in use."},
-    {"apply_state", "APSysApplyConfig", "State of the apply of the configuration: 1 for the one that holds."},
+     {{{"name", VALUE, "APSysName"_object},
+       {"location", VALUE, "APSysLocation"_object},
+       {"hardware", VALUE, "APHardwareVersion"_object},
+       {"version", VALUE, "APSoftwareVersion"_object},
+       {"mac", VALUE, "APSysMacAddress"_object}}}},
+    {"uptime", "APSysUpTime"_object, "Time since the access point started."},
+    {"cpu_usage", "cpu_usage"_object, "Part of the processor time in use."},
+    {"memory_usage", "mem_usage"_object, "Part of the memory in use."},
+    {"apply_state", "APSysApplyConfig"_object,
+     "State of the apply of the configuration: 1 for the one that holds."},
     {"transfer_state",
-     "TFTPActionStatus",
+     "TFTPActionStatus"_object,
      "State of backup, restore and upgrade: 1 for the one that holds.",
-     {{{"protocol", FIXED_TEXT, "tftp"}}}},
-    {"transfer_state", "FTPActionStatus", "", {{{"protocol", FIXED_TEXT, "ftp"}}}},
+     {{{"protocol", FIXED_TEXT, nullptr, "tftp"}}}},
+    {"transfer_state", "FTPActionStatus"_object, "", {{{"protocol", FIXED_TEXT, nullptr, "ftp"}}}},
 };
 
 static constexpr Metric RADIO[] = {
     {"radio_info",
      nullptr,
      "Band and address of a radio; a radio that is off has the band \"disabled\".",
-     {{{"band", VALUE, "APRFBand"}, {"mac", VALUE, "APRFMacAddress"}}}},
-    {"radio_channel", "APRFRadioChannelCurrent", "Channel in use."},
-    {"radio_transmit_power", "APRFTxPowerCurrent", "Transmit power in use."},
-    {"radio_stations", "APRFNumOfStation", "Stations associated with the radio."},
-    {"radio_receive", "APRFInOctets", "Bytes received by the radio's VAPs."},
-    {"radio_transmit", "APRFOutOctets", "Bytes sent by the radio's VAPs."},
-    {"radio_channel_busy", "APRFWDI", "Part of the time in which the channel is busy."},
-    {"radio_cochannel_interference", "APRFCCI", "Part of the time in which the radio receives frames."},
-    {"radio_adjacent_channel_interference", "APRFACI",
+     {{{"band", VALUE, "APRFBand"_object}, {"mac", VALUE, "APRFMacAddress"_object}}}},
+    {"radio_channel", "APRFRadioChannelCurrent"_object, "Channel in use."},
+    {"radio_transmit_power", "APRFTxPowerCurrent"_object, "Transmit power in use."},
+    {"radio_stations", "APRFNumOfStation"_object, "Stations associated with the radio."},
+    {"radio_receive", "APRFInOctets"_object, "Bytes received by the radio's VAPs."},
+    {"radio_transmit", "APRFOutOctets"_object, "Bytes sent by the radio's VAPs."},
+    {"radio_channel_busy", "APRFWDI"_object, "Part of the time in which the channel is busy."},
+    {"radio_cochannel_interference", "APRFCCI"_object,
+     "Part of the time in which the radio receives frames."},
+    {"radio_adjacent_channel_interference", "APRFACI"_object,
      "Part of the time in which the channel is busy with neither frames received nor frames sent."},
 };
 
 static constexpr Metric VAP[] = {
-    {"vap_info", nullptr, "BSSID of an enabled VAP that has an interface.", {{{"bssid", VALUE, "VAPBSSID"}}}},
+    {"vap_info",
+     nullptr,
+     "BSSID of an enabled VAP that has an interface.",
+     {{{"bssid", VALUE, "VAPBSSID"_object}}}},
     {"vap_enabled",
-     "VAPSSIDEnabled",
+     "VAPSSIDEnabled"_object,
      "1 for a VAP that is configured to serve; the others have no series.",
      {},
      "2"},
-    {"vap_stations", "VAPNumOfStations", "Stations associated with the VAP."},
-    {"vap_receive", "VAPInOctets", "Bytes received by the VAP."},
-    {"vap_transmit", "VAPOutOctets", "Bytes sent by the VAP."},
+    {"vap_stations", "VAPNumOfStations"_object, "Stations associated with the VAP."},
+    {"vap_receive", "VAPInOctets"_object, "Bytes received by the VAP."},
+    {"vap_transmit", "VAPOutOctets"_object, "Bytes sent by the VAP."},
 };
 
 static constexpr Metric STATION[] = {
     {"station_info",
      nullptr,
      "Band and VLAN of a station; VLAN 4096 is none.",
-     {{{"band", VALUE, "APStaBandCheck"}, {"vlan", VALUE, "APStaVlanId"}}}},
-    {"station_signal", "APReceivedStaSignalStrength", "Strength of the station's signal."},
-    {"station_snr", "APStaSNR",
+     {{{"band", VALUE, "APStaBandCheck"_object}, {"vlan", VALUE, "APStaVlanId"_object}}}},
+    {"station_signal", "APReceivedStaSignalStrength"_object, "Strength of the station's signal."},
+    {"station_snr", "APStaSNR"_object,
      "Distance of the station's signal from -95 dBm as the device rates it: 0 at 0 dBm, 1 at -95 dBm."},
-    {"station_receive", "APStaRxBytes", "Bytes received from the station; wraps at 2^32."},
-    {"station_transmit", "APStaTxBytes", "Bytes sent to the station; wraps at 2^32."},
+    {"station_receive", "APStaRxBytes"_object, "Bytes received from the station; wraps at 2^32."},
+    {"station_transmit", "APStaTxBytes"_object, "Bytes sent to the station; wraps at 2^32."},
 };
 
 static constexpr Metric NEIGHBOUR[] = {
     {"neighbour_info",
      nullptr,
      "Channel of an access point in the neighbourhood.",
-     {{{"channel", VALUE, "NeighborhoodAPChannel"}}}},
-    {"neighbour_signal", "NeighborhoodAPReceivedSignalStrength",
+     {{{"channel", VALUE, "NeighborhoodAPChannel"_object}}}},
+    {"neighbour_signal", "NeighborhoodAPReceivedSignalStrength"_object,
      "Strength of the signal of an access point in the neighbourhood."},
 };
 
@@ -121,9 +127,9 @@ static constexpr Metric NEIGHBOUR[] = {
 static constexpr Collector COLLECTORS[] = {
     {"system", {}, SYSTEM},
     {"radio", {{{"radio", FIRST_ARC}}}, RADIO},
-    {"vap", {{{"radio", FIRST_ARC}, {"vap", SECOND_ARC}, {"ssid", VALUE, "VAPESSID"}}}, VAP},
-    {"station", {{{"mac", ADDRESS}, {"ssid", VALUE, "APStaSSIDName"}}}, STATION},
-    {"neighbour", {{{"mac", ADDRESS}, {"ssid", VALUE, "NeighborhoodAPSSIDName"}}}, NEIGHBOUR},
+    {"vap", {{{"radio", FIRST_ARC}, {"vap", SECOND_ARC}, {"ssid", VALUE, "VAPESSID"_object}}}, VAP},
+    {"station", {{{"mac", ADDRESS}, {"ssid", VALUE, "APStaSSIDName"_object}}}, STATION},
+    {"neighbour", {{{"mac", ADDRESS}, {"ssid", VALUE, "NeighborhoodAPSSIDName"_object}}}, NEIGHBOUR},
 };
 
 // How the values of a unit are told: in a base unit, which ends the name.
@@ -240,7 +246,7 @@ class Reader {
     }
 
     // The object's column, which is read once. What failed before is not tried again.
-    const Column &read(const char *name);
+    const Column &read(const Object *object);
     std::string error() const { return error_; }
     void forget_error() { error_.clear(); }
 
@@ -258,8 +264,7 @@ class Reader {
     std::unordered_map<const Object *, Column> columns_;
 };
 
-const Column &Reader::read(const char *name) {
-    const Object *object = find_object(name);
+const Column &Reader::read(const Object *object) {
     const auto [found, is_new] = columns_.try_emplace(object);
     Column &column = found->second;
     if (!is_new || !error_.empty()) return column;
@@ -277,14 +282,14 @@ const Column &Reader::read(const char *name) {
         status = walk_values(client_, oid, keep, &error_);
     }
     if (status == EXIT_NO_DAEMON)
-        error_ = std::string(name) + ": " + error_;
+        error_ = std::string(object->name) + ": " + error_;
     else
         error_.clear();
     return column;
 }
 
-static std::string word_or_value(const char *name, const std::string &value) {
-    const char *word = word_of(find_object(name), value);
+static std::string word_or_value(const Object *object, const std::string &value) {
+    const char *word = word_of(object, value);
     return word ? word : value;
 }
 
@@ -306,7 +311,7 @@ static std::string labels_text(Reader *reader, std::span<const Label> labels, co
                 text = address(instance);
                 break;
             case VALUE:
-                text = word_or_value(label.text, reader->read(label.text).at(instance));
+                text = word_or_value(label.object, reader->read(label.object).at(instance));
                 break;
             case FIXED_TEXT:
                 text = label.text;
@@ -339,9 +344,8 @@ static void add_states(std::string *out, const std::string &name, const std::str
 }
 
 static void add_metric(Reader *reader, const Collector &collector, const Metric &metric, std::string *out) {
-    const char *rows_of = metric.object ? metric.object : metric.labels[0].text;
-    const Object &object = *find_object(rows_of);
-    const Column &column = reader->read(rows_of);
+    const Object &object = *(metric.object ? metric.object : metric.labels[0].object);
+    const Column &column = reader->read(&object);
     const std::string name =
         std::string("zevsic_") + metric.name + (metric.object ? unit_of(object).suffix : "");
     add_head(out, name, metric.help);
@@ -373,7 +377,7 @@ MetricsText read_metrics(const Client &client, const std::vector<std::string> &c
     std::string &out = result.text;
     std::string success, duration;
 
-    reader.read("APSysApplyConfig");  // there even while an apply runs
+    reader.read("APSysApplyConfig"_object);  // there even while an apply runs
     result.error = reader.error();
     result.up = result.error.empty();
     add_head(&out, "zevsic_up", "Whether the daemon answers.");

@@ -20,35 +20,37 @@ std::vector<const char *> setting_groups() {
 
 // The themes of the scalars, by the object that each begins with.
 static constexpr struct {
-    const char *object, *title;
-} THEMES[] = {{"APSysName", "Identity"},
-              {"APSysTimezone", "Time"},
-              {"APSysIPAddress", "Addresses"},
-              {"APSysL2STPEnabled", "Spanning tree, management VLAN"},
-              {"APSysSNMPTrapEnabled", "SNMP traps"},
-              {"APSysSystemLogEnabled", "System log"},
-              {"APSysCAPWAPEnabled", "Wireless controller"},
-              {"APSysIPv6Enabled", "IPv6"},
-              {"APSysWESStatus", "WES"},
-              {"APSysPortSwitchMode", "LAN ports"},
-              {"L2FirewallDHCPSnoopingEnabled", "Layer-2 firewall: protection of addresses"}};
+    const Object *object;
+    const char *title;
+} THEMES[] = {{"APSysName"_object, "Identity"},
+              {"APSysTimezone"_object, "Time"},
+              {"APSysIPAddress"_object, "Addresses"},
+              {"APSysL2STPEnabled"_object, "Spanning tree, management VLAN"},
+              {"APSysSNMPTrapEnabled"_object, "SNMP traps"},
+              {"APSysSystemLogEnabled"_object, "System log"},
+              {"APSysCAPWAPEnabled"_object, "Wireless controller"},
+              {"APSysIPv6Enabled"_object, "IPv6"},
+              {"APSysWESStatus"_object, "WES"},
+              {"APSysPortSwitchMode"_object, "LAN ports"},
+              {"L2FirewallDHCPSnoopingEnabled"_object, "Layer-2 firewall: protection of addresses"}};
 
 // The tables: whose objects, how many arcs tell their rows apart, and the object that names a row.
 struct RowTable {
     const char *oid;
     size_t arcs;
-    const char *title, *row, *label;
+    const char *title, *row;
+    const Object *label;  // null: none
 };
 static constexpr RowTable ROW_TABLES[] = {
-    {"1.66.1", 1, "LAN ports", "LAN port", ""},
-    {"1.67.1", 1, "Hosts that may manage the device", "", ""},
-    {"2.1.1", 1, "Radios", "radio", ""},
-    {"3", 2, "VAPs", "VAP", "VAPESSID"},
-    {"4.1.1", 2, "WDS links", "WDS link", ""},
-    {"7.1.1", 1, "Layer-2 firewall: rules", "rule", "L2FirewallRuleName"},
-    {"7.2.1", 1, "Layer-2 firewall: services", "service", "L2FirewallServiceName"},
-    {"7.4.1", 1, "Layer-2 firewall: trusted DHCP servers", "server", ""},
-    {"7.10.1", 1, "Layer-2 firewall: privileged clients", "client", ""}};
+    {"1.66.1", 1, "LAN ports", "LAN port", nullptr},
+    {"1.67.1", 1, "Hosts that may manage the device", "", nullptr},
+    {"2.1.1", 1, "Radios", "radio", nullptr},
+    {"3", 2, "VAPs", "VAP", "VAPESSID"_object},
+    {"4.1.1", 2, "WDS links", "WDS link", nullptr},
+    {"7.1.1", 1, "Layer-2 firewall: rules", "rule", "L2FirewallRuleName"_object},
+    {"7.2.1", 1, "Layer-2 firewall: services", "service", "L2FirewallServiceName"_object},
+    {"7.4.1", 1, "Layer-2 firewall: trusted DHCP servers", "server", nullptr},
+    {"7.10.1", 1, "Layer-2 firewall: privileged clients", "client", nullptr}};
 
 static bool is_below(std::string_view oid, std::string_view branch) {
     return oid.starts_with(branch) && (oid.size() == branch.size() || oid[branch.size()] == '.');
@@ -76,7 +78,7 @@ static void print_scalars(const Settings &settings, bool secrets) {
     for (const auto &[place, value] : settings) {
         if (table_of(object_of(place))) continue;
         int theme = -1;
-        for (const auto &candidate : THEMES) theme += place.object >= object_index(candidate.object);
+        for (const auto &candidate : THEMES) theme += &object_of(place) >= candidate.object;
         if (theme != shown) printf("\n# ---- %s ----\n", THEMES[theme].title);
         shown = theme;
         print_setting(place, value, secrets);
@@ -103,7 +105,8 @@ static void print_table(const Settings &settings, const RowTable &table, bool se
     for (const auto &[arcs, places] : rows) {
         std::string heading = table.row;
         for (size_t i = 0; i < arcs.size(); i++) heading += (i ? "." : " ") + std::to_string(arcs[i]);
-        const auto label = settings.find({object_index(table.label), arcs});
+        const auto label =
+            table.label ? settings.find({object_index(table.label->name), arcs}) : settings.end();
         if (label != settings.end() && !label->second.empty()) heading += ": " + printable(label->second);
         if (*table.row) printf("\n# %s\n", heading.c_str());
         for (const Place &place : places) print_setting(place, settings.at(place), secrets);

@@ -54,14 +54,14 @@ static Part daemon_part() {
     return part;
 }
 
-static std::string value_of(const Client &client, const char *name) {
-    const Answer answer = exchange(client.socket, KIND_GET, parse_instance(name).oid, "", client.timeout_ms);
+static std::string value_of(const Client &client, const Object *object) {
+    const Answer answer = exchange(client.socket, KIND_GET, instance_0(object).oid, "", client.timeout_ms);
     return answer.error.empty() ? answer.reply.value : "";
 }
 
 // Every device has a name, but for the time of an apply, when the tree is empty.
 static Part store_part(const Client &client, bool is_applying) {
-    if (!value_of(client, "APSysName").empty()) return {"store", "answers"};
+    if (!value_of(client, "APSysName"_object).empty()) return {"store", "answers"};
     if (is_applying) return {"store", "busy with the apply"};
     return {"store", "gives the daemon no values", false};
 }
@@ -73,11 +73,10 @@ static Part changes_part() {
     return {"saved changes", text.starts_with('1') ? "not applied: a reboot is needed" : "not applied yet"};
 }
 
-static Part transfer_part(const Client &client, const std::string &protocol) {
+static Part transfer_part(const Client &client, const std::string &protocol, const Object *object) {
     constexpr int FIRST_FAILURE = 4;
-    const std::string name = protocol + "ActionStatus", value = value_of(client, name.c_str());
-    const Target target = parse_instance(name);
-    return {protocol + " transfers", value.empty() ? "not known" : people_value(target.object, value),
+    const std::string value = value_of(client, object);
+    return {protocol + " transfers", value.empty() ? "not known" : people_value(object, value),
             atoi(value.c_str()) < FIRST_FAILURE};
 }
 
@@ -108,7 +107,7 @@ static void print_parts(const Client &client, const std::vector<Part> &parts, bo
 }
 
 int status_report(const Client &client) {
-    const Target apply_object = parse_instance("APSysApplyConfig");
+    const Target apply_object = instance_0("APSysApplyConfig"_object);
     const Answer answer = exchange(client.socket, KIND_GET, apply_object.oid, "", client.timeout_ms);
     std::vector<Part> parts;
     if (!answer.error.empty()) {
@@ -121,7 +120,8 @@ int status_report(const Client &client) {
     const std::string applying = answer.reply.value;
     parts = {daemon_part(), store_part(client, applying == "1"), changes_part(),
              Part{"apply", people_value(apply_object.object, applying)}};
-    for (const char *protocol : {"TFTP", "FTP"}) parts.push_back(transfer_part(client, protocol));
+    parts.push_back(transfer_part(client, "TFTP", "TFTPActionStatus"_object));
+    parts.push_back(transfer_part(client, "FTP", "FTPActionStatus"_object));
     add_locks(&parts);
     const bool is_well =
         std::all_of(parts.begin(), parts.end(), [](const Part &part) { return part.is_well; });

@@ -10,6 +10,7 @@
 #include <iostream>
 #include <thread>
 
+#include "client/names.h"
 #include "client/protocol.h"
 #include "zevctl/output.h"
 
@@ -17,9 +18,19 @@ enum ActionStatus { IDLE, UPDATING, BACKING_UP, RESTARTING };  // what follows i
 
 static constexpr const char *FROM_SERVER = "1", *TO_SERVER = "2";
 
-// An object of the order's protocol.
-static Target object_of(const TransferOrder &order, const std::string &name) {
-    return parse_instance((order.ftp ? "FTP" : "TFTP") + name);
+// The objects of a protocol.
+struct Objects {
+    const Object *server, *file, *user, *password, *direction, *command, *status;
+};
+static constexpr Objects TFTP = {
+    "TFTPSrvIP"_object,         "TFTPRemoteFile"_object,  nullptr, nullptr, "TFTPCommand"_object,
+    "TFTPUpdateCommand"_object, "TFTPActionStatus"_object};
+static constexpr Objects FTP = {"FTPSrvIP"_object,       "FTPRemoteFile"_object, "FTPUserName"_object,
+                                "FTPPassword"_object,    "FTPCommand"_object,    "FTPUpdateCommand"_object,
+                                "FTPActionStatus"_object};
+
+static const Objects &objects_of(const TransferOrder &order) {
+    return order.ftp ? FTP : TFTP;
 }
 
 // Types on a terminal are not shown.
@@ -44,24 +55,21 @@ static bool read_password(const std::string &file, std::string *password) {
 }
 
 static int write_settings(const Client &client, const TransferOrder &order) {
-    struct {
-        const char *name;
-        std::string value;
-        bool ftp_only;
-    } settings[] = {
-        {"SrvIP", order.server, false},
-        {"RemoteFile", order.file, false},
-        {"UserName", order.user, true},
-        {"Password", "", true},
-        {"Command", order.kind == BACKUP ? TO_SERVER : FROM_SERVER, false},
-    };
-    std::string &password = settings[3].value;
+    const Objects &objects = objects_of(order);
+    std::string password;
     if (order.ftp && !read_password(order.password_file, &password))
         return complain(EXIT_REFUSED, "cannot read the password");
-    for (const auto &setting : settings) {
-        if (setting.ftp_only && !order.ftp) continue;
+    const std::pair<const Object *, std::string> settings[] = {
+        {objects.server, order.server},
+        {objects.file, order.file},
+        {objects.user, order.user},
+        {objects.password, password},
+        {objects.direction, order.kind == BACKUP ? TO_SERVER : FROM_SERVER},
+    };
+    for (const auto &[object, value] : settings) {
+        if (!object) continue;
         std::string wire;
-        const int status = send_set(client, object_of(order, setting.name), setting.value, &wire);
+        const int status = send_set(client, instance_0(object), value, &wire);
         if (status != EXIT_DONE) return status;
     }
     return EXIT_DONE;
@@ -70,12 +78,12 @@ static int write_settings(const Client &client, const TransferOrder &order) {
 static int start(const Client &client, const TransferOrder &order) {
     const std::string text = "integer " + std::to_string(order.kind);
     const Answer answer =
-        exchange(client.socket, KIND_SET, object_of(order, "UpdateCommand").oid, text, client.timeout_ms);
+        exchange(client.socket, KIND_SET, instance_0(objects_of(order).command).oid, text, client.timeout_ms);
     if (!answer.error.empty()) return complain(EXIT_NO_DAEMON, answer.error);
     if (answer.reply.reply_status == STATUS_ACCEPTED) return EXIT_DONE;
     // The daemon does not say why it refused; the state it shows tells the likely reasons apart.
     const Answer now =
-        exchange(client.socket, KIND_GET, object_of(order, "ActionStatus").oid, "", client.timeout_ms);
+        exchange(client.socket, KIND_GET, instance_0(objects_of(order).status).oid, "", client.timeout_ms);
     const int status = atoi(now.reply.value);
     if (status == UPDATING || status == BACKING_UP)
         return complain(EXIT_REFUSED, "not started: such a transfer is running, or has left its lock file");
@@ -85,7 +93,7 @@ static int start(const Client &client, const TransferOrder &order) {
 // A rebuild of the agent or another manager's command takes away what the status speaks of.
 static bool is_still_ours(const Client &client, const TransferOrder &order) {
     const Answer last =
-        exchange(client.socket, KIND_GET, object_of(order, "UpdateCommand").oid, "", client.timeout_ms);
+        exchange(client.socket, KIND_GET, instance_0(objects_of(order).command).oid, "", client.timeout_ms);
     return last.error.empty() && last.reply.value == std::to_string(order.kind);
 }
 
@@ -104,7 +112,7 @@ static int outcome(const Client &client, const TransferOrder &order, const Targe
 
 static int wait_for_end(const Client &client, const TransferOrder &order, int limit_ms) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(limit_ms);
-    const Target target = object_of(order, "ActionStatus");
+    const Target target = instance_0(objects_of(order).status);
     std::string shown;
     for (;;) {
         // Most transfers are short: the first look finds them ended, with no need to wait for a newer state.
