@@ -70,12 +70,15 @@ struct Tree {
     std::string last_set;
     std::function<void()> before = [] {};  // runs before each request
 
-    // Of "NAME.INSTANCE VALUE", joined by |.
-    static Values values_of(const std::string &pairs) {
+    // Of "NAME.INSTANCE VALUE", joined by `between`.
+    static Values values_of(std::string pairs, const std::string &between = "|") {
         Values values;
-        std::istringstream in(pairs);
-        for (std::string pair; std::getline(in, pair, '|');)
-            values.emplace_back(pair.substr(0, pair.find(' ')), pair.substr(pair.find(' ') + 1));
+        for (pairs += between; !pairs.empty();) {
+            const size_t end = pairs.find(between), blank = std::min(pairs.find(' '), end);
+            values.emplace_back(pairs.substr(0, blank),
+                                pairs.substr(std::min(blank + 1, end), end - blank - 1));
+            pairs.erase(0, end + between.size());
+        }
         return values;
     }
     static std::string oid_of(const Values::value_type &value) { return parse_target(value.first).oid; }
