@@ -1,106 +1,98 @@
 #include "platform/builtin/stations_nl80211.h"
 
-#include <linux/nl80211.h>
-#include <net/if.h>
-#include <netlink/genl/ctrl.h>
-#include <netlink/genl/genl.h>
-#include <netlink/netlink.h>
-#include <sys/socket.h>
-#include <sys/time.h>
-
 #include <cstdio>
 #include <cstdlib>
 
+#include "platform/device.h"
+#include "platform/nl80211.h"
+
 static constexpr int RSSI_OF_0_DBM = 95;
 
-// Some drivers count in 32 bits only.
-static uint64_t read_counter(nlattr *wide, nlattr *narrow) {
-    if (wide) return nla_get_u64(wide);
-    return narrow ? nla_get_u32(narrow) : 0;
+sta_entry *get_sta_list_nl80211(const char *ifname) {
+    sta_entry *head = nullptr;
+    sta_entry **end = &head;
+    ask_nl80211(Nl80211Question::STATIONS, ifname, [&](nlmsghdr *message) {
+        WirelessStation station;
+        if (!read_station_message(message, &station)) return;
+        auto *entry = static_cast<sta_entry *>(calloc(1, sizeof(sta_entry)));
+        if (entry == nullptr) return;
+        snprintf(entry->mac, sizeof entry->mac, "%s", mac_text(station.mac).c_str());
+        entry->rssi = station.has_signal ? station.signal + RSSI_OF_0_DBM : 0;
+        entry->tx_bytes = station.sent;
+        entry->rx_bytes = station.received;
+        *end = entry;
+        end = &entry->next;
+    });
+    return head;
 }
 
-bool read_station_message(nlmsghdr *message, sta_entry *station) {
-    // Lengths that are not checked here may be shorter than what is read: the kernel's, but cheap to check.
-    static nla_policy info_policy[NL80211_STA_INFO_MAX + 1] = {};
-    info_policy[NL80211_STA_INFO_SIGNAL].type = NLA_U8;
-    info_policy[NL80211_STA_INFO_TX_BYTES].type = info_policy[NL80211_STA_INFO_RX_BYTES].type = NLA_U32;
-    info_policy[NL80211_STA_INFO_TX_BYTES64].type = info_policy[NL80211_STA_INFO_RX_BYTES64].type = NLA_U64;
-    nlattr *attributes[NL80211_ATTR_MAX + 1];
-    nlattr *info[NL80211_STA_INFO_MAX + 1] = {};
-    if (!genlmsg_valid_hdr(message, 0) ||
-        genlmsg_parse(message, 0, attributes, NL80211_ATTR_MAX, nullptr) < 0)
-        return false;
-    const nlattr *mac = attributes[NL80211_ATTR_MAC];
-    if (!mac || nla_len(mac) < 6) return false;
-    nlattr *nested = attributes[NL80211_ATTR_STA_INFO];
-    if (nested && nla_parse_nested(info, NL80211_STA_INFO_MAX, nested, info_policy) < 0) return false;
+// ---- system items ----
 
-    *station = {};
-    const auto *byte = static_cast<const uint8_t *>(nla_data(mac));
-    snprintf(station->mac, sizeof station->mac, "%02x:%02x:%02x:%02x:%02x:%02x", byte[0], byte[1], byte[2],
-             byte[3], byte[4], byte[5]);
-    if (nlattr *signal = info[NL80211_STA_INFO_SIGNAL])
-        station->rssi = static_cast<int8_t>(nla_get_u8(signal)) + RSSI_OF_0_DBM;
-    station->tx_bytes = read_counter(info[NL80211_STA_INFO_TX_BYTES64], info[NL80211_STA_INFO_TX_BYTES]);
-    station->rx_bytes = read_counter(info[NL80211_STA_INFO_RX_BYTES64], info[NL80211_STA_INFO_RX_BYTES]);
+static constexpr int VAPS = 16;
+
+static std::vector<WirelessInterface> ask_interfaces() {
+    std::vector<WirelessInterface> interfaces;
+    ask_nl80211(Nl80211Question::INTERFACES, "", [&](nlmsghdr *message) {
+        WirelessInterface interface;
+        if (read_interface_message(message, &interface)) interfaces.push_back(interface);
+    });
+    return interfaces;
+}
+
+// The VAP (radio and VAP from 0) as the kernel has it.
+static bool find_vap(const std::vector<WirelessInterface> &interfaces, int radio, int vap,
+                     WirelessInterface *out) {
+    char name[IFNAME_SIZE];
+    if (get_ifname_by_idx(IFNAME_VAP, radio, vap, name) == 0) return false;
+    for (const WirelessInterface &interface : interfaces)
+        if (interface.name == name) {
+            *out = interface;
+            return true;
+        }
+    return false;
+}
+
+static std::string count_stations(const std::string &interface) {
+    int count = 0;
+    ask_nl80211(Nl80211Question::STATIONS, interface, [&](nlmsghdr *message) {
+        WirelessStation station;
+        if (read_station_message(message, &station)) count++;
+    });
+    return std::to_string(count);
+}
+
+static bool vap_item(int radio, int vap, std::string_view what, std::string *out) {
+    WirelessInterface interface;
+    if ((what != "mac" && what != "sta") || !find_vap(ask_interfaces(), radio, vap, &interface)) return false;
+    *out = what == "mac" ? mac_text(interface.mac) : count_stations(interface.name);
     return true;
 }
 
-namespace {
-
-struct Answer {
-    sta_entry *head = nullptr;
-    sta_entry **end = &head;
-    bool complete = false;
-};
-
-}  // namespace
-
-static int take_station(nl_msg *message, void *argument) {
-    auto *answer = static_cast<Answer *>(argument);
-    sta_entry station;
-    if (!read_station_message(nlmsg_hdr(message), &station)) return NL_OK;
-    auto *entry = static_cast<sta_entry *>(malloc(sizeof(sta_entry)));
-    if (!entry) return NL_STOP;
-    *entry = station;
-    *answer->end = entry;
-    answer->end = &entry->next;
-    return NL_OK;
+// What its VAPs share is read from the first one that is on the air.
+static bool radio_item(int radio, std::string_view what, std::string *out) {
+    if (what != "mac" && what != "ch" && what != "txpwr_dbm") return false;
+    const std::vector<WirelessInterface> interfaces = ask_interfaces();
+    for (int vap = 0; vap < VAPS; vap++) {
+        WirelessInterface interface;
+        if (!find_vap(interfaces, radio, vap, &interface) || interface.frequency == 0) continue;
+        if (what == "ch") *out = std::to_string(channel_number(interface.frequency));
+        if (what == "txpwr_dbm") *out = std::to_string(interface.power / 100);
+        if (what != "mac") return true;
+        std::string address;
+        read_device_file("/sys/class/net/" + interface.name + "/phy80211/macaddress", 64, &address);
+        *out = first_line(address);
+        return !out->empty();
+    }
+    return false;
 }
 
-static int take_end(nl_msg *, void *argument) {
-    static_cast<Answer *>(argument)->complete = true;
-    return NL_STOP;
-}
-
-static bool send_question(nl_sock *socket, int family, unsigned interface) {
-    nl_msg *message = nlmsg_alloc();
-    if (!message) return false;
-    const bool sent =
-        genlmsg_put(message, NL_AUTO_PORT, NL_AUTO_SEQ, family, 0, NLM_F_DUMP, NL80211_CMD_GET_STATION, 0) &&
-        nla_put_u32(message, NL80211_ATTR_IFINDEX, interface) == 0 && nl_send_auto(socket, message) >= 0;
-    nlmsg_free(message);
-    return sent;
-}
-
-// Until the end of the list or a failure, an answer that does not come among them.
-static void ask(nl_sock *socket, unsigned interface, Answer *answer) {
-    const timeval limit = {1, 0};
-    const int family = genl_ctrl_resolve(socket, "nl80211");
-    if (family < 0) return;
-    setsockopt(nl_socket_get_fd(socket), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-    nl_socket_modify_cb(socket, NL_CB_VALID, NL_CB_CUSTOM, take_station, answer);
-    nl_socket_modify_cb(socket, NL_CB_FINISH, NL_CB_CUSTOM, take_end, answer);
-    if (!send_question(socket, family, interface)) return;
-    while (!answer->complete && nl_recvmsgs_default(socket) >= 0) continue;
-}
-
-sta_entry *get_sta_list_nl80211(const char *ifname) {
-    Answer answer;
-    const unsigned interface = if_nametoindex(ifname);
-    nl_sock *socket = interface ? nl_socket_alloc() : nullptr;
-    if (!socket) return nullptr;
-    if (genl_connect(socket) == 0) ask(socket, interface, &answer);
-    nl_socket_free(socket);
-    return answer.head;
+bool radio_item_nl80211(std::string_view name, std::string *out) {
+    int radio = 0, vap = 0, length = 0;
+    const std::string text(name);
+    if (sscanf(text.c_str(), "rf%1d_vap%2d_%n", &radio, &vap, &length) == 2 && length > 0)
+        return vap_item(radio - 1, vap - 1, name.substr(length), out);
+    length = 0;
+    if (sscanf(text.c_str(), "rf%1d_%n", &radio, &length) == 1 && length > 0)
+        return radio_item(radio - 1, name.substr(length), out);
+    return false;
 }

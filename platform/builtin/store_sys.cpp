@@ -7,6 +7,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "platform/builtin/stations_nl80211.h"
 #include "platform/builtin/store.h"
 #include "platform/device.h"
 #include "platform/zevcfg.h"
@@ -91,7 +92,12 @@ static bool kernel_item(std::string_view name, std::string *out) {
 }
 
 bool system_item(std::string_view name, std::string *out) {
-    return find_item(LAYER_SYSTEM, "", name, out) == 0 || kernel_item(name, out);
+    if (find_item(LAYER_SYSTEM, "", name, out) == 0 || kernel_item(name, out)) return true;
+#ifdef ZEVSIC_NL80211
+    return radio_item_nl80211(name, out);
+#else
+    return false;
+#endif
 }
 
 int get_sys_item(const char *name, char *out) {
