@@ -6,6 +6,14 @@
 #include <string>
 
 #include "linux/apply.h"
+#include "linux/radios.h"
+#include "linux/tools.h"
+
+static int record_answers(const std::string &folder) {
+    if (record_nl80211(folder)) return 0;
+    fprintf(stderr, "zevnet: cannot ask the kernel, or not write to %s\n", folder.c_str());
+    return 1;
+}
 
 static int run_command_line(int argc, char **argv) {
     CLI::App app("The running configuration on the air, by hostapd, the kernel's bridge and nftables",
@@ -22,6 +30,21 @@ static int run_command_line(int argc, char **argv) {
     apply->add_option("--dry-run", folder, "Only write the texts, into this folder");
     apply->callback([&] { command = [&] { return folder.empty() ? apply_plan() : write_plan(folder); }; });
 
+    RadioWishes wishes;
+    CLI::App *radios =
+        app.add_subcommand("radios", "Find the radios and write /etc/k480ext.conf and /etc/zevnet.conf");
+    radios->add_option("--radio1", wishes.radio[0], "What shall be radio 1, on 2.4 GHz (phy0)");
+    radios->add_option("--radio2", wishes.radio[1], "What shall be radio 2, on 5 GHz (phy1)");
+    radios->add_option("--port", wishes.port, "The wired interface that is LAN port 0 (eth0)");
+    radios->callback([&] { command = [&] { return find_radios(wishes); }; });
+
+    CLI::App *record = app.add_subcommand("record", "Keep what the kernel says of the radios, for a report");
+    record
+        ->add_option("FOLDER", folder,
+                     "Where to; in a device root, zevnet reads it from /var/lib/zevnet/answers")
+        ->required();
+    record->callback([&] { command = [&] { return record_answers(folder); }; });
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
@@ -34,6 +57,7 @@ static int run_command_line(int argc, char **argv) {
 
 int main(int argc, char **argv) {
     try {
+        if (is_tool(argv[0])) return run_tool(argv[0], argc - 1, argv + 1);
         return run_command_line(argc, argv);
     } catch (const std::exception &error) {
         fprintf(stderr, "zevnet: %s\n", error.what());
