@@ -166,3 +166,12 @@ class DeviceRoot {
     std::vector<pid_t> started_;
     std::string path_;
 };
+
+// Compares a text with a file of the source tree and prints the lines that differ. With ZEVSIC_RENEW set the
+// file is made anew: git diff then shows what became of it.
+inline void expect_file(const DeviceRoot &root, const std::string &path, const std::string &text) {
+    if (getenv("ZEVSIC_RENEW")) std::ofstream(path) << text;
+    root.write("/now", text);
+    const std::string difference = root.said("diff -U 1 " + path + " $ZEVSIC_ROOT/now");
+    EXPECT_TRUE(difference.empty()) << difference;
+}

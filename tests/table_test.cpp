@@ -1,6 +1,6 @@
 // The tables of zevctl while rows come and go, and what two rounds of watching make of them.
-#include "tests/client_fixture.h"
 #include "zevctl/table.h"
+#include "tests/client_fixture.h"
 #include "zevctl/watch.h"
 
 namespace {

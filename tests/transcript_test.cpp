@@ -64,9 +64,7 @@ TEST_P(Transcripts, PrintWhatTheyDid) {
     for (std::string line; std::getline(lines, line);)
         if (line.starts_with("$ ") || line.starts_with("@ ") || line.starts_with("; "))
             now += line + "\n" + transcript.play(line);
-    if (getenv("ZEVSIC_RENEW")) std::ofstream(path) << now;
-    transcript.device().write("/now", now);
-    EXPECT_EQ(transcript.device().said("diff -U 2 " + path + " $ZEVSIC_ROOT/now"), "");
+    expect_file(transcript.device(), path, now);
 }
 
 INSTANTIATE_TEST_SUITE_P(, Transcripts, testing::ValuesIn(transcripts()),
