@@ -5,6 +5,7 @@
 #include <map>
 
 #include "platform/device.h"
+#include "platform/nl80211.h"
 
 static constexpr char CONFIGURATION[] = "/etc/zevnet.conf", CARDS[] = "/sys/class/ieee80211";
 static constexpr size_t FILE_LIMIT = 1U << 16;
@@ -37,6 +38,17 @@ static std::string file_text(const std::string &path) {
     return first_line(text);
 }
 
+// What the card can do on the band of that radio.
+static void read_abilities(const std::vector<WirelessRadio> &known, int r, Card *card) {
+    const WirelessBand band = r == 1 ? BAND_2GHZ : BAND_5GHZ;
+    for (const WirelessRadio &radio : known) {
+        if (radio.name != card->phy || radio.bands[band].channels.empty()) continue;
+        card->ht = radio.bands[band].ht;
+        card->vht = radio.bands[band].vht;
+        card->power_dbm = highest_power(radio, band);
+    }
+}
+
 static std::vector<Card> read_cards() {
     std::vector<Card> cards;
     std::error_code error;
@@ -65,6 +77,9 @@ Machine read_machine() {
         for (const Card &card : cards)
             if (card.mac == name->second) machine.cards[r - 1] = card;
     }
+    std::vector<WirelessRadio> known;
+    ask_nl80211(Nl80211Question::WIPHYS, "", [&](nlmsghdr *message) { read_radio_message(message, &known); });
+    for (int r = 1; r <= RADIOS; r++) read_abilities(known, r, &machine.cards[r - 1]);
     for (int i = 0; i < 8; i++) {
         const auto port = names.find("port" + std::to_string(i));
         machine.ports.push_back(port == names.end() ? "" : port->second);

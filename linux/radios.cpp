@@ -14,7 +14,7 @@ static constexpr char FIRST_LINE[] = "# Written by zevnet radios: run it again w
 static constexpr size_t FILE_LIMIT = 1U << 20;
 static constexpr int MOST_CHAINS = 3;  // that the rates of zevsic know
 
-static constexpr Band BAND_OF_RADIO[RADIOS] = {BAND_2GHZ, BAND_5GHZ};
+static constexpr WirelessBand BAND_OF_RADIO[RADIOS] = {BAND_2GHZ, BAND_5GHZ};
 
 static bool fits(const WirelessRadio &radio, int number) {
     return radio.access_point && !radio.bands[BAND_OF_RADIO[number]].channels.empty();
@@ -50,18 +50,11 @@ RadioChoice choose_radios(const std::vector<FoundRadio> &found, const std::strin
     return best;
 }
 
-static int highest_power(const WirelessRadio &radio, Band band) {
-    int power = 1;
-    for (const WirelessChannel &channel : radio.bands[band].channels)
-        if (!channel.disabled) power = std::max(power, channel.max_power);
-    return power;
-}
-
 static int vaps_of(const WirelessRadio &radio) {
     return static_cast<int>(std::min(radio.most_access_points, unsigned{VAPS}));
 }
 
-static unsigned chain_mask(const WirelessRadio &radio, Band band) {
+static unsigned chain_mask(const WirelessRadio &radio, WirelessBand band) {
     const int chains =
         radio.transmit_antennas != 0 ? std::popcount(radio.transmit_antennas) : radio.bands[band].streams;
     return (1U << std::min(chains, MOST_CHAINS)) - 1;
@@ -78,12 +71,12 @@ std::string radio_facts_text(const std::vector<FoundRadio> &found, const RadioCh
     for (int number = 0; number < RADIOS; number++) {
         if (choice.radio[number] < 0) continue;
         const auto &[radio, mac] = found[choice.radio[number]];
-        const Band band = BAND_OF_RADIO[number];
+        const WirelessBand band = BAND_OF_RADIO[number];
         const std::string one = std::to_string(number + 1);
         text += "\n# " + mac + ", " + bands_text(radio) + " GHz; a step of its power is 1 dB\n";
         text += "radio" + one + ".offload = 0\n";
         text += "radio" + one +
-                ".capability = " + (band == BAND_5GHZ && radio.bands[band].vht ? "0x20" : "0") + "\n";
+                ".capability = " + (band == BAND_5GHZ && radio.bands[band].vht != 0 ? "0x20" : "0") + "\n";
         text += "radio" + one + ".txpower_levels = " + std::to_string(highest_power(radio, band)) + "\n";
         text += "radio" + one + ".chain_mask = " + std::to_string(chain_mask(radio, band)) + "\n";
         for (int vap = 1; vap <= vaps_of(radio); vap++)

@@ -92,7 +92,7 @@ struct WirelessChannel {
     bool disabled = false;   // by the country's rules
 };
 
-enum Band : uint8_t { BAND_2GHZ, BAND_5GHZ, BANDS };
+enum WirelessBand : uint8_t { BAND_2GHZ, BAND_5GHZ, BAND_COUNT };
 
 struct WirelessRadio {
     uint32_t index = 0;
@@ -102,10 +102,15 @@ struct WirelessRadio {
     uint32_t most_access_points = 1;  // at once, BSSs
     struct {
         std::vector<WirelessChannel> channels;  // empty: not its band
-        int streams = 1;                        // spatial ones, to receive
-        bool ht = false, vht = false;
-    } bands[BANDS];
+        int streams = 1;                        // spatial ones
+        uint16_t ht =
+            0;  // HT and VHT capabilities (IEEE 802.11, 9.4.2.55.2 and 9.4.2.157.2); 0: it does without
+        uint32_t vht = 0;
+    } bands[BAND_COUNT];
 };
+// dBm; 1 when the band has no channel that may be used.
+int highest_power(const WirelessRadio &radio, WirelessBand band);
+
 // Adds what the message says to its radio's entry, which it makes when there is none yet.
 void read_radio_message(nlmsghdr *message, std::vector<WirelessRadio> *radios);
 

@@ -212,11 +212,11 @@ static void read_bands(nlattr *list, WirelessRadio *radio) {
             uint16_t receive, receive_highest, transmit, transmit_highest;
         } vht_set;
         if (take(attributes[NL80211_BAND_ATTR_HT_MCS_SET], &ht_set)) {
-            band.ht = true;
+            take(attributes[NL80211_BAND_ATTR_HT_CAPA], &band.ht);
             band.streams = std::max(band.streams, ht_streams(ht_set));
         }
         if (take(attributes[NL80211_BAND_ATTR_VHT_MCS_SET], &vht_set)) {
-            band.vht = attributes[NL80211_BAND_ATTR_VHT_CAPA] != nullptr;
+            take(attributes[NL80211_BAND_ATTR_VHT_CAPA], &band.vht);
             // Little-endian, as on the air.
             const auto *byte = reinterpret_cast<const uint8_t *>(&vht_set.transmit);
             band.streams = std::max(band.streams, vht_streams(static_cast<uint16_t>(byte[0] | byte[1] << 8)));
@@ -270,4 +270,11 @@ void read_radio_message(nlmsghdr *message, std::vector<WirelessRadio> *radios) {
     if (nlattr *combinations = attributes[NL80211_ATTR_INTERFACE_COMBINATIONS])
         radio->most_access_points = most_access_points(combinations);
     if (nlattr *bands = attributes[NL80211_ATTR_WIPHY_BANDS]) read_bands(bands, &*radio);
+}
+
+int highest_power(const WirelessRadio &radio, WirelessBand band) {
+    int power = 1;
+    for (const WirelessChannel &channel : radio.bands[band].channels)
+        if (!channel.disabled) power = std::max(power, channel.max_power);
+    return power;
 }
