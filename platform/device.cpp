@@ -198,6 +198,10 @@ int tools_cut_short() {
     return tool_time.cut_short;
 }
 
+bool most_tool_time_left() {
+    return tool_time.end == 0 || tool_time.end - milliseconds_now() >= tool_time_limit / 2;
+}
+
 // Whether there is time to run another tool.
 static bool may_run() {
     if (time_left() > 0) return true;

@@ -26,6 +26,10 @@ void end_tools();
 // How many tools of this request were ended, or not even started, because the time was up.
 int tools_cut_short();
 
+// Whether the tools that this request has run left most of the time: one that is cut short then hangs by
+// itself, and does not lack what another took.
+bool most_tool_time_left();
+
 // What tools print on standard error, and what is wrong with one, is said on standard error once until the
 // next rebuild. Only in the thread that serves requests.
 void report_tool(const std::string &command, const char *what);

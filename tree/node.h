@@ -36,13 +36,20 @@ struct mib_children {
     std::unique_ptr<mib_node *[]> children;  // slots in ascending arc order; a slot may be null
 };
 
+// What the tools of an object's last refresh left undone.
+enum Shortage : uint8_t {
+    NOTHING_LACKS,
+    TOOL_HUNG,     // one took the time of a whole request: it is asked again when the object is due
+    TOOLS_LACKED,  // others had used up the time of the request: the next one asks again
+};
+
 // Full tables have some 20,000 nodes, nearly all of them values: what a value has no use for stands
 // elsewhere, and the text of the OID, without the root's, right behind the node.
 struct mib_node {
     uint8_t kind = BRANCH;
     uint8_t update_bit = 1;  // 1: GET consults the handler when the object's refresh is due
     uint8_t type = TYPE_NONE;
-    bool cut_short : 1 = false;  // the last refresh lacked the time for a tool: the next request repeats it
+    Shortage shortage : 2 = NOTHING_LACKS;
     bool value_is_apart : 1 = false;
     int32_t update_stamp = 0;  // time of the last refresh of an object, seconds since the epoch
     union {                    // the value of an instance: nine of ten are numbers of a few digits

@@ -35,7 +35,8 @@ static bool append_arc(Address *address, size_t *length, std::string_view text) 
 }
 
 // Walks to the object and collects the instance text. False when the OID names no instance of an object: it
-// ends at a branch or an object, or an arc is absent (one outside 0 to MAX_ARC always is).
+// ends at a branch or an object, or an arc on the way is absent. One outside 0 to MAX_ARC always is: no SET
+// has such an instance, and a GET finds none.
 static bool find_address(const char *relative, RequestKind kind, Address *address) {
     mib_node *current = nullptr;
     size_t length = 0;
@@ -43,9 +44,10 @@ static bool find_address(const char *relative, RequestKind kind, Address *addres
     address->arc_count = 0;
     ArcReader arcs(relative);
     bool first = true;
+    bool absent = false;
     for (int arc; arcs.next(&arc); first = false) {
         TRACE(kind == KIND_SET ? "=%d \n" : "now=%d \n", arc);
-        if (arc < 0 || arc > MAX_ARC) return false;
+        absent = absent || arc < 0 || arc > MAX_ARC;
         if (address->object) {
             if (!append_arc(address, &length, arcs.text())) return false;
             continue;
@@ -65,15 +67,19 @@ static bool find_address(const char *relative, RequestKind kind, Address *addres
         address->first_arc = arc;
         if (!append_arc(address, &length, arcs.text())) return false;
     }
-    return address->object != nullptr;
+    return address->object != nullptr && !(absent && kind == KIND_SET);
+}
+
+// Whether the sample time has passed since the last refresh. What was never refreshed is due, whatever the
+// clock says.
+static bool has_aged(const mib_node *object) {
+    const auto now = static_cast<uint32_t>(time(nullptr));
+    const auto age = static_cast<int32_t>(now - static_cast<uint32_t>(object->update_stamp));
+    return object->update_stamp == 0 || age >= zevap->sample_time;
 }
 
 int need_update(const mib_node *object) {
-    const auto now = static_cast<int32_t>(time(nullptr));
-    const auto age =
-        static_cast<int32_t>(static_cast<uint32_t>(now) - static_cast<uint32_t>(object->update_stamp));
-    // What was never refreshed is due, whatever the clock says.
-    if (object->update_stamp != 0 && age < zevap->sample_time) {
+    if (!has_aged(object)) {
         TRACE("don't need update\n");
         return 0;
     }
@@ -117,14 +123,21 @@ snmp_reply *just_output(snmp_reply *reply, mib_node *node, int arc) {
 // whole lines that came.
 static bool is_due(const mib_node *object) {
     if (object->update_bit != 1) return false;
-    return object->cut_short ? tools_cut_short() == 0 : need_update(object) != 0;
+    if (object->shortage != NOTHING_LACKS && tools_cut_short() > 0) return false;
+    return object->shortage == TOOLS_LACKED || need_update(object) != 0;
 }
 
 static snmp_reply *refresh(snmp_reply *reply, mib_node *object, const Address &address) {
-    const int before = tools_cut_short();
+    const int cut_short_before = tools_cut_short();
+    const bool had_time = most_tool_time_left();
+    const int32_t stamp_before = object->update_stamp;
     snmp_reply *answer =
         object->handler(reply, object, KIND_GET, address.instance, nullptr, address.first_arc);
-    object->cut_short = tools_cut_short() != before;
+    const bool cut_short = tools_cut_short() != cut_short_before;
+    object->shortage = !cut_short ? NOTHING_LACKS : had_time ? TOOL_HUNG : TOOLS_LACKED;
+    // One that takes longer than the sample time would be due again when it is done, and the tools never
+    // rest.
+    if (object->update_stamp != stamp_before && has_aged(object)) update_time(object);
     return answer;
 }
 
