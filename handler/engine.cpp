@@ -261,8 +261,12 @@ bool may_have_rows(const HandlerCall &call) {
 
 bool parse_row(const HandlerCall &call, Row *row) {
     const int n = call.table->levels();
-    if (!parse_mulindex(call.instance, row->arcs, n)) return false;
-    row->count = n;
+    if (n == 1) {
+        *row = call.requested;
+    } else {
+        row->count = parse_mulindex(call.instance, row->arcs, n) ? n : 0;
+    }
+    if (row->count != n) return false;
     for (int i = 0; i < n; i++) {
         const Arc &arc = call.table->arcs[i];
         if (row->arcs[i] < arc.low || (!call.table->is_counted() && row->arcs[i] > arc.high)) return false;

@@ -8,15 +8,19 @@
 #include "handler/engine.h"
 #include "handler/rules.h"
 
-// A rule is bound to a source or a destination interface, each an item of its own. A stored name that is no
-// interface of one radio shows as the first VAP.
+// A rule is bound to a source or a destination interface, each an item of its own. What follows the numbers
+// in a stored name does not count ("ath1ap3.20" is a VLAN of a VAP); a radio's number without a VAP's is the
+// whole radio, and a name of neither shows as the first VAP.
 static std::string interface_shown(char side, const char *stored) {
-    char radio[10], vap[10] = "", rest = 0;
-    if (sscanf(stored, "ath%9[0-9]ap%9[0-9]%c", radio, vap, &rest) == 2)
-        return format("%c.%d.%d", side, atoi(radio) + 1, atoi(vap) + 1);
-    if (sscanf(stored, "ath%9[0-9]ap%1[+]%c", radio, vap, &rest) == 2)
-        return format("%c.%d.0", side, atoi(radio) + 1);
-    return format("%c.1.1", side);
+    int radio = 0, vap = 0;
+    switch (sscanf(stored, "ath%9dap%9d", &radio, &vap)) {
+        case 2:
+            return format("%c.%d.%d", side, radio + 1, vap + 1);
+        case 1:
+            return format("%c.%d.0", side, radio + 1);
+        default:
+            return format("%c.1.1", side);
+    }
 }
 
 snmp_reply *rule_interface(const HandlerCall &call) {

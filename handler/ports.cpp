@@ -4,7 +4,8 @@
 
 // A device without a configurable switch has no mode: 0 shows and none can be set.
 snmp_reply *port_switch_mode(const HandlerCall &call) {
-    if (!is_instance_0(call) || has_item(call, {0})) return ordinary(call);
+    if (!is_instance_0(call)) return call.reply;
+    if (has_item(call, {0})) return ordinary(call);
     if (call.kind == KIND_SET) {
         TRACE("SET str=%s\n", call.value);
         return set_refused(call);

@@ -67,10 +67,8 @@ snmp_reply *configured_channel(const HandlerCall &call) {
     return ordinary(call, {.condition = may_have_channel});
 }
 
-// Band steering is one setting of the device: a SET of either row writes both radios.
+// Band steering is one setting of the device: a SET writes both radios, whatever row it names.
 static snmp_reply *set_both_radios(const HandlerCall &call, void (*before)(const std::string &text)) {
-    Row addressed{};
-    if (!parse_row(call, &addressed)) return set_refused(call);
     for (int radio = 1; radio <= RADIOS; radio++) {
         TRACE("SET str=%s,index:%d\n", call.value, radio);
         if (!within_range(call.object, call.value)) return set_refused(call);

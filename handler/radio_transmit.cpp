@@ -81,11 +81,11 @@ static std::string power_number(const HandlerCall &call, const Row &row) {
 snmp_reply *transmit_power(const HandlerCall &call) {
     if (call.kind == KIND_GET) return get_rows(call, [&](const Row &row) { return power_number(call, row); });
     Row row{};
-    if (!parse_row(call, &row)) return set_refused(call);
+    const bool is_row = parse_row(call, &row);
     int64_t level = int64_t{atoi(call.value)} - 1;
-    TRACE("SET str=%s,index:%d,set_val:%lld, get_max_txpwr_level:%d\n", call.value, row[0],
-          static_cast<long long>(level), get_max_txpwr_level(row[0]));
-    if (!within_range(call.object, call.value)) return set_refused(call);
+    TRACE("SET str=%s,index:%d,set_val:%lld, get_max_txpwr_level:%d\n", call.value, call.index,
+          static_cast<long long>(level), is_row ? get_max_txpwr_level(row[0]) : 0);
+    if (!is_row || !within_range(call.object, call.value)) return set_refused(call);
     if (level > lowest_power_level(row[0])) {
         level = lowest_power_level(row[0]);
         TRACE("set_val is too large,change set_val to %lld\n", static_cast<long long>(level));

@@ -91,11 +91,11 @@ snmp_reply *clock_apply(const HandlerCall &call) {
     }
     TRACE("SET str=%s\n", call.value);
     if (!check_int_range(call.value, 0, 1)) return set_refused(call);
-    stamp(call);
     int32_t *const fields[] = {&zevap->set_month,  &zevap->set_day,  &zevap->set_hour,
                                &zevap->set_minute, &zevap->set_year, &zevap->set_second};
     for (const int32_t *field : fields)
         if (*field == CLOCK_UNSET) return set_refused(call);
+    stamp(call);
     run_command(format("date %02d%02d%02d%02d%4d.%02d", zevap->set_month, zevap->set_day, zevap->set_hour,
                        zevap->set_minute, zevap->set_year, zevap->set_second));
     for (int32_t *field : fields) *field = CLOCK_UNSET;

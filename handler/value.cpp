@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
@@ -88,6 +87,8 @@ static bool has_form(Form form, char *value) {
 
 bool within_range(const Object &object, const char *value) {
     if (!object.range.are_set()) return true;
+    if (object.digits == FIRST_DIGITS) return object.range.have(atoi(value));
+    if (object.digits == OR_NO_DIGIT && atoi(value) == 0) return true;
     const auto length = static_cast<long>(strlen(value));
     return std::any_of(object.range.begin(), object.range.end(), [&](const Range &range) {
         if (!range.is_set()) return false;
@@ -130,21 +131,12 @@ static std::string on_or_off(bool on) {
     return on ? "enable" : "disable";
 }
 
-static bool is_whole_number(const std::string &text) {
-    int number = 0;
-    const char *end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number);
-    return error == std::errc() && stop == end;
-}
-
 static std::string decoded(const Object &object, const std::string &stored) {
     const int number = atoi(stored.c_str());
     switch (object.codec) {
         case AS_STORED:
         case VLAN_ID:
             break;
-        case WHOLE_NUMBER:
-            return is_whole_number(stored) ? std::to_string(number) : stored;
         case SHOWS_NUMBER:
         case PLAIN_NUMBER:
             return std::to_string(number);
@@ -171,7 +163,6 @@ static std::string encoded(const Object &object, const char *value) {
     switch (object.codec) {
         case AS_STORED:
         case SHOWS_NUMBER:
-        case WHOLE_NUMBER:
         case VLAN_IN_USE:
         case VLAN_OF_VAP:
             break;

@@ -139,7 +139,7 @@ constexpr bool is_pattern_of(const Table *table, const char *pattern, std::strin
 }
 
 EVERY_OBJECT("the letters of a pattern are those of the table's arcs", {
-    constexpr std::string_view READ = "sKeiqoc", SET = "s";
+    constexpr std::string_view READ = "sKeiqoc", SET = "si";
     return is_pattern_of(table, object.group ? object.group
                                 : table      ? table->group
                                              : "") &&

@@ -120,7 +120,6 @@ constexpr const char *text_of(Form form) {
 enum Codec : uint8_t {
     AS_STORED,
     SHOWS_NUMBER,      // shows the number that the text begins with
-    WHOLE_NUMBER,      // shows a text that is a number, leading zeros or not, as that number
     PLAIN_NUMBER,      // as SHOWS_NUMBER, and stores a number in its shortest form
     THOUSANDS,         // stored a thousand times finer
     VLAN_ID,           // stores 4096, no VLAN, for 0
@@ -129,6 +128,13 @@ enum Codec : uint8_t {
     HEX_NUMBER,        // stored as four hexadecimal digits; shows nothing for a number out of the range
     HEX_TEXT,          // stored as two hexadecimal digits a character, sixteen characters
     COUNTED_FROM_ONE,  // stored counted from 0; 0 for no text
+};
+
+// How a SET reads the text of an integer.
+enum Digits : uint8_t {
+    ALL_DIGITS,    // a number, whole
+    OR_NO_DIGIT,   // the same, or a text that begins with none, which is 0
+    FIRST_DIGITS,  // the number that it begins with, whatever follows; without one 0
 };
 
 // A condition on another item of the object's group, as it is stored.
@@ -227,6 +233,7 @@ struct Object {
 
     // What a SET accepts.
     Ranges range{};    // of the number for integers, of the length for texts
+    Digits digits = ALL_DIGITS;
     Ranges numbers{};  // of a text that is a number
     Form form = ANY_TEXT;
     bool or_empty = false;  // the form and the numbers let the empty text pass
@@ -301,7 +308,7 @@ struct Object {
 // The access category of frames of an 802.1p priority.
 #define DOWNLINK_CATEGORY(key_, ...)                                                                \
     .range = between(0, 3), .words = ACCESS_CATEGORY_WORDS, .key = key_ __VA_OPT__(, ) __VA_ARGS__, \
-    .codec = WHOLE_NUMBER, IF_STORED, .radios = PLAIN_RADIOS
+    .codec = SHOWS_NUMBER, IF_STORED, .radios = PLAIN_RADIOS
 #define OPTIONAL_IPV4(key_) \
     .range = exactly(0) | between(7, 15), .form = IPV4_ADDRESS, .or_empty = true, .key = key_
 #define OPTIONAL_MAC(key_) \

@@ -20,7 +20,7 @@ static snmp_reply *execute(snmp_reply *reply, snmp_request *request) {
             return SET(reply, request->oid, request->set);
         case KIND_DUMP:
             dump_node(head);
-            TRACE_LOCATION("zevsic", __func__);
+            TRACE_LOCATION("zevsic", "snmp_exec");
             print_root(head);
             return reply;
         default:

@@ -52,7 +52,7 @@ TEST_F(FirewallTest, StoredInterfacesAndWhatTheyShow) {
     EXPECT_EQ(shown("7.1.1.5.2", "bfirewall", entry + "dInterface", "ath1ap15"), "d.2.16");
     EXPECT_EQ(shown("7.1.1.5.2", "bfirewall", entry + "dInterface", ""), "d.1.1");
     for (const auto &[stored, value] :
-         {std::pair("ath0ap0", "s.1.1"), {"ath1ap+", "s.2.0"}, {"ath1ap5x", "s.1.1"}, {"ath1ap+5", "s.1.1"}})
+         {std::pair("ath0ap0", "s.1.1"), {"ath1ap+", "s.2.0"}, {"ath1ap3.20", "s.2.4"}, {"ath+ap+", "s.1.1"}})
         EXPECT_EQ(shown("7.1.1.5.2", "bfirewall", entry + "sInterface", stored), value) << stored;
     EXPECT_EQ(shown("7.1.1.29.2", "bfirewall", entry + "RARP.opcode", "2147483647"), "2147483648");
 }

@@ -9,10 +9,15 @@ class RadioTest : public AgentTest {
 
 TEST_F(RadioTest, WhatASetQueues) {
     fake.item("rf1_wds8", "state", "enable");  // a radio with a link keeps a fixed channel
-    expect_sets({{"2.1.1.10.1", "rf1 channel=", {"6"}, {"auto"}},
-                 {"2.1.1.10.2", "rf2 channel=", {"auto"}, {}},
-                 {"2.1.1.20.2", "rf1 band_steering=", {"2>enable + rf2 band_steering=enable"}, {"0"}}});
-    EXPECT_EQ(fake.steering_calls, (Texts{"enable -1 -1 - -", "enable -1 -1 - -"}));
+    expect_sets(
+        {{"2.1.1.10.1", "rf1 channel=", {"6"}, {"auto"}},
+         {"2.1.1.10.2", "rf2 channel=", {"auto"}, {}},
+         {"2.1.1.18.1", "rf1 packet_delay_threshold=", {"100>100000", "x>0", ">0"}, {"99", "100x"}},
+         {"2.1.1.20.2", "rf1 band_steering=", {"2>enable + rf2 band_steering=enable"}, {"0"}},
+         // a setting of the device, whatever the row
+         {"2.1.1.20.7", "rf1 band_steering=", {"2>enable + rf2 band_steering=enable"}, {}},
+         {"2.1.1.21.1.1", "rf1 aggr_band_steering=", {"1>disable + rf2 aggr_band_steering=disable"}, {"0"}}});
+    EXPECT_EQ(fake.steering_calls, Texts(4, "enable -1 -1 - -"));
 }
 
 TEST_F(RadioTest, BandFollowsTheRadioAndResetsWhatItCannotHave) {
@@ -21,7 +26,7 @@ TEST_F(RadioTest, BandFollowsTheRadioAndResetsWhatItCannotHave) {
     expect_sets({{"2.1.1.3.1", "rf1 state=disable + rf1 channel=auto", {"0>" + rest}, {"1", "5", "7"}},
                  {"2.1.1.3.1",
                   "rf1 state=enable + rf1 mode=",
-                  {"2>11b" + rest, "3>11g" + rest, "4>auto" + rest, "6>11ng"},
+                  {"2>11b" + rest, "3>11g" + rest, "4>auto" + rest, "6>11ng", " 6x>11ng"},
                   {}},
                  {"2.1.1.3.2",
                   "rf2 state=enable + rf2 mode=",

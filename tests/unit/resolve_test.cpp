@@ -4,6 +4,7 @@
 #include <ctime>
 
 #include "tests/unit/agent_fixture.h"
+#include "tree/rows.h"
 
 // The clock of the machine, or the one that a test has set. The linker leads the agent's calls here.
 static time_t clock_time = 0;
@@ -75,6 +76,26 @@ TEST_F(ResolveTest, LiveObjectsAreAskedAgainWhenDue) {
     }
 }
 
+static snmp_reply *takes_six_seconds(snmp_reply *reply, mib_node *node, uint8_t, const char *, char *, int) {
+    static int calls = 0;
+    update_time(node);
+    clock_time += 6;
+    return update_data(reply, node, std::to_string(++calls).c_str(), 0);
+}
+
+TEST_F(ResolveTest, ARefreshLongerThanTheSampleTimeCountsFromItsEnd) {
+    clock_time = 1000;
+    ALLOC_NODE("1.99", INTEGER, takes_six_seconds);
+    const std::tuple<int, int, const char *> steps[] = {
+        // sample time, seconds since the last step, shown
+        {2, 0, "1"}, {2, 1, "1"}, {2, 1, "2"}, {9, 9, "3"}, {9, 2, "3"}, {9, 1, "4"}};
+    for (const auto &[sample_time, seconds, shown] : steps) {
+        zevap->sample_time = static_cast<uint8_t>(sample_time);
+        clock_time += seconds;
+        EXPECT_EQ(get("1.99.0").value, shown);
+    }
+}
+
 TEST_F(ResolveTest, InstancesAreWholeAndNumbers) {
     for (int round = 0; round < 2; round++) {
         const char *const when = round == 0 ? "fresh" : "cached";
@@ -136,4 +157,27 @@ TEST_F(ResolveTest, Traces) {
     EXPECT_TRUE(traced([] { set("1.1.0", "string x"); })
                     .starts_with("SET 1.3.6.1.4.1.48019.6.1.1.0\nrequest->set:string x; strlen(set):8\n"
                                  "SET (1.3.6.1.4.1.48019.6.1.1.0)\nstr:(1.1.0)\n=1 \n=1 \n=0 \n"));
+    const auto count = [](const std::string &text, const std::string &line) {
+        int n = 0;
+        for (size_t at = 0; (at = text.find(line, at)) != text.npos; at++) n++;
+        return n;
+    };
+    for (const char *oid : {"2.1.1.15.1.1", "2.1.1.15.1", "2.1.1.13.1.1"}) {
+        const std::string text = traced([&] { set(oid, "integer 9"); });
+        EXPECT_EQ(count(text, "SET str=9,index:1"), 1) << oid;
+        EXPECT_EQ(count(text, "mulindex"), 0) << oid;
+    }
+    EXPECT_EQ(count(traced([] { get("1.65.1"); }), "The node is not exist: 1\n"), 1);
+    get("3.1.1.3.1.1");
+    // An arc that cannot be is as absent as one that only is not there.
+    const auto absent = [](const std::string &arc) {
+        std::string text = traced([&] {
+            for (const std::string &oid : {arc + ".1.0", "1." + arc + ".0", "1." + arc})
+                get(oid), set(oid, "");
+            get("2.1.1.3." + arc), get("3.1.1.3.1." + arc);
+        });
+        for (size_t at = 0; (at = text.find(arc, at)) != text.npos;) text.replace(at, arc.size(), "ARC");
+        return text;
+    };
+    EXPECT_EQ(absent("300"), absent("200"));
 }

@@ -32,6 +32,7 @@ TEST_F(SystemTest, TheClockIsComposedThenApplied) {
     prepare_tools();
     EXPECT_EQ(get("1.8.0").value, "-1");
     EXPECT_EQ(queued_by("1.14.0", "1"), REFUSED) << "nothing is set yet";
+    EXPECT_EQ(get("1.14.0").oid, "1.14.0") << "though it was refused before";
     expect_sets({{"1.10.0", "", {}, {"1"}},  // no day without year and month
                  {"1.8.0", "", {"2023>"}, {}},
                  {"1.9.0", "", {"2>"}, {}},

@@ -18,6 +18,10 @@ TEST_F(VapTest, ARateShowsInItsShortestForm) {
 }
 
 TEST_F(VapTest, StoredTextsAndWhatTheyShow) {
+    const std::pair<const char *, const char *> priorities[] = {{"6", "0"},  {" 6", "0"}, {"6x", "0"},
+                                                                {"04", "1"}, {"", "2"},   {"7", "-1"}};
+    for (const auto &[stored, code] : priorities)
+        EXPECT_EQ(shown("3.1.1.16.1.1", "rf1_vap1", "down8021p_vo", stored), code) << stored;
     const std::string key = "0123456789abcde~", encoded = "3031323334353637383961626364657e";
     fake.item("rf2_vap16", "upband", "512");
     EXPECT_EQ(shown("3.1.1.8.2.16", "rf2_vap16", "vid", "4094"), "512");
