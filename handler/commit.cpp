@@ -2,6 +2,7 @@
 #include "handler/commit.h"
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <pthread.h>
 #include <signal.h>
 #include <unistd.h>
@@ -75,6 +76,7 @@ static bool save_pending_items() {
     const int result = set_cfg_items_snmp(sic_zevcfg, pending_items);
     free_item_list(pending_items);
     pending_items = nullptr;
+    malloc_trim(0);                    // a long queue took memory, and lies across the heap
     if (result != 0) forget_values();  // what was written and shown is lost
     return result == 0;
 }
