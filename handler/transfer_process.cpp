@@ -98,9 +98,9 @@ void start_transfer_process(const TransferCommands &commands, const std::string 
         .ended = prepare_log_line(work + " ended"),
         .failed = prepare_log_line(work + " ended, a tool failed", Severity::ERROR),
     };
-    log_event((work + " begun").c_str());
+    log_event(work + " begun");
     const pid_t child = fork();
-    if (child < 0) log_event((work + " not begun: no process").c_str(), Severity::ERROR);
+    if (child < 0) log_event(work + " not begun: no process", Severity::ERROR);
     if (child != 0) {
         status_of_ended(child);
         return;

@@ -28,6 +28,6 @@ void send_log_line(const LogLine &line) {
     close(fd);
 }
 
-void log_event(const char *text, Severity severity) {
+void log_event(const std::string &text, Severity severity) {
     send_log_line(prepare_log_line(text, severity));
 }

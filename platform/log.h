@@ -6,7 +6,7 @@
 
 enum class Severity { ERROR = 3, INFORMATION = 6 };  // RFC 5424, section 6.2.1
 
-void log_event(const char *text, Severity severity = Severity::INFORMATION);
+void log_event(const std::string &text, Severity severity = Severity::INFORMATION);
 
 // A line that is ready to be sent, for a process that may make system calls only.
 struct LogLine {

@@ -13,37 +13,58 @@
 #include <string>
 
 #include "platform/device.h"
+#include "platform/log.h"
 #include "tree/dispatch.h"
 #include "tree/trace.h"
 
 constexpr int BACKLOG = 128;
 
 [[noreturn]] static void error(const char *message) {
+    const int why = errno;
+    log_event(std::string(message) + ": " + strerror(why), Severity::ERROR);
+    errno = why;
     perror(message);
     exit(0);
 }
 
+// The process that listens on the path: 0 when nobody does.
+static pid_t listening_process(const sockaddr_un &address, socklen_t length) {
+    const int client = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    ucred peer = {};
+    socklen_t size = sizeof peer;
+    if (client >= 0 && connect(client, reinterpret_cast<const sockaddr *>(&address), length) == 0)
+        getsockopt(client, SOL_SOCKET, SO_PEERCRED, &peer, &size);
+    if (client >= 0) close(client);
+    return peer.pid;
+}
+
 int init_nonblock_socket() {
     const std::string path = device_path("/tmp/zevsic_sock");
-    unlink(path.c_str());
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const bool fits = path.size() < sizeof address.sun_path;
+    if (fits) memcpy(address.sun_path, path.data(), path.size());
+    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size());
+    const pid_t other = fits ? listening_process(address, length) : 0;
+    const int in_the_way = unlink(path.c_str()) == 0 || errno == ENOENT ? 0 : errno;
+
     const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (listener < 0) error("creating socket");
     const int on = 1;
     setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof address.sun_path) {
+    if (!fits) {
         errno = ENAMETOOLONG;
         error("binding socket");
     }
-    memcpy(address.sun_path, path.data(), path.size());
-    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size());
     const mode_t mask = umask(0117);
     const int bound = bind(listener, reinterpret_cast<sockaddr *>(&address), length);
     umask(mask);
-    if (bound < 0) error("binding socket");
+    if (bound < 0) {
+        if (in_the_way != 0) errno = in_the_way;  // says more: a folder of that name, say
+        error("binding socket");
+    }
     listen(listener, BACKLOG);
+    if (other > 0) log_event("request socket taken over from process " + std::to_string(other));
     return listener;
 }
 
