@@ -24,7 +24,7 @@ class Server {
         if (bind(listener_, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0 ||
             seteuid(owner) != 0 || listen(listener_, 16) != 0 || seteuid(self) != 0)
             abort();
-        thread_ = std::thread([this] { loop(); });
+        thread_ = std::jthread([this] { loop(); });
     }
     ~Server() {
         shutdown(listener_, SHUT_RDWR);
@@ -57,7 +57,7 @@ class Server {
 
     Serve serve_;
     int listener_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    std::thread thread_;
+    std::jthread thread_;
 };
 
 // A tree of a few values by name or OID, GETNEXT in their order, and SETs that are answered as told.

@@ -33,7 +33,8 @@ class DaemonTest : public testing::Test {
     // Sends on a connection, or on a new one.
     int send(const string &request, int client = -1) const {
         if (client < 0) client = device.connect_client();
-        EXPECT_EQ(write(client, request.data(), request.size()), static_cast<ssize_t>(request.size()));
+        EXPECT_EQ(::send(client, request.data(), request.size(), MSG_NOSIGNAL),
+                  static_cast<ssize_t>(request.size()));
         return client;
     }
     string exchange(const string &request) const {
@@ -51,7 +52,7 @@ class DaemonTest : public testing::Test {
     bool answers() const { return exchange(record(KIND_GET, NAME)).size() == RECORD_SIZE; }
     // How often a line stands in the trace.
     int traced(const string &line) const {
-        return std::stoi(device.said("grep -cF \"" + line + "\" $ZEVSIC_ROOT/tmp/trace"));
+        return atoi(device.said("grep -cF \"" + line + "\" $ZEVSIC_ROOT/tmp/trace").c_str());
     }
 
     DeviceRoot device;

@@ -47,7 +47,7 @@ TEST_F(Device, CommandsGiveTheirStatusAndInheritNothing) {
 
 // The tools of one request, none of which does what it should.
 TEST_F(Device, ToolsThatDoNotEnd) {
-    tool_time_limit = 300;
+    const int whole_limit = tool_time_limit;
     const string child = " & echo $! >>\"$ZEVSIC_ROOT/tmp/children\"; ";
     const struct {
         string command, text;
@@ -66,6 +66,7 @@ TEST_F(Device, ToolsThatDoNotEnd) {
         for (const auto &c : cases) {
             const auto descriptors = std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
             const auto start = std::chrono::steady_clock::now();
+            tool_time_limit = c.cut_short ? 300 : whole_limit;
             begin_tools();
             const string command = busybox ? "exec busybox sh -c " + shell_word(c.command) : c.command;
             const CommandOutput output = read_command(command);
@@ -82,13 +83,14 @@ TEST_F(Device, ToolsThatDoNotEnd) {
             EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << command;
         }
     }
+    tool_time_limit = 300;
     begin_tools();
     EXPECT_EQ(run_command("sleep 60" + child + "wait"), -1);
     end_tools();
     const string alive =
         "grep -L 'State:.Z' $(sed 's#.*#/proc/&/status#' $ZEVSIC_ROOT/tmp/children) 2>/dev/null";
     EXPECT_TRUE(eventually([&] { return !has(root.said(alive), "/proc"); }));
-    tool_time_limit = 10'000;
+    tool_time_limit = whole_limit;
 }
 
 TEST_F(Device, WhatToolsSayIsBoundedAndSaidOnce) {
@@ -115,14 +117,14 @@ TEST_F(Device, WhatToolsSayIsBoundedAndSaidOnce) {
 }
 
 TEST_F(Device, ToolsAreTheRootsOwn) {
-    // Of these the machine's are never run, whatever PATH says.
-    for (const char *command : {"date 010100002030.00", " reboot", "/sbin/reboot", "date;true"}) {
+    // Of these the machine's are never run, whatever PATH says. They would do no harm.
+    for (const char *command : {"date +%Y", " reboot --help", "/sbin/reboot --help", "date;true"}) {
         EXPECT_EQ(run_command(command), -1) << command;
         EXPECT_FALSE(read_command(command).started) << command;
     }
     root.write_tool("/sbin/date", "echo \"own $*\"");
     EXPECT_EQ(read_command("date 0101 x").text, "own 0101 x\n");
-    EXPECT_EQ(run_command("reboot"), -1);
+    EXPECT_EQ(run_command("reboot --help"), -1);
     EXPECT_EQ(run_command("true date"), 0);
 
     const char *path = getenv("PATH");

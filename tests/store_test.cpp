@@ -316,9 +316,9 @@ TEST_F(Store, ReadersGoOnWhileAnApplyRunsAndHandlesAreReopened) {
         "sleep 0.02; done");
     std::atomic<bool> done{false};
     std::atomic<int> result{-1};
-    std::thread apply([&] { result = apply_cfg(working); });
+    std::jthread apply([&] { result = apply_cfg(working); });
     zevcfg_handle *stale = working;
-    std::thread reader([&] {
+    std::jthread reader([&] {
         while (!done) EXPECT_EQ(get(stale, "device", "name"), "new");
     });
     while (get(running, "device", "name") != "new") std::this_thread::yield();  // the script runs
