@@ -66,13 +66,14 @@ static Sending send_question(Asker *asker, DaemonQuestion *question) {
         asker->sent.push_back({std::move(*question), fd, asker->now, 0, nullptr});
         return Sending::SENT;
     }
-    const bool full = errno == EAGAIN;  // its backlog
-    if (!full)
+    // Its backlog is full, or there is no descriptor left: both end.
+    const bool later = errno == EAGAIN || errno == EMFILE || errno == ENFILE || errno == ENOBUFS;
+    if (errno != EAGAIN)
         asker->error = "cannot ask at " + asker->socket + ": " +
                        (why.empty() ? std::system_category().message(errno) : why);
     if (asker->refused == Clock::time_point()) asker->refused = asker->now;
     if (fd >= 0) close(fd);
-    return full ? Sending::LATER : Sending::FAILED;
+    return later ? Sending::LATER : Sending::FAILED;
 }
 
 // The turn of the question that can be sent now; none when there is no such question, or enough were sent.

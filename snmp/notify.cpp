@@ -274,7 +274,10 @@ static void ask() {
     const bool fits = state.socket.size() < sizeof address.sun_path;
     if (fits) memcpy(address.sun_path, state.socket.data(), state.socket.size());
     const int fd = fits ? socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0) : -1;
-    if (fd < 0) return end_round();
+    if (fd < 0) {  // no descriptor is left, which says nothing of the daemon
+        state.answered = Clock::now();
+        return end_round();
+    }
     // A record goes into the socket's buffer as a whole.
     std::string why;
     const bool connected = connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0 &&
