@@ -9,6 +9,7 @@
 #include "client/protocol.h"
 #include "platform/device.h"
 #include "snmp/agentx_handler.h"
+#include "snmp/connections.h"
 #include "snmp/log.h"
 #include "snmp/netsnmp.h"
 #include "snmp/notify.h"
@@ -27,10 +28,14 @@ struct Options {
     bool foreground = false;
 };
 
-static volatile sig_atomic_t stopped;
+static volatile sig_atomic_t stopped, asked_to_reload;
 
 static void stop(int) {
     stopped = 1;
+}
+
+static void ask_to_reload(int) {
+    asked_to_reload = 1;
 }
 
 static int log_of_library(int, int, void *message, void *) {
@@ -41,13 +46,15 @@ static int log_of_library(int, int, void *message, void *) {
     return 0;
 }
 
-static void handle_signals() {
+static void handle_signals(bool listens) {
     struct sigaction action {};
     action.sa_handler = stop;
     sigaction(SIGTERM, &action, nullptr);
     sigaction(SIGINT, &action, nullptr);
     action.sa_handler = SIG_IGN;
     sigaction(SIGPIPE, &action, nullptr);
+    if (listens) action.sa_handler = ask_to_reload;  // a sub-agent has no configuration
+    sigaction(SIGHUP, &action, nullptr);
 }
 
 static void set_option(int which, bool value) {
@@ -65,6 +72,19 @@ static bool add_subtree(Subtree *subtree, const Options &options) {
     if (register_subtree(subtree, std::chrono::seconds(options.timeout_seconds))) return true;
     log_line(LOG_ERR, "the agent library does not take the subtree");
     return false;
+}
+
+static bool is_readable(const std::string &configuration) {
+    if (access(configuration.c_str(), R_OK) == 0) return true;
+    log_line(LOG_ERR, configuration + ": " + strerror(errno));
+    return false;
+}
+
+static bool listen_at(const std::string &address) {
+    netsnmp_transport *transport = netsnmp_transport_open_server("snmp", address.c_str());
+    if (!transport) return false;
+    if (transport->f_accept) bound_connections(transport);
+    return netsnmp_register_agent_nsap(transport) != 0;
 }
 
 static bool start_subagent(Subtree *subtree, const Options &options) {
@@ -88,14 +108,10 @@ static bool start_subagent(Subtree *subtree, const Options &options) {
 static bool start_agent(Subtree *subtree, const Options &options) {
     // Half a megabyte for disks and sensors that an access point does not have.
     static char modules_left_out[] = "-smux,hr_disk,lmsensorsMib,hw_sensors";
-    if (access(options.configuration.c_str(), R_OK) != 0) {
-        log_line(LOG_ERR, options.configuration + ": " + strerror(errno));
-        return false;
-    }
-    std::string addresses;
-    for (const std::string &address : options.listen) addresses += (addresses.empty() ? "" : ",") + address;
+    if (!is_readable(options.configuration)) return false;
     unsetenv("SNMPCONFPATH");
-    set_configuration_directory(device_path("/var/lib/snmp").c_str());
+    // No folder for configuration: a file in the persistent one would be read twice, and lose the engine id.
+    set_configuration_directory("");
     netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_OPTIONALCONFIG,
                           options.configuration.c_str());
     netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_X_SOCKET, options.master.c_str());
@@ -106,13 +122,26 @@ static bool start_agent(Subtree *subtree, const Options &options) {
     if (!add_subtree(subtree, options)) return false;
     init_snmp(AGENT);
     // In place of what its configuration says of addresses.
-    netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS, addresses.c_str());
-    if (init_master_agent() != 0) {
-        log_line(LOG_ERR, "cannot listen at " + addresses);
-        return false;
+    netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS, "none");
+    if (init_master_agent() != 0) return false;
+    for (const std::string &address : options.listen) {
+        if (!listen_at(address)) {
+            log_line(LOG_ERR, "cannot listen at " + address);
+            return false;
+        }
+        log_line(LOG_INFO, "serving " + std::string(ROOT_OID) + " at " + address + " from " + options.socket);
     }
-    log_line(LOG_INFO, "serving " + std::string(ROOT_OID) + " at " + addresses + " from " + options.socket);
+    // How often it has started, and the keys of users, in case that it ends otherwise than by a signal.
+    snmp_store(AGENT);
     return true;
+}
+
+// The file is read before anything of the present configuration is given up.
+static void reload(const Options &options) {
+    if (!is_readable(options.configuration)) return;
+    update_config();
+    snmp_store(AGENT);
+    log_line(LOG_INFO, "read " + options.configuration + " again");
 }
 
 static timeval time_until(Clock::time_point then) {
@@ -123,29 +152,41 @@ static timeval time_until(Clock::time_point then) {
     return {static_cast<time_t>(wait / 1000000), static_cast<suseconds_t>(wait % 1000000)};
 }
 
+// A set of descriptors, of any number of them.
+struct Descriptors : netsnmp_large_fd_set {
+    Descriptors() {
+        netsnmp_large_fd_set_init(this, FD_SETSIZE);
+        clear();
+    }
+    ~Descriptors() { netsnmp_large_fd_set_cleanup(this); }
+    Descriptors(const Descriptors &) = delete;
+    Descriptors &operator=(const Descriptors &) = delete;
+    void clear() { NETSNMP_LARGE_FD_ZERO(this); }
+};
+
 // Those through which the library hands itself a master's message, and the answer to it back.
 static std::vector<int> pipes_of_library() {
     int count = 0, block = 1;
     timeval timeout{};
-    fd_set sessions;
-    FD_ZERO(&sessions);
-    snmp_select_info(&count, &sessions, &timeout, &block);
+    Descriptors sessions;
+    snmp_select_info2(&count, &sessions, &timeout, &block);
     std::vector<int> pipes;
     struct stat file {};
     for (int fd = 0; fd < count; fd++)
-        if (FD_ISSET(fd, &sessions) && fstat(fd, &file) == 0 && S_ISFIFO(file.st_mode)) pipes.push_back(fd);
+        if (NETSNMP_LARGE_FD_ISSET(fd, &sessions) && fstat(fd, &file) == 0 && S_ISFIFO(file.st_mode))
+            pipes.push_back(fd);
     return pipes;
 }
 
 // Otherwise each would cost a round of the loop, for every value.
 static void read_pipes(const std::vector<int> &pipes) {
+    static Descriptors session;
     for (const int fd : pipes) {
         int waiting = 0;
         if (ioctl(fd, FIONREAD, &waiting) != 0 || waiting == 0) continue;
-        fd_set session;
-        FD_ZERO(&session);
-        FD_SET(fd, &session);
-        snmp_read(&session);
+        session.clear();
+        NETSNMP_LARGE_FD_SET(fd, &session);
+        snmp_read2(&session);
     }
 }
 
@@ -153,30 +194,28 @@ static void read_pipes(const std::vector<int> &pipes) {
 static void run_once(Subtree *subtree, const std::vector<int> &pipes) {
     // A wait that took this long was one: nothing had come before it ended.
     constexpr std::chrono::microseconds WAITED(10);
+    static Descriptors readable, writable, exceptional;
     int count = 0, block = 0;
-    fd_set readable, writable, exceptional;
-    FD_ZERO(&readable);
-    FD_ZERO(&writable);
-    FD_ZERO(&exceptional);
+    for (Descriptors *set : {&readable, &writable, &exceptional}) set->clear();
     timeval timeout = time_until(next_go());
-    netsnmp_external_event_info(&count, &readable, &writable, &exceptional);
-    snmp_select_info(&count, &readable, &timeout, &block);
+    netsnmp_external_event_info2(&count, &readable, &writable, &exceptional);
+    snmp_select_info2(&count, &readable, &timeout, &block);
     const int daemon = waiting_fd(subtree->asker);
     if (daemon >= 0) {
-        FD_SET(daemon, &readable);
+        NETSNMP_LARGE_FD_SET(daemon, &readable);
         count = std::max(count, daemon + 1);
     }
     const Clock::time_point begin = Clock::now();
-    int ready = select(count, &readable, &writable, &exceptional, &timeout);
-    const bool answered = ready > 0 && daemon >= 0 && FD_ISSET(daemon, &readable);
+    int ready = netsnmp_large_fd_set_select(count, &readable, &writable, &exceptional, &timeout);
+    const bool answered = ready > 0 && daemon >= 0 && NETSNMP_LARGE_FD_ISSET(daemon, &readable);
     if (answered) {
-        FD_CLR(daemon, &readable);
+        NETSNMP_LARGE_FD_CLR(daemon, &readable);
         ready--;
     }
     begin_round(ready <= 0 || Clock::now() - begin >= WAITED);
     if (ready > 0) {
-        netsnmp_dispatch_external_events(&ready, &readable, &writable, &exceptional);
-        snmp_read(&readable);
+        netsnmp_dispatch_external_events2(&ready, &readable, &writable, &exceptional);
+        snmp_read2(&readable);
         read_pipes(pipes);
     }
     snmp_timeout();
@@ -195,13 +234,19 @@ static int serve(const Options &options) {
     }
     Subtree subtree(options.socket);
     subtree.keep = std::chrono::seconds(options.keep_seconds);
-    handle_signals();
-    prepare_library();
     const bool listens = !options.listen.empty();
+    handle_signals(listens);
+    prepare_library();
     if (!(listens ? start_agent(&subtree, options) : start_subagent(&subtree, options))) return 1;
     start_notifications(options.socket);
     const std::vector<int> pipes = pipes_of_library();
-    while (!stopped) run_once(&subtree, pipes);
+    while (!stopped) {
+        run_once(&subtree, pipes);
+        if (asked_to_reload) {
+            asked_to_reload = 0;
+            reload(options);
+        }
+    }
     log_unfit(subtree);
     snmp_shutdown(listens ? AGENT : PROGRAM);
     shutdown_agent();
@@ -225,7 +270,10 @@ int main(int argc, char **argv) {
                        "tcp:161; may "
                        "be given several times")
             ->type_name("ADDRESS")
-            ->allow_extra_args(false);
+            ->allow_extra_args(false)
+            ->delimiter(',')
+            ->check(
+                [](const std::string &address) { return address.empty() ? "an address is missing" : ""; });
         app.add_option("--config", options.configuration,
                        "With --listen: snmpd's configuration file, for users, views, trap sinks")
             ->type_name("FILE")

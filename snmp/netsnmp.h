@@ -8,3 +8,5 @@
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 
 #include <net-snmp/agent/mib_modules.h>
+
+#include <net-snmp/library/large_fd_set.h>

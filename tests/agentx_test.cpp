@@ -1,5 +1,7 @@
 // The SNMP front ends on the real daemon, under the real snmpd and without one, asked with the ordinary SNMP
 // tools. @ is the subtree's root.
+#include <netinet/in.h>
+
 #include <map>
 #include <thread>
 
@@ -186,6 +188,7 @@ TEST_F(SnmpTest, UnderAMaster) {
     // Each value is asked for once, and what comes behind the last row of a column.
     walks_all("");
     EXPECT_LT(std::stoi(device.said("grep -c '^recv oid=' $ZEVSIC_ROOT/tmp/asked")), 7400);
+    kill(front_end, SIGHUP);  // it has no configuration
     EXPECT_TRUE(has(log(), "<5>cpu_usage: \"Unknown\" is no value"));
     EXPECT_EQ(log().find("<5>cpu_usage"), log().rfind("<5>cpu_usage"));
 
@@ -263,13 +266,51 @@ TEST_F(SnmpTest, UnderAMaster) {
 }
 
 TEST_F(SnmpTest, WithoutAMaster) {
-    configure("createUser keeper SHA authentic-phrase AES private-phrase\nrwuser keeper priv\n" +
-              start_trap_sink());
-    start_front_end("--listen udp:127.0.0.1:" + port + " --config $ZEVSIC_ROOT/etc/snmpd.conf");
+    const string options =
+        "--listen udp:127.0.0.1:" + port + ",tcp:127.0.0.1:" + port + " --config $ZEVSIC_ROOT/etc/snmpd.conf";
+    const string sink = start_trap_sink();
+    configure("rwuser keeper priv\n" + sink);
+    device.write("/var/lib/snmp/snmpd.conf", "createUser keeper SHA authentic-phrase AES private-phrase\n");
     const string access = " -v3 -l authPriv -u keeper -a SHA -A authentic-phrase -x AES -X ";
-    EXPECT_TRUE(has(snmp("set" + access + "private-phrase", "@1.1.0 s lobby"), "lobby"));
+    string engines;
+    for (const int signal : {SIGTERM, SIGKILL, 0}) {  // the keys of users outlive both
+        start_front_end(options);
+        const string set = snmp("set" + access + "private-phrase", "@1.1.0 s lobby");
+        EXPECT_TRUE(has(set, "lobby")) << signal;
+        engines += value(".1.3.6.1.6.3.10.2.1.1.0 .1.3.6.1.6.3.10.2.1.2.0");
+        if (signal) device.end(front_end, signal);
+    }
+    const string engine = engines.substr(0, engines.find("\"\n") + 2);
+    EXPECT_EQ(engines, engine + "1\n" + engine + "2\n" + engine + "3\n");
     snmp("set" + access + "another-phrase -t 0.5", "@1.1.0 s wrong");
     EXPECT_EQ(value("@1.1.0 .1.3.6.1.2.1.1.5.0"), "\"lobby\"\n\"front\"\n");
+    EXPECT_TRUE(has(device.said("zevsic-agentx --listen ''"), "exit 2\n"));
+
+    std::vector<int> peers;  // silent ones, of whom the oldest have to go
+    const auto is_dropped = [&](size_t peer) {
+        char byte;
+        return recv(peers[peer], &byte, 1, MSG_DONTWAIT) == 0;
+    };
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<uint16_t>(std::stoi(port)));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    for (int i = 0; i < 65; i++) {
+        peers.push_back(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        EXPECT_EQ(connect(peers.back(), reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
+    }
+    EXPECT_TRUE(eventually([&] { return is_dropped(0); }));
+    EXPECT_FALSE(is_dropped(1));
+    EXPECT_TRUE(has(device.said("snmpget tcp:127.1 .1.3.6.1.2.1.1.5.0"), "front"));
+    for (const int peer : peers) close(peer);
+
+    configure("rocommunity other\n" + sink);
+    kill(front_end, SIGHUP);
+    EXPECT_TRUE(eventually([&] { return has(snmp("get -t 0.3 -c other", "@1.1.0"), "lobby"); }));
+    device.said("rm $ZEVSIC_ROOT/etc/snmpd.conf");
+    kill(front_end, SIGHUP);
+    EXPECT_TRUE(eventually([&] { return has(log(), "No such file"); }));
+    EXPECT_EQ(value("@1.1.0"), "\"lobby\"\n");
     ASSERT_TRUE(knows_everything());
     hides_nothing();
     device.end(daemon);
