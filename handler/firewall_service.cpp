@@ -6,47 +6,16 @@
 #include "handler/engine.h"
 #include "handler/firewall.h"
 #include "handler/rules.h"
+#include "registry/services.h"
 
-// By column: name, protocol, source and destination ports. Ports are one, a range with ':' or a list with
-// blanks; empty is any.
-static constexpr const char *PREDEFINED[][4] = {
-    {"ALL", "", "", ""},
-    {"ALL TCP", "TCP", "0:65535", "0:65535"},
-    {"ALL UDP", "UDP", "0:65535", "0:65535"},
-    {"ALL ICMP", "ICMP", "", ""},
-    {"FTP", "TCP UDP", "", "20:21"},
-    {"HTTP", "TCP UDP", "", "80"},
-    {"HTTPS", "TCP UDP", "", "443"},
-    {"POP3", "TCP", "", "110"},
-    {"SMTP", "TCP", "", "25"},
-    {"DHCP", "UDP", "", "67:68"},
-    {"DNS", "TCP UDP", "", "53"},
-    {"GOPHER", "TCP", "", "70"},
-    {"SNMP", "TCP UDP", "", "161:162"},
-    {"NFS", "TCP UDP", "", "111 2049"},
-    {"TELNET", "TCP", "", "23"},
-    {"FINGER", "TCP", "", "79"},
-    {"IKE", "UDP", "", "500 4500"},
-    {"IMAP", "TCP", "", "143"},
-    {"IRC", "TCP", "", "6660:6670"},
-    {"LDAP", "TCP", "", "389"},
-    {"Net-Meeting", "TCP", "", "1720"},
-    {"NTP", "TCP UDP", "", "123"},
-    {"RLOGIN", "TCP", "", "513"},
-    {"SSH", "TCP", "", "22"},
-    {"TFTP", "UDP", "", "69"},
-    {"RIP", "UDP", "", "520"},
-    {"HSRP", "UDP", "", "1985"},
-    {"OSPF", "89", "", ""},
-};
-constexpr int PREDEFINED_COUNT = static_cast<int>(std::size(PREDEFINED));
+constexpr int PREDEFINED_COUNT = static_cast<int>(std::size(PREDEFINED_SERVICES));
 static_assert(table_of(*"L2FirewallServiceName"_object)->predefined == PREDEFINED_COUNT);
 
 constexpr int FIRST_COLUMN = "L2FirewallServiceName"_object->last_arc();
 static const Table &SERVICES = *table_of(*"L2FirewallServiceName"_object);
 
 bool is_service_name(const char *text) {
-    for (const auto &[name, protocol, source_ports, destination_ports] : PREDEFINED)
+    for (const auto &[name, protocol, source_ports, destination_ports] : PREDEFINED_SERVICES)
         if (strcmp(text, name) == 0) return true;
     const int count = last_row(SERVICES) - PREDEFINED_COUNT;
     for (int i = 0; i < count; i++)
@@ -59,7 +28,7 @@ snmp_reply *service(const HandlerCall &call) {
     if (call.kind == KIND_GET)
         return get_rows(call, [&](const Row &row) -> std::string {
             if (row[0] <= PREDEFINED_COUNT)
-                return PREDEFINED[row[0] - 1][call.object.last_arc() - FIRST_COLUMN];
+                return PREDEFINED_SERVICES[row[0] - 1][call.object.last_arc() - FIRST_COLUMN];
             return read_row(call, {row[0] - PREDEFINED_COUNT}).text;
         });
     Row row{};

@@ -1,0 +1,35 @@
+// The services that every firewall has: rules name them beside those that the store adds.
+#pragma once
+
+// By column: name, protocols, source and destination ports. Several protocols stand with blanks between them,
+// one is TCP, UDP, ICMP or a number. Ports are one, a range with ':' or a list with blanks; empty is any.
+inline constexpr const char *PREDEFINED_SERVICES[][4] = {
+    {"ALL", "", "", ""},
+    {"ALL TCP", "TCP", "0:65535", "0:65535"},
+    {"ALL UDP", "UDP", "0:65535", "0:65535"},
+    {"ALL ICMP", "ICMP", "", ""},
+    {"FTP", "TCP UDP", "", "20:21"},
+    {"HTTP", "TCP UDP", "", "80"},
+    {"HTTPS", "TCP UDP", "", "443"},
+    {"POP3", "TCP", "", "110"},
+    {"SMTP", "TCP", "", "25"},
+    {"DHCP", "UDP", "", "67:68"},
+    {"DNS", "TCP UDP", "", "53"},
+    {"GOPHER", "TCP", "", "70"},
+    {"SNMP", "TCP UDP", "", "161:162"},
+    {"NFS", "TCP UDP", "", "111 2049"},
+    {"TELNET", "TCP", "", "23"},
+    {"FINGER", "TCP", "", "79"},
+    {"IKE", "UDP", "", "500 4500"},
+    {"IMAP", "TCP", "", "143"},
+    {"IRC", "TCP", "", "6660:6670"},
+    {"LDAP", "TCP", "", "389"},
+    {"Net-Meeting", "TCP", "", "1720"},
+    {"NTP", "TCP UDP", "", "123"},
+    {"RLOGIN", "TCP", "", "513"},
+    {"SSH", "TCP", "", "22"},
+    {"TFTP", "UDP", "", "69"},
+    {"RIP", "UDP", "", "520"},
+    {"HSRP", "UDP", "", "1985"},
+    {"OSPF", "89", "", ""},
+};
