@@ -1,6 +1,9 @@
 #include "linux/machine.h"
 
+#include <net/if.h>
+
 #include <algorithm>
+#include <cctype>
 #include <filesystem>
 #include <map>
 
@@ -64,6 +67,12 @@ static std::vector<Card> read_cards() {
     return cards;
 }
 
+static bool is_interface_name(const std::string &text) {
+    return !text.empty() && text.size() < IFNAMSIZ &&
+           std::all_of(text.begin(), text.end(),
+                       [](unsigned char c) { return isalnum(c) != 0 || c == '.' || c == '-' || c == '_'; });
+}
+
 Machine read_machine() {
     Machine machine;
     const auto names = read_names();
@@ -80,10 +89,16 @@ Machine read_machine() {
     std::vector<WirelessRadio> known;
     ask_nl80211(Nl80211Question::WIPHYS, "", [&](nlmsghdr *message) { read_radio_message(message, &known); });
     for (int r = 1; r <= RADIOS; r++) read_abilities(known, r, &machine.cards[r - 1]);
-    for (int i = 0; i < 8; i++) {
+    for (int i = 0; i < LAN_PORTS; i++) {
         const auto port = names.find("port" + std::to_string(i));
-        machine.ports.push_back(port == names.end() ? "" : port->second);
+        const bool is_named = port != names.end() && is_interface_name(port->second);
+        machine.ports.push_back(is_named ? port->second : "");
+        if (is_named && machine.bridge_mac.empty())
+            machine.bridge_mac = file_text("/sys/class/net/" + port->second + "/address");
     }
+    machine.has_networkd = device_file_exists("/lib/systemd/systemd-networkd");
+    machine.has_timesyncd = device_file_exists("/lib/systemd/systemd-timesyncd");
+    machine.has_rsyslog = device_file_exists("/etc/rsyslog.conf");
     return machine;
 }
 

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-constexpr int RADIOS = 2, VAPS = 16, LINKS = 8;
+constexpr int RADIOS = 2, VAPS = 16, LINKS = 8, LAN_PORTS = 8;
 
 struct Card {
     std::string phy;  // "phy0"; empty: there is no such radio

@@ -171,17 +171,26 @@ static std::string lines(const std::vector<std::string> &commands) {
     return text;
 }
 
+static std::string section(const std::string &name, const std::vector<std::string> &commands) {
+    return "# " + name + "\n" + lines(commands);
+}
+
 std::map<std::string, std::string> texts_of(const Plan &plan) {
     std::map<std::string, std::string> texts;
-    std::string commands = lines(plan.bridge);
+    std::string commands = section(BRIDGE, plan.bridge);
     for (const RadioPlan &radio : plan.radios) {
+        const std::string make = "iw phy " + radio.phy + " interface add ";
         texts[radio.interface + ".conf"] = hostapd_text(radio);
-        for (const Bss &bss : radio.networks) commands += lines(bss.commands);
+        commands += section(radio.interface, {make + radio.interface + " type __ap addr " + radio.mac});
+        for (const Bss &bss : radio.networks) commands += section(bss.interface, bss.commands);
         for (const Caller &caller : radio.callers) {
             texts[caller.interface + ".conf"] = caller.text;
-            commands += lines(caller.commands);
+            std::vector<std::string> all = {make + caller.interface + " type managed 4addr on addr " +
+                                            caller.mac};
+            all.insert(all.end(), caller.commands.begin(), caller.commands.end());
+            commands += section(caller.interface, all);
         }
-        commands += lines(radio.commands);
+        commands += section(radio.interface + ON_AIR, radio.commands);
     }
     texts["commands"] = commands;
     texts["firewall.nft"] = plan.firewall;

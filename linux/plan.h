@@ -12,7 +12,7 @@ constexpr char BRIDGE[] = "br0", HOSTAPD_SOCKETS[] = "/run/hostapd";
 
 // A network of a radio: a VAP, or the side of a WDS link that waits for the other.
 struct Bss {
-    std::string interface, text;        // hostapd's lines, from "bss=" on
+    std::string interface, text;        // hostapd's lines, "bss=" the first
     std::vector<std::string> commands;  // when the interface is there: of ip, bridge, tc and iw
 };
 
@@ -49,8 +49,14 @@ struct Plan {
 Plan make_plan(const Lookup &configuration, const Machine &machine);
 
 // The texts by file name: a file of hostapd for each radio (ath0.conf), of wpa_supplicant for each link that
-// calls, firewall.nft, "commands", the system's files below "files", "not-done".
+// calls (ath0wds0.conf), firewall.nft, "commands", the system's files below "files", "not-done".
+//
+// "commands" has sections: a line "# NAME" and the commands behind it, of ip, bridge, tc and iw. NAME is the
+// bridge, a network's interface (what is done when it is there), a radio's (what makes it) or a radio's and "
+// on air".
 std::map<std::string, std::string> texts_of(const Plan &plan);
+
+constexpr char ON_AIR[] = " on air";
 
 // hostapd's file of a radio.
 std::string hostapd_text(const RadioPlan &radio);

@@ -30,7 +30,7 @@ static int vlan_of_port(const Settings &settings, int port) {
 
 int untagged_vlan(const Settings &settings) {
     std::set<int> used = tagged_vlans(settings);
-    for (int i = 0; i < 8; i++) used.insert(vlan_of_port(settings, i));
+    for (int i = 0; i < LAN_PORTS; i++) used.insert(vlan_of_port(settings, i));
     int vlan = 1;
     while (used.contains(vlan)) vlan++;
     return vlan;
