@@ -168,6 +168,7 @@ void forget_reports() {
 struct ToolTime {
     bool limited = false;  // false: the thread serves no request
     int64_t end = 0;       // in milliseconds of the monotonic clock; 0: no tool has run yet
+    int asked_for = 0;
     int cut_short = 0;
 };
 static thread_local ToolTime tool_time;
@@ -198,12 +199,17 @@ int tools_cut_short() {
     return tool_time.cut_short;
 }
 
+int tools_asked_for() {
+    return tool_time.asked_for;
+}
+
 bool most_tool_time_left() {
     return tool_time.end == 0 || tool_time.end - milliseconds_now() >= tool_time_limit / 2;
 }
 
 // Whether there is time to run another tool.
 static bool may_run() {
+    tool_time.asked_for++;
     if (time_left() > 0) return true;
     tool_time.cut_short++;
     return false;

@@ -26,6 +26,9 @@ void end_tools();
 // How many tools of this request were ended, or not even started, because the time was up.
 int tools_cut_short();
 
+// How many this request has asked for, these included.
+int tools_asked_for();
+
 // Whether the tools that this request has run left most of the time: one that is cut short then hangs by
 // itself, and does not lack what another took.
 bool most_tool_time_left();

@@ -50,6 +50,7 @@ struct mib_node {
     uint8_t update_bit = 1;  // 1: GET consults the handler when the object's refresh is due
     uint8_t type = TYPE_NONE;
     Shortage shortage : 2 = NOTHING_LACKS;
+    bool runs_tools : 1 = false;  // the last refresh of an object did
     bool value_is_apart : 1 = false;
     int32_t update_stamp = 0;  // time of the last refresh of an object, seconds since the epoch
     union {                    // the value of an instance: nine of ten are numbers of a few digits

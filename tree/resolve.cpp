@@ -119,20 +119,22 @@ snmp_reply *just_output(snmp_reply *reply, mib_node *node, int arc) {
     return reply;
 }
 
-// Once the tools' time is up, the request that used it up does not ask the object again: its rows are the
-// whole lines that came.
+// Once the tools' time is up, the request that used it up asks none again that is made of what they print: it
+// keeps the whole lines that came, or what it showed before.
 static bool is_due(const mib_node *object) {
     if (object->update_bit != 1) return false;
-    if (object->shortage != NOTHING_LACKS && tools_cut_short() > 0) return false;
+    if (object->runs_tools && tools_cut_short() > 0) return false;
     return object->shortage == TOOLS_LACKED || need_update(object) != 0;
 }
 
 static snmp_reply *refresh(snmp_reply *reply, mib_node *object, const Address &address) {
+    const int asked_for_before = tools_asked_for();
     const int cut_short_before = tools_cut_short();
     const bool had_time = most_tool_time_left();
     const int32_t stamp_before = object->update_stamp;
     snmp_reply *answer =
         object->handler(reply, object, KIND_GET, address.instance, nullptr, address.first_arc);
+    object->runs_tools = tools_asked_for() != asked_for_before;
     const bool cut_short = tools_cut_short() != cut_short_before;
     object->shortage = !cut_short ? NOTHING_LACKS : had_time ? TOOL_HUNG : TOOLS_LACKED;
     // One that takes longer than the sample time would be due again when it is done, and the tools never

@@ -170,6 +170,13 @@ TEST_F(StationTest, AToolThatHangs) {
     EXPECT_EQ(value(11, OTHER), "b3");
     zevap->sample_time = 0;
     EXPECT_EQ(value(9, OTHER), "b12");
+
+    // One that is due in the same request keeps what it shows.
+    EXPECT_EQ(value(11, OTHER), "b3");
+    root.write("/hang", "");
+    tool_time_limit = 300;
+    EXPECT_EQ(next("5.1.1.9"), (Answer{STRING, cell(11, OTHER), "b3"}));
+    tool_time_limit = 10'000;
 }
 
 TEST_F(StationTest, AToolThatListsTooMany) {
