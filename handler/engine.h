@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "handler/patterns.h"
 #include "handler/toolkit.h"
 #include "handler/value.h"
 
@@ -67,9 +68,6 @@ bool parse_row(const HandlerCall &call, Row *row);
 bool accept_row(const HandlerCall &call, Row *row);
 
 // ---- items ----
-
-// The store's numeric id of a group's pattern, for queuing.
-unsigned group_id(const char *pattern, const Row &row);
 
 // Name and id of the object's group for a row.
 std::string group_name(const HandlerCall &call, const Row &row);
