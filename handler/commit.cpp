@@ -84,8 +84,7 @@ static bool save_pending_items() {
 static int apply_state() {
     if (check_apply_need_reboot() == 1) return -1;
     int state = 0;
-    std::string text;
-    if (read_device_file(APPLY_LOCK_FILE, 1, &text)) {
+    if (file_counts(APPLY_LOCK_FILE)) {
         TRACE("already applying\n");
         state = 1;
     } else if (!store_is_free()) {
@@ -101,7 +100,7 @@ static void show_state(const HandlerCall &call, const char *state) {
 }
 
 static snmp_reply *start_apply(HandlerCall call) {
-    if (device_file_exists(APPLY_LOCK_FILE)) {
+    if (file_counts(APPLY_LOCK_FILE)) {
         TRACE("already applying\n");
         return set_refused(call);
     }
@@ -118,7 +117,7 @@ static snmp_reply *start_apply(HandlerCall call) {
     };
     if (!save_pending_items()) return refuse();
     std::string changes;
-    if (!read_device_file(SAVED_CHANGES_FILE, 1024, &changes)) {
+    if (!file_counts(SAVED_CHANGES_FILE) || !read_device_file(SAVED_CHANGES_FILE, 1024, &changes)) {
         TRACE("Need not to apply since no config saved\n");
         forget_values();
         return refuse();

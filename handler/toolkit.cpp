@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "platform/files.h"
+#include "platform/log.h"
 #include "tree/oid.h"
 #include "tree/resolve.h"
 #include "tree/rows.h"
@@ -91,6 +93,17 @@ Reading read_system_item(const char *name) {
 
 void queue_item(unsigned group_id, const char *key, const std::string &value) {
     pending_items = append_cfg_item(pending_items, group_id, key, value.c_str());
+}
+
+bool file_counts(const char *file) {
+    const FileOwner owner = file_owner(file);
+    if (owner == FileOwner::STRANGER) {
+        const bool removed = remove_strangers_file(file);
+        const std::string text = std::string(file) + " is a stranger's and does not count: " +
+                                 (removed ? "removed" : "cannot be removed");
+        log_event(text.c_str(), Severity::ERROR);
+    }
+    return owner == FileOwner::OURS;
 }
 
 std::string format(const char *format, ...) {

@@ -71,6 +71,10 @@ Reading read_system_item(const char *name);
 extern cfg_item *pending_items;
 void queue_item(unsigned group_id, const char *key, const std::string &value);
 
+// A lock, a marker or a status file is there and counts. What a stranger has put at its place is removed, and
+// the system's log says so.
+bool file_counts(const char *file);
+
 [[gnu::format(printf, 1, 2)]] std::string format(const char *format, ...);
 
 // The first word of a text; empty when it has none.

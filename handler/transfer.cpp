@@ -153,7 +153,7 @@ static bool start_transfer(const Transfer &transfer, UpdateCommand command) {
                                                     : Operation::RESTORE;
     // Both protocols share them: one upgrade or restore and one backup at a time.
     const char *lock_file = operation == Operation::BACKUP ? BACKUP_LOCK_FILE : UPDATE_LOCK_FILE;
-    if (!create_lock_file(lock_file)) return false;
+    if (file_counts(lock_file) || !create_lock_file(lock_file)) return false;
     const TransferFiles files = transfer_files(transfer.protocol);
     if (!prepare_files(operation, files)) {
         remove_device_file(lock_file);
@@ -221,14 +221,13 @@ static bool web_server_accepted(const char *status_file) {
 }
 
 static TransferStatus action_status(const Transfer &transfer) {
-    if (device_file_exists(BACKUP_LOCK_FILE)) return BACKING_UP;
-    if (device_file_exists(UPDATE_LOCK_FILE)) return UPDATING;
+    if (file_counts(BACKUP_LOCK_FILE)) return BACKING_UP;
+    if (file_counts(UPDATE_LOCK_FILE)) return UPDATING;
     const TransferFiles files = transfer_files(transfer.protocol);
     const int last = zevap->*transfer.update_command;
     // The backup file goes when it has reached the server.
-    if (last == BACKUP && device_file_exists(files.backup)) return BACKUP_FAILED;
-    std::string any;
-    if (!read_device_file(files.status, 1, &any)) return IDLE;
+    if (last == BACKUP && file_counts(files.backup)) return BACKUP_FAILED;
+    if (!file_counts(files.status)) return IDLE;
     if (web_server_accepted(files.status)) return RESTARTING;
     if (last == UPGRADE) return UPGRADE_FAILED;
     return last == RESTORE ? RESTORE_FAILED : IDLE;

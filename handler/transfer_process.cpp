@@ -42,10 +42,15 @@ static bool run_to_the_end(const char *command) {
     return status_of_ended(pid) == 0;
 }
 
-// 0 when there is no file.
-static unsigned long long size_of(const char *path) {
+struct Fetched {
+    unsigned long long size;  // 0 when there is no file
+    bool is_strangers;        // put in the place of one that a tool has removed
+};
+static Fetched look_at(const char *path) {
     struct stat facts;
-    return stat(path, &facts) == 0 ? static_cast<unsigned long long>(facts.st_size) : 0;
+    if (lstat(path, &facts) != 0) return {0, false};
+    if (!is_ours(facts)) return {0, true};
+    return {static_cast<unsigned long long>(facts.st_size), false};
 }
 
 // Writes the size and the closing quote.
@@ -64,18 +69,17 @@ static void add_size(char *end, unsigned long long size) {
 // Nothing came: nothing is passed on, or it would replace what is good there. The action status takes an
 // empty file for a failed backup.
 static void leave_failed(const char *file, bool restoring) {
-    if (restoring)
-        unlink(file);
-    else
-        close(open(file, O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+    unlink(file);
+    if (!restoring) close(open(file, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
 }
 
 static void transfer(const Prepared &prepared) {
     bool done = run_to_the_end(prepared.first);
-    const unsigned long long size = size_of(prepared.file);
+    const Fetched fetched = look_at(prepared.file);
+    if (fetched.is_strangers) done = false;
     const bool restoring = prepared.second_end != nullptr;
-    if (restoring) add_size(prepared.second_end, size);
-    if (prepared.second && (done || size > 0))
+    if (restoring) add_size(prepared.second_end, fetched.size);
+    if (prepared.second && (done || fetched.size > 0))
         done = run_to_the_end(prepared.second);
     else if (prepared.second)
         leave_failed(prepared.file, restoring);

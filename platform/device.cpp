@@ -364,11 +364,12 @@ int open_device_file(std::string_view absolute, int flags, unsigned mode) {
 bool read_device_file(std::string_view absolute, size_t limit, std::string *out) {
     out->clear();
     // Anyone may put a link or a pipe below /tmp: neither is followed or waited for.
-    int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | (absolute.starts_with("/tmp/") ? O_NOFOLLOW : 0);
+    const bool is_public = absolute.starts_with("/tmp/");
+    int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | (is_public ? O_NOFOLLOW : 0);
     int fd = open(device_path(absolute).c_str(), flags);
     if (fd < 0) return false;
     struct stat facts = {};
-    bool readable = fstat(fd, &facts) == 0 && S_ISREG(facts.st_mode);
+    bool readable = fstat(fd, &facts) == 0 && (is_public ? is_ours(facts) : S_ISREG(facts.st_mode));
     while (readable && out->size() < limit) {
         char buffer[4096];
         ssize_t n = read(fd, buffer, std::min(sizeof buffer, limit - out->size()));
@@ -397,8 +398,4 @@ bool create_lock_file(std::string_view absolute) {
     dprintf(fd, "%ld\n", static_cast<long>(time(nullptr)));
     close(fd);
     return true;
-}
-
-bool remove_device_file(std::string_view absolute) {
-    return unlink(device_path(absolute).c_str()) == 0 || errno == ENOENT;
 }

@@ -71,7 +71,7 @@ std::string url_text(std::string_view text);
 int open_device_file(std::string_view absolute, int flags, unsigned mode = 0);
 
 // Up to `limit` bytes of a device file. False when it cannot be read or is no regular file; below /tmp also
-// when it is a link.
+// when it is a link or a stranger's.
 bool read_device_file(std::string_view absolute, size_t limit, std::string *out);
 
 // A text up to its first newline.
@@ -81,6 +81,3 @@ bool device_file_exists(std::string_view absolute);
 
 // Creates a lock file that must not exist yet (O_EXCL) holding the time in seconds and a newline.
 bool create_lock_file(std::string_view absolute);
-
-// False when it is there still.
-bool remove_device_file(std::string_view absolute);

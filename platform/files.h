@@ -1,6 +1,10 @@
 // Files by which the daemon, the store and the clients know of each other.
 #pragma once
 
+#include <string_view>
+
+struct stat;
+
 constexpr char PID_FILE[] = "/var/run/zevsic.pid";                 // the daemon's process ID
 constexpr char APPLY_LOCK_FILE[] = "/tmp/lock_snmp_apply_file";    // there while an apply of the daemon runs
 constexpr char UPDATE_LOCK_FILE[] = "/tmp/lock_snmp_web";          // … an upgrade or a restore
@@ -14,3 +18,22 @@ constexpr char TFTP_BACKUP_FILE[] = "/tmp/tftp_backup.cfg";
 constexpr char TFTP_STATUS_FILE[] = "/tmp/up_tftp_status.txt";
 constexpr char FTP_BACKUP_FILE[] = "/tmp/ftp_backup.cfg";
 constexpr char FTP_STATUS_FILE[] = "/tmp/up_ftp_status.txt";
+
+// ---- whose they are ----
+
+// Anyone may put something below /tmp. A file there counts only as a regular one of root or of the user that
+// this process runs as. Safe in a signal handler.
+bool is_ours(const struct stat &facts);
+
+enum class FileOwner { NOBODY, OURS, STRANGER };  // NOBODY: nothing has the name
+FileOwner file_owner(std::string_view absolute);
+
+// There is a file of that name, and it counts.
+bool our_file_exists(std::string_view absolute);
+
+// Takes away what a stranger has put there, whatever it is. False when that cannot be done.
+bool remove_strangers_file(std::string_view absolute);
+
+// Takes away whatever has the name; a folder that is not empty is moved beside it. False when it is there
+// still.
+bool remove_device_file(std::string_view absolute);

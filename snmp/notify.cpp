@@ -68,10 +68,6 @@ static struct {
     };
 } state;
 
-static bool exists(const char *file) {
-    return access(device_path(file).c_str(), F_OK) == 0;
-}
-
 static bool is_earlier(const timespec &a, const timespec &b) {
     return a.tv_sec != b.tv_sec ? a.tv_sec < b.tv_sec : a.tv_nsec < b.tv_nsec;
 }
@@ -131,7 +127,7 @@ static void see_apply(int value) {
 
 // The daemon ends itself when an apply fails, and leaves the lock file.
 static void see_end_of_daemon() {
-    if ((!state.applying && !state.apply_lock_made) || !exists(APPLY_LOCK_FILE)) return;
+    if ((!state.applying && !state.apply_lock_made) || !our_file_exists(APPLY_LOCK_FILE)) return;
     state.apply_stuck = true;
     state.apply_lock_made = false;
     apply_ended(FAILED);
@@ -225,7 +221,7 @@ static void end_round() {
 static void add_questions_of_transfers() {
     read_file_events();
     for (Transfer &transfer : state.transfers) {
-        if (!transfer.begun && exists(transfer.lock_file)) transfer.begun = true;
+        if (!transfer.begun && our_file_exists(transfer.lock_file)) transfer.begun = true;
         if (!transfer.begun) continue;
         if (!transfer.protocol) transfer.protocol = newest(transfer);
         if (!transfer.protocol) transfer.protocol = TFTP;
@@ -236,7 +232,7 @@ static void add_questions_of_transfers() {
                                                if (value == UPGRADE || value == RESTORE)
                                                    transfer.operation = static_cast<Operation>(value);
                                            }});
-        if (!exists(transfer.lock_file))
+        if (!our_file_exists(transfer.lock_file))
             round_now.questions.push_back(
                 {tftp ? "1.63.5.0" : "1.64.7.0", [&transfer](int value) { see_status(&transfer, value); }});
     }
@@ -350,6 +346,7 @@ static int file_events = -1;
 
 // True when the file is one that says something.
 static bool see_file(const std::string &path, bool made) {
+    if (made && file_owner(path) == FileOwner::STRANGER) return false;
     if (path == APPLY_LOCK_FILE) {
         if (made) state.apply_stuck = false;
         state.apply_lock_made = state.apply_lock_made || made;

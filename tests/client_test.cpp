@@ -196,6 +196,14 @@ TEST_F(Commands, StatusTellsWhatIsNotWell) {
     EXPECT_TRUE(has(bad, "not applied: a reboot is needed\n"));
     EXPECT_TRUE(has(bad, "NOT WELL: upgrade or restore since "));
     EXPECT_TRUE(has(bad, "exit 1\n"));
+    // A stranger's do not count.
+    for (const char *file : {"/tmp/sync_config", "/tmp/lock_snmp_web"}) {
+        std::filesystem::remove(device.path(file));
+        device.put_strangers_file(file, 0);
+    }
+    const string strangers = zevctl("status");
+    EXPECT_TRUE(has(strangers, "\nsaved changes               all applied\n"));
+    EXPECT_TRUE(has(strangers, "NOT WELL: made by a stranger: does not count\n"));
 }
 
 TEST_F(Commands, WalksEnd) {

@@ -132,6 +132,15 @@ class DeviceRoot {
         const int status = status_of(pclose(pipe));
         return status == 0 ? text : text + "exit " + std::to_string(status) + "\n";
     }
+    // Has a stranger put something at a name, in one way after the other: false when there are no more.
+    bool put_strangers_file(const std::string &absolute, size_t way) const {
+        static const char *const WAYS[] = {"mkdir -p F/full", "mkfifo F", "ln -s victim F", "ln -s nowhere F",
+                                           "echo 1 >F; chown 65534 F"};
+        if (way >= std::size(WAYS) - (geteuid() == 0 ? 0 : 1)) return false;
+        said("cd $ZEVSIC_ROOT/tmp; echo precious >victim; " + std::string(WAYS[way]) + "; mv F " +
+             path(absolute));
+        return true;
+    }
     // Starts a command, in a process group of its own. What it prints goes to the end of a file.
     pid_t start(const std::string &command, const std::string &output = "/tmp/out") {
         const pid_t pid = fork();

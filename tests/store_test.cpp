@@ -112,13 +112,17 @@ TEST_F(Store, ReadsItemsOrLeavesTheBufferAlone) {
 }
 
 TEST_F(Store, SavesListsAndMarksThem) {
-    device.write("/tmp/victim", "precious");
-    device.said("ln -s $ZEVSIC_ROOT/tmp/victim $ZEVSIC_ROOT/tmp/sync_config");
-    EXPECT_EQ(check_apply_need_reboot(), 0);
+    for (size_t way = 0; device.put_strangers_file("/tmp/sync_config", way); way++) {
+        EXPECT_EQ(check_apply_need_reboot(), 0) << way;
+        EXPECT_EQ(save({{GID_DEVICE, "name", "zevsic-ap"}}), 0) << way;
+        EXPECT_EQ(device.said("cat $ZEVSIC_ROOT/tmp/sync_config"), "0\n") << way;
+        unlink(device.path("/tmp/sync_config").c_str());
+    }
+    device.put_strangers_file("/tmp/sync_config", 2);
     ASSERT_EQ(save({}), 0);
     EXPECT_NE(save({{GID_DEVICE, "name", "first"}, {0x77, "name", "x"}}), 0);
     EXPECT_EQ(get(working, "device", "name"), "zevsic-ap");
-    EXPECT_EQ(device.read("/tmp/sync_config"), "precious");
+    EXPECT_EQ(device.read("/tmp/sync_config"), "precious\n");
     EXPECT_EQ(zevcfg("env set REBOOT_GROUPS 'wan_ip device'"), "");
     const struct {
         std::vector<QueuedTriple> items;
@@ -137,7 +141,7 @@ TEST_F(Store, SavesListsAndMarksThem) {
         EXPECT_EQ(check_apply_need_reboot(), step.marker[0] == '1');
     }
     umask(mask);
-    EXPECT_EQ(device.read("/tmp/victim"), "precious");
+    EXPECT_EQ(device.read("/tmp/victim"), "precious\n");
     EXPECT_EQ(get(working, "device", "name"), "last");
     EXPECT_EQ(get(working, "rf2_vap2", "ssid"), "a'b");
     EXPECT_EQ(get(running, "device", "name"), "zevsic-ap");
@@ -243,7 +247,8 @@ TEST_F(Store, TheLockIsOneForTheMachineAndDiesWithItsHolder) {
 
 TEST_F(Store, AppliesAndBootsWholeOrNotAtAll) {
     EXPECT_EQ(zevcfg("env set REBOOT_GROUPS device"), "");
-    device.said("cd $ZEVSIC_ROOT/tmp; touch lock_snmp_apply_file lock_snmp_web lock_snmp_conf_backup");
+    device.said(
+        "cd $ZEVSIC_ROOT/tmp; touch lock_snmp_apply_file lock_snmp_conf_backup; mkdir lock_snmp_web");
     const string see = "zevcfg get --current device name >>$ZEVSIC_ROOT/tmp/seen; ";
     const struct {
         const char *name;  // saved before

@@ -386,8 +386,7 @@ MetricsText read_metrics(const Client &client, const std::vector<std::string> &c
     add_sample(&out, "zevsic_build_info", "version=\"" ZEVSIC_VERSION "\"", "1");
     add_head(&out, "zevsic_unapplied_changes",
              "Whether the configuration holds saved changes that are not applied.");
-    add_sample(&out, "zevsic_unapplied_changes", "",
-               access(device_path(SAVED_CHANGES_FILE).c_str(), F_OK) == 0 ? "1" : "0");
+    add_sample(&out, "zevsic_unapplied_changes", "", our_file_exists(SAVED_CHANGES_FILE) ? "1" : "0");
     if (!result.up) return result;
 
     for (const Collector &collector : COLLECTORS) {

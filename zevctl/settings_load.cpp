@@ -351,7 +351,7 @@ int load_settings(const Client &client, const LoadOptions &options) {
         if (!may_save)
             complain(status, "nothing was saved; with --save, what depends on other lines is tried again");
     }
-    const bool unapplied = load.set > 0 || device_file_exists(SAVED_CHANGES_FILE);
+    const bool unapplied = load.set > 0 || our_file_exists(SAVED_CHANGES_FILE);
     if (status == EXIT_NO_DAEMON || !options.apply || !unapplied) return status;
     const int applied = apply(client, options.wait);
     return applied == EXIT_DONE ? status : applied;

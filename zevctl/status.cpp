@@ -68,7 +68,7 @@ static Part store_part(const Client &client, bool is_applying) {
 
 static Part changes_part() {
     std::string text;
-    if (!device_file_exists(SAVED_CHANGES_FILE)) return {"saved changes", "all applied"};
+    if (!our_file_exists(SAVED_CHANGES_FILE)) return {"saved changes", "all applied"};
     read_device_file(SAVED_CHANGES_FILE, 16, &text);
     return {"saved changes", text.starts_with('1') ? "not applied: a reboot is needed" : "not applied yet"};
 }
@@ -82,10 +82,13 @@ static Part transfer_part(const Client &client, const std::string &protocol, con
 
 static void add_locks(std::vector<Part> *parts) {
     for (const auto &lock : LOCKS) {
-        if (!device_file_exists(lock.path)) continue;
+        const FileOwner owner = file_owner(lock.path);
+        if (owner == FileOwner::NOBODY) continue;
         long made = 0;
         Part part{lock.path, std::string(lock.work) + " of an unknown age"};
-        if (read_number(lock.path, &made)) {
+        if (owner == FileOwner::STRANGER) {
+            part = {lock.path, "made by a stranger: does not count", false};
+        } else if (read_number(lock.path, &made)) {
             const long age = std::max(0L, static_cast<long>(time(nullptr)) - made);
             part.is_well = age <= lock.longest_s;
             part.state = lock.work + (" since " + duration(age)) +

@@ -1,6 +1,7 @@
 // Telling the daemon of an apply. The PID file may be a dead daemon's, and its number another process's by
 // now: only a zevsic is told.
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -74,7 +75,9 @@ static void signal_when_applied(const char *apply_lock, const char *pid_file) {
     timespec pause = {0, POLL_MS * 1'000'000L};
     // A lock that stays, of a daemon that died or by a disk that failed, hides the apply from nobody for
     // good.
-    for (int waited = 0; access(apply_lock, F_OK) == 0 && waited < LIMIT_MS; waited += POLL_MS)
+    struct stat facts;
+    for (int waited = 0; lstat(apply_lock, &facts) == 0 && is_ours(facts) && waited < LIMIT_MS;
+         waited += POLL_MS)
         nanosleep(&pause, nullptr);
     signal_daemon(pid_file, SIGUSR2);
 }

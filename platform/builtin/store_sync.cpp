@@ -23,8 +23,7 @@ bool write_marker(Saved saved) {
     if (saved == Saved::NOTHING) return remove_device_file(SAVED_CHANGES_FILE);
     int fd = open_device_file(SAVED_CHANGES_FILE, O_WRONLY | O_NONBLOCK);
     struct stat facts = {};
-    bool ours = fd >= 0 && fstat(fd, &facts) == 0 && S_ISREG(facts.st_mode) && facts.st_nlink == 1 &&
-                facts.st_uid == geteuid();
+    bool ours = fd >= 0 && fstat(fd, &facts) == 0 && is_ours(facts) && facts.st_nlink == 1;
     // Whatever another user has put at its place is replaced, not written to.
     if (!ours) {
         if (fd >= 0) close(fd);

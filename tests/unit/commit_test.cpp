@@ -86,6 +86,25 @@ TEST_F(CommitTest, ApplyRefusals) {
     EXPECT_FALSE(root.has("/tmp/lock_snmp_apply_file"));
 }
 
+TEST_F(CommitTest, AStrangersFilesDoNotCount) {
+    zevap->sample_time = 0;
+    for (size_t way = 0; root.put_strangers_file("/tmp/lock_snmp_apply_file", way); way++) {
+        EXPECT_EQ(get("1.62.0").value, "0") << way;
+        EXPECT_EQ(file_owner("/tmp/lock_snmp_apply_file"), FileOwner::NOBODY) << way;
+        root.put_strangers_file("/tmp/sync_config", way);
+        EXPECT_EQ(apply(), STATUS_WRONG_VALUE) << way << ": nothing was saved";
+        EXPECT_EQ(file_owner("/tmp/sync_config"), FileOwner::NOBODY) << way;
+        root.put_strangers_file("/tmp/lock_snmp_apply_file", way);
+        root.write("/tmp/sync_config", "0\n");
+        EXPECT_EQ(apply(), STATUS_ACCEPTED) << way;
+        EXPECT_TRUE(apply_ends());
+        EXPECT_EQ(root.read("/tmp/victim"), "precious\n");
+        unlink(root.path("/tmp/sync_config").c_str());
+        build();
+        zevap->sample_time = 0;
+    }
+}
+
 TEST_F(CommitTest, StateOfTheApplyObject) {
     fake.need_reboot = true;
     zevap->sample_time = 0;

@@ -157,9 +157,6 @@ TEST_F(TransferTest, Refusals) {
     root.write("/tmp/lock_snmp_conf_backup", "1\n");
     EXPECT_EQ(start_tftp(2), STATUS_WRONG_VALUE) << "one is running";
     std::filesystem::remove(root.path("/tmp/lock_snmp_conf_backup"));
-    std::filesystem::create_directory(root.path("/tmp/tftp_backup.cfg"));
-    EXPECT_EQ(start_tftp(2), STATUS_WRONG_VALUE) << "what is in the way cannot be removed";
-    EXPECT_FALSE(root.has("/tmp/lock_snmp_conf_backup"));
 
     set("1.64.1.0", "ipaddress 10.0.0.9");
     set("1.64.4.0", "string \"f\"");
@@ -170,6 +167,28 @@ TEST_F(TransferTest, Refusals) {
     EXPECT_FALSE(root.has("/calls"));
     build();
     EXPECT_EQ(get("1.64.2.0").value, "none") << "a rebuild forgets";
+}
+
+// Nor do they stay, and a tool that removes its file lets none in.
+TEST_F(TransferTest, AStrangersFilesDoNotCount) {
+    const char *const files[] = {"/tmp/lock_snmp_web", "/tmp/lock_snmp_conf_backup", "/tmp/tftp_backup.cfg",
+                                 "/tmp/up_tftp_status.txt"};
+    choose_tftp(2);
+    zevap->tftp_update_command = 2;
+    for (size_t way = 0; root.put_strangers_file(files[0], way); way++) {
+        for (const char *file : files) root.put_strangers_file(file, way);
+        EXPECT_EQ(status(), "0") << way;
+        for (const char *file : files) EXPECT_EQ(file_owner(file), FileOwner::NOBODY) << file << " " << way;
+        for (const char *file : files) root.put_strangers_file(file, way);
+        EXPECT_EQ(start_tftp(2), STATUS_ACCEPTED) << way;
+        EXPECT_TRUE(eventually([] { return status() == "0"; })) << way;
+        EXPECT_EQ(root.read("/tmp/victim"), "precious\n");
+    }
+    choose_tftp(1);
+    write_tool("tftp", "rm \"$5\"; ln -s victim \"$5\"");
+    EXPECT_EQ(start_tftp(3), STATUS_ACCEPTED);
+    EXPECT_TRUE(ends());
+    EXPECT_FALSE(has(root.read("/calls"), "upload.asp"));
 }
 
 TEST_F(TransferTest, BackupStates) {
