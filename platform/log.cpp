@@ -4,7 +4,10 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <cstddef>
+#include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 #include "platform/device.h"
 
@@ -16,18 +19,31 @@ LogLine prepare_log_line(const std::string &text, Severity severity) {
                                          ">zevsic[" + std::to_string(getpid()) + "]: " + text};
 }
 
-void send_log_line(const LogLine &line) {
+// To a path, or to a name of the kernel's own behind an @.
+static void send_datagram(std::string_view to, std::string_view text) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    if (line.socket.size() >= sizeof address.sun_path) return;
-    memcpy(address.sun_path, line.socket.data(), line.socket.size());
+    if (to.empty() || to.size() >= sizeof address.sun_path) return;
+    memcpy(address.sun_path, to.data(), to.size());
+    if (to.starts_with('@')) address.sun_path[0] = '\0';
+    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + to.size());
     const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (fd < 0) return;
-    sendto(fd, line.datagram.data(), line.datagram.size(), MSG_NOSIGNAL,
-           reinterpret_cast<sockaddr *>(&address), sizeof address);
+    sendto(fd, text.data(), text.size(), MSG_NOSIGNAL, reinterpret_cast<sockaddr *>(&address), length);
     close(fd);
+}
+
+void send_log_line(const LogLine &line) {
+    send_datagram(line.socket, line.datagram);
 }
 
 void log_event(const std::string &text, Severity severity) {
     send_log_line(prepare_log_line(text, severity));
+}
+
+void tell_ready() {
+    const char *socket = getenv("NOTIFY_SOCKET");
+    if (!socket) return;
+    send_datagram(socket, "READY=1");
+    unsetenv("NOTIFY_SOCKET");  // no business of the tools
 }

@@ -15,3 +15,6 @@ struct LogLine {
 LogLine prepare_log_line(const std::string &text, Severity severity = Severity::INFORMATION);
 // Sends it without waiting. It is lost when nobody takes it.
 void send_log_line(const LogLine &line);
+
+// Tells whoever supervises the process, and wants to know, that it serves now (sd_notify(3)).
+void tell_ready();

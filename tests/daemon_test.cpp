@@ -1,5 +1,8 @@
 // The real daemon in a device root: exact bytes in and out, half records, peers that leave, signals, applies.
 #include <sys/resource.h>
+#include <sys/syscall.h>
+
+#include <thread>
 
 #include "registry/wire.h"
 #include "tests/device_root.h"
@@ -259,15 +262,19 @@ TEST_F(DaemonTest, TellsTheSystemsLog) {
     ASSERT_EQ(bind(log, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
     const timeval patience = {20, 0};
     setsockopt(log, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    setenv("NOTIFY_SOCKET", address.sun_path, 1);
     const pid_t daemon = device.start("zevsic -d 0");
+    unsetenv("NOTIFY_SOCKET");
     const auto comes = [&](const string &text) {
         char line[256] = "";
         EXPECT_GT(recv(log, line, sizeof line - 1, 0), 0);
         const string severity = text.ends_with("failed") ? "<27>" : "<30>";
-        EXPECT_EQ(line, severity + "zevsic[" + std::to_string(daemon) + "]: " + text);
+        EXPECT_EQ(line,
+                  text == "READY=1" ? text : severity + "zevsic[" + std::to_string(daemon) + "]: " + text);
     };
     comes("request socket taken over from process " + std::to_string(first));
     comes("started, version " ZEVSIC_VERSION);
+    comes("READY=1");
     set("1.1.0", "string \"told nobody\"");
     set("1.62.0", "integer 1");
     comes("apply begun");
@@ -283,4 +290,55 @@ TEST_F(DaemonTest, TellsTheSystemsLog) {
     set("1.55.0", "integer 1");
     comes("reboot with factory settings");
     close(log);
+}
+
+// Only members of the operators' group may SET, only members of it or of the readers' group reach the socket.
+// may SET.
+TEST_F(DaemonTest, AsksWhoSets) {
+    if (geteuid() != 0) GTEST_SKIP() << "takes root, who can be others";
+    const string NAMED = "zevsic-demo";
+    constexpr gid_t OPERATORS = 64001, READERS = 64002, OTHERS = 64003;
+    chmod(device.path("").c_str(), 0755);
+    // What a peer of these groups is answered to a SET and a GET.
+    const auto answers_to = [&](gid_t first, std::vector<gid_t> more) -> std::pair<int, string> {
+        std::pair<int, string> answers = {-1, ""};
+        std::thread([&] {  // the calls themselves change one thread; those of libc change all
+            EXPECT_EQ(syscall(SYS_setgroups, more.size(), more.data()), 0);
+            EXPECT_EQ(syscall(SYS_setresgid, first, first, first), 0);
+            EXPECT_EQ(syscall(SYS_setresuid, 65534, 65534, 65534), 0);
+            const int client = device.connect_client();
+            if (client < 0) return;
+            answers.first = read_reply(send(record(KIND_SET, NAME, "string \"new\""), client))[4096];
+            close(client);
+            answers.second = value_of("1.1.0");
+        })
+            .join();
+        return answers;
+    };
+    const struct {
+        string groups;  // of the device
+        gid_t first;
+        std::vector<gid_t> more;
+        std::pair<int, string> answers;
+    } peers[] = {
+        {"zevsic:x:64001:\nzevsic-read:x:64002:\n", OTHERS, {OTHERS, OPERATORS}, {STATUS_ACCEPTED, NAMED}},
+        {"", OPERATORS, {}, {STATUS_ACCEPTED, NAMED}},
+        {"", READERS, {}, {STATUS_READ_ONLY, NAMED}},
+        {"", OTHERS, {READERS}, {STATUS_READ_ONLY, NAMED}},
+        {"", READERS, {OPERATORS}, {STATUS_ACCEPTED, NAMED}},
+        {"", OTHERS, {OTHERS}, {-1, ""}},
+        // Without the first group the daemon's own has its place; without the second nobody only reads.
+        {"zevsic-read:x:64002:\n", READERS, {OTHERS}, {STATUS_READ_ONLY, NAMED}},
+        {"", OTHERS, {0}, {STATUS_ACCEPTED, NAMED}},
+        {"zevsic:x:64001:\n", READERS, {OTHERS}, {-1, ""}},
+        {"", OPERATORS, {OTHERS}, {STATUS_ACCEPTED, NAMED}},
+    };
+    pid_t daemon = 0;
+    for (const auto &peer : peers) {
+        if (!peer.groups.empty()) device.write("/etc/group", "root:x:0:\n" + peer.groups);
+        daemon = device.start_daemon();
+        EXPECT_EQ(device.said("stat -c %a $ZEVSIC_ROOT/tmp/zevsic_sock"), "660\n");
+        EXPECT_EQ(answers_to(peer.first, peer.more), peer.answers) << peer.first << " " << &peer - peers;
+        device.end(daemon);
+    }
 }

@@ -99,7 +99,8 @@ std::string refusal(const Object &object, int status) {
         case STATUS_NOTHING:
             return "no such object or instance";
         case STATUS_READ_ONLY:
-            return "not writable";
+            return object.access == READ_WRITE ? "not for you to write: that takes root or group zevsic"
+                                               : "not writable";
         case STATUS_WRONG_TYPE:
             return "wrong type";
         case STATUS_WRONG_VALUE:

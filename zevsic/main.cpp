@@ -52,6 +52,7 @@ int main(int argc, char **argv) {
     init_loop();
     const int listener = init_nonblock_socket();
     log_event("started, version " ZEVSIC_VERSION);
+    tell_ready();
     run_loop(listener, reload_agent);
     close(listener);
     free_agent();

@@ -16,6 +16,7 @@
 #include "platform/log.h"
 #include "tree/dispatch.h"
 #include "tree/trace.h"
+#include "zevsic/peers.h"
 
 constexpr int BACKLOG = 128;
 
@@ -63,6 +64,7 @@ int init_nonblock_socket() {
         if (in_the_way != 0) errno = in_the_way;  // says more: a folder of that name, say
         error("binding socket");
     }
+    open_to_groups(path);
     listen(listener, BACKLOG);
     if (other > 0) log_event("request socket taken over from process " + std::to_string(other));
     return listener;
@@ -99,7 +101,11 @@ Received recv_cli(int listener, snmp_request *request, int *client) {
 void serve_request(int client, snmp_request *request) {
     static snmp_reply reply;  // all zero between requests
     TRACE("recv oid=%s type = %s\n", request->oid, type_to_str(request->type));
-    snmp_exec(&reply, request);
+    // Reading asks nobody who it is.
+    if (request->type == KIND_GET || request->type == KIND_GETNEXT || may_change(client))
+        snmp_exec(&reply, request);
+    else if (request->type == KIND_SET)
+        reply.reply_status = STATUS_READ_ONLY;
     // An empty socket takes a whole record at once. A peer that has gone is no reason to end (SIGPIPE is
     // ignored).
     if (write(client, &reply, RECORD_SIZE) != static_cast<ssize_t>(RECORD_SIZE)) TRACE("write fail\n");

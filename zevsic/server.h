@@ -19,5 +19,6 @@ Received read_request(int client, snmp_request *request);
 // reported once.
 Received recv_cli(int listener, snmp_request *request, int *client);
 
-// Executes the request, writes the reply with one call and closes the connection.
+// Executes the request if its peer may have that done, writes the reply with one call and closes the
+// connection.
 void serve_request(int client, snmp_request *request);
