@@ -61,6 +61,9 @@ TEST_F(Metrics, AnswerOneHttpRequest) {
         EXPECT_TRUE(ask(request + end).starts_with("HTTP/1.1 " + status + " ")) << request;
     EXPECT_TRUE(ask("GET /metrics HTTP/1.1\r\n").starts_with("HTTP/1.1 400 ")) << "no end";
 
+    EXPECT_TRUE(
+        has(ask("GET /metrics HTTP/1.1\r\nX-Prometheus-Scrape-Timeout-Seconds: nan" + end), "zevsic_up 1"));
+
     // From a daemon that hangs they come in time, from none at all at once.
     const Server slow(path + "-slow", [&](const snmp_request &request, snmp_reply *reply) {
         return has(request.oid, ".48019.6.6.") ? -1 : tree.serve(request, reply);

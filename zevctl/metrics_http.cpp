@@ -16,6 +16,7 @@
 using Clock = std::chrono::steady_clock;
 
 static constexpr int REQUEST_MS = 5000;
+static constexpr unsigned SEND_SECONDS = 5;  // for a peer that does not read
 static constexpr size_t REQUEST_SIZE = 8192;
 
 // One read of at most 1024 bytes, waited for until the deadline. 0: the peer ends, nothing came or cannot
@@ -115,8 +116,8 @@ static bool read_query(std::string_view query, std::vector<std::string> *collect
 
 // How long the reading may take: a little less than the scraper waits.
 static int limit_of(const std::string &head) {
-    const std::string text = header(head, "X-Prometheus-Scrape-Timeout-Seconds");
-    const double seconds = text.empty() ? 10.0 : strtod(text.c_str(), nullptr);
+    double seconds = strtod(header(head, "X-Prometheus-Scrape-Timeout-Seconds").c_str(), nullptr);
+    if (!(seconds > 0)) seconds = 10;  // not said, or no number
     return static_cast<int>(std::clamp(seconds * 1000 - 500, 500.0, 60000.0));
 }
 
@@ -153,7 +154,6 @@ static bool send_text(int out, std::string_view text) {
 
 int serve_metrics(const Client &client, int in, int out) {
     signal(SIGPIPE, SIG_IGN);
-    alarm(90);  // a peer that takes nothing holds the process no longer
     std::string head;
     Response response;
     response.status = read_head(in, &head);
@@ -169,6 +169,7 @@ int serve_metrics(const Client &client, int in, int out) {
         "\r\nContent-Type: text/plain; version=0.0.4; charset=utf-8\r\nContent-Length: " +
         std::to_string(response.body.size()) + "\r\n" + response.more + "Connection: close\r\n\r\n" +
         (has_body ? response.body : "");
+    alarm(SEND_SECONDS);  // ends the process
     if (!send_text(out, text)) return EXIT_REFUSED;
     // A body that was sent and not read would have the kernel reset the connection before the peer has the
     // answer.
