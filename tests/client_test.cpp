@@ -163,7 +163,7 @@ TEST_F(Commands, SayWhatTheDaemonAnswered) {
     EXPECT_EQ(tree.last_set, ROOT + ".1.23.0 integer 2");
     const std::pair<uint8_t, const char *> refusals[] = {
         {STATUS_NOTHING, "no such object or instance"},
-        {STATUS_READ_ONLY, "not writable"},
+        {STATUS_READ_ONLY, "not for you to write: that takes root or group zevsic"},
         {STATUS_WRONG_TYPE, "wrong type"},
         {STATUS_WRONG_VALUE, "value refused (accepted: 1 (disabled), 2 (enabled))"}};
     for (const auto &[status, words] : refusals) {
