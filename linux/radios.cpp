@@ -62,7 +62,7 @@ static unsigned chain_mask(const WirelessRadio &radio, WirelessBand band) {
 
 static std::string bands_text(const WirelessRadio &radio) {
     std::string text = radio.bands[BAND_2GHZ].channels.empty() ? "" : "2.4";
-    if (!radio.bands[BAND_5GHZ].channels.empty()) text += text.empty() ? "5" : " 5";
+    if (!radio.bands[BAND_5GHZ].channels.empty()) text += text.empty() ? "5" : " and 5";
     return text;
 }
 

@@ -85,7 +85,7 @@ static int list_stations(int count, char **words) {
     puts("ADDR AID CHAN TXRATE RXRATE RSSI IDLE TXSEQ RXSEQ CAPS ACAPS ERP ASSOCTIME MODE");
     const bool whole = ask_nl80211(Nl80211Question::STATIONS, name, [&](nlmsghdr *message) {
         WirelessStation station;
-        if (!read_station_message(message, &station)) return;
+        if (!read_station_message(message, &station) || !station.admitted) return;
         const uint32_t s = station.connected_s;
         printf("%s - %d %s %s %d %u - - %s - - %02u:%02u:%02u %s\n", mac_text(station.mac).c_str(),
                channel_number(interface.frequency), rate_text(station.sent_rate).c_str(),

@@ -55,7 +55,8 @@ struct WirelessStation {
     uint32_t idle_ms = 0;
     uint32_t connected_s = 0;
     Rate sent_rate, received_rate;
-    uint32_t flags = 0;  // bits 1 << NL80211_STA_FLAG_…
+    uint32_t flags = 0;    // bits 1 << NL80211_STA_FLAG_…
+    bool admitted = true;  // false: not before it has shown that it knows the key
 };
 bool read_station_message(nlmsghdr *message, WirelessStation *station);
 

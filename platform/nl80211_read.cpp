@@ -94,7 +94,11 @@ bool read_station_message(nlmsghdr *message, WirelessStation *station) {
     station->sent_rate = read_rate(info[NL80211_STA_INFO_TX_BITRATE]);
     station->received_rate = read_rate(info[NL80211_STA_INFO_RX_BITRATE]);
     nl80211_sta_flag_update flags = {};
-    if (take(info[NL80211_STA_INFO_STA_FLAGS], &flags)) station->flags = flags.mask & flags.set;
+    if (take(info[NL80211_STA_INFO_STA_FLAGS], &flags)) {
+        constexpr uint32_t AUTHORIZED = 1U << NL80211_STA_FLAG_AUTHORIZED;
+        station->flags = flags.mask & flags.set;
+        station->admitted = (flags.mask & AUTHORIZED) == 0 || (flags.set & AUTHORIZED) != 0;
+    }
     return true;
 }
 

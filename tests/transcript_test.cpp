@@ -5,6 +5,7 @@
 //                  with "exit N" when it fails, and $ROOT for the device root
 //   @ demo         a device with the simulated device's store and its daemon; `plain`: with the factory
 //   configuration
+//   @ radios       as plain, on a machine with two radios whose kernel has answered as in tests/nl80211
 //   @ store        the store of a plain device, without a daemon
 //   @ tree A | B   in place of a daemon a server of these values, each "NAME.INSTANCE VALUE"; without any: of
 //   a few ; TEXT         a remark
@@ -35,8 +36,31 @@ class Transcript {
             if (!server_) server_ = std::make_unique<Server>(device_.path("/tmp/zevsic_sock"), serve_);
             return;
         }
+        if (what == "radios") set_up_radios();
         device_.said(what == "demo" ? "zevcfg init --demo" : "zevcfg init");
         if (what != "store") device_.start_daemon();
+    }
+
+    // What the kernel of a machine with two radios has said, and the tools that ask it.
+    void set_up_radios() {
+        for (const char *tool : {"wlanconfig", "iwlist", "athstats", "ifconfig"}) {
+            std::filesystem::create_directories(device_.path("/sbin"));
+            std::filesystem::create_symlink(ZEVSIC_BIN_DIR "/zevnet", device_.path("/sbin/") + tool);
+        }
+        for (const auto &answer : std::filesystem::directory_iterator(ZEVSIC_SOURCE_DIR "/tests/nl80211"))
+            device_.write("/var/lib/zevnet/answers/" + answer.path().filename().string(),
+                          read_file(answer.path()));
+        for (const char *radio : {"0", "1"}) {
+            const std::string number = radio;
+            device_.write("/sys/class/ieee80211/phy" + number + "/macaddress",
+                          "02:00:00:00:0" + number + ":00\n");
+            device_.write("/sys/class/net/ath" + number + "ap0/phy80211/macaddress",
+                          "02:00:00:00:0" + number + ":00\n");
+            device_.write("/sys/class/net/ath" + number + "ap0/ifindex", "1" + number + "\n");
+            device_.write("/sys/class/net/ath" + number + "ap0/statistics/rx_bytes", "4294967301\n");
+            device_.write("/sys/class/net/ath" + number + "ap0/statistics/tx_bytes", "77\n");
+        }
+        device_.said("zevnet radios");
     }
 
     DeviceRoot device_;

@@ -13,7 +13,7 @@ sta_entry *get_sta_list_nl80211(const char *ifname) {
     sta_entry **end = &head;
     ask_nl80211(Nl80211Question::STATIONS, ifname, [&](nlmsghdr *message) {
         WirelessStation station;
-        if (!read_station_message(message, &station)) return;
+        if (!read_station_message(message, &station) || !station.admitted) return;
         auto *entry = static_cast<sta_entry *>(calloc(1, sizeof(sta_entry)));
         if (entry == nullptr) return;
         snprintf(entry->mac, sizeof entry->mac, "%s", mac_text(station.mac).c_str());
@@ -56,7 +56,7 @@ static std::string count_stations(const std::string &interface) {
     int count = 0;
     ask_nl80211(Nl80211Question::STATIONS, interface, [&](nlmsghdr *message) {
         WirelessStation station;
-        if (read_station_message(message, &station)) count++;
+        if (read_station_message(message, &station) && station.admitted) count++;
     });
     return std::to_string(count);
 }
