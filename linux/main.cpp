@@ -30,6 +30,14 @@ static int run_command_line(int argc, char **argv) {
     apply->add_option("--dry-run", folder, "Only write the texts, into this folder");
     apply->callback([&] { command = [&] { return folder.empty() ? apply_plan() : write_plan(folder); }; });
 
+    app.add_subcommand("hostapd", "Run hostapd with what is in force, for its unit")->callback([&] {
+        command = run_hostapd;
+    });
+    std::string interface;
+    CLI::App *ports = app.add_subcommand("ports", "Set up the ports of networks that hostapd has made anew");
+    ports->add_option("INTERFACE", interface, "Only this one, of a WDS link");
+    ports->callback([&] { command = [&] { return set_up_ports(interface); }; });
+
     RadioWishes wishes;
     CLI::App *radios =
         app.add_subcommand("radios", "Find the radios and write /etc/k480ext.conf and /etc/zevnet.conf");

@@ -192,6 +192,9 @@ std::map<std::string, std::string> texts_of(const Plan &plan) {
         }
         commands += section(radio.interface + ON_AIR, radio.commands);
     }
+    commands += section(TRUNK, plan.trunk);
+    for (const SystemFile &file : plan.files)
+        if (!file.command.empty()) commands += section(file.path, {file.command});
     texts["commands"] = commands;
     texts["firewall.nft"] = plan.firewall;
     for (const SystemFile &file : plan.files) texts["files" + file.path] = file.text;

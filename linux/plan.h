@@ -40,6 +40,7 @@ struct SystemFile {
 struct Plan {
     std::vector<RadioPlan> radios;    // those that are on
     std::vector<std::string> bridge;  // commands of ip and bridge
+    std::vector<std::string> trunk;   // commands for an interface "IF" that hostapd makes by itself
     std::string firewall;             // for nft
     std::vector<SystemFile> files;
     std::vector<std::string> not_done;  // what was set and cannot be done, a line each, without any value
@@ -56,7 +57,7 @@ Plan make_plan(const Lookup &configuration, const Machine &machine);
 // on air".
 std::map<std::string, std::string> texts_of(const Plan &plan);
 
-constexpr char ON_AIR[] = " on air";
+constexpr char ON_AIR[] = " on air", TRUNK[] = "trunk";
 
 // hostapd's file of a radio.
 std::string hostapd_text(const RadioPlan &radio);

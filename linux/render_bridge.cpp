@@ -74,4 +74,5 @@ void bridge(Making &making) {
         commands.push_back("ip link set dev " + port + " up");
     }
     commands.push_back("ip link set dev " + name + " up");
+    making.plan.trunk = trunk_commands(settings, "IF");
 }
