@@ -31,6 +31,10 @@ class Transcript {
 
   private:
     void set_up(const std::string &what) {
+        if (what.starts_with("set ")) {
+            tree_.set_status = static_cast<uint8_t>(atoi(what.c_str() + 4));
+            return;
+        }
         if (what.starts_with("tree")) {
             tree_.values = what.size() > 5 ? Tree::values_of(what.substr(5), " | ") : Tree().values;
             if (!server_) server_ = std::make_unique<Server>(device_.path("/tmp/zevsic_sock"), serve_);

@@ -62,13 +62,16 @@ std::string value_line(const Target &target, int type, const std::string &value)
     return format_name(target) + " = " + type_to_str(type) + ": " + format_value(target.object, value);
 }
 
-std::string value_json(const Target &target, int type, const std::string &value) {
+std::string value_json(const Target &target, int type, const std::optional<std::string> &value) {
+    const bool number = is_number(type, target.object);
     Json json = {{"name", target.object ? target.object->name : ""},
                  {"instance", format_instance(target.object, target.instance)},
                  {"oid", target.oid},
                  {"type", type_to_str(type)},
-                 {"value", is_number(type, target.object) ? number_or_null(value) : Json(value)}};
-    if (const char *word = word_of(target.object, value)) json["word"] = word;
+                 {"value", !value   ? Json()
+                           : number ? number_or_null(*value)
+                                    : Json(*value)}};
+    if (const char *word = value ? word_of(target.object, *value) : nullptr) json["word"] = word;
     return dump(json);
 }
 

@@ -3,6 +3,7 @@
 // With --json a command prints one document, at its end: print_document. Values that are missing are null.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,7 +11,7 @@
 
 // One value: "NAME.INSTANCE = TYPE: value", or a JSON object without a newline behind it.
 std::string value_line(const Target &target, int type, const std::string &value);
-std::string value_json(const Target &target, int type, const std::string &value);
+std::string value_json(const Target &target, int type, const std::optional<std::string> &value);
 
 // A text as a JSON string. "null" when it is empty, which stands for what is missing.
 std::string json_text(const std::string &text);

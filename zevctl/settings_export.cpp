@@ -118,8 +118,7 @@ static void print_table(const Settings &settings, const RowTable &table, bool se
 static std::string setting_json(const Place &place, const std::string &value, bool secrets) {
     const Object &object = object_of(place);
     const Target target = locate(place_oid(place));
-    if (object.secret && !secrets) return value_json(target, INTEGER, "");  // null
-    return value_json(target, object.type, value);
+    return value_json(target, object.type, object.secret && !secrets ? std::nullopt : std::optional(value));
 }
 
 // ---- what is asked for ----
