@@ -11,6 +11,7 @@
 #include "snmp/agentx_handler.h"
 #include "snmp/connections.h"
 #include "snmp/log.h"
+#include "snmp/master_link.h"
 #include "snmp/netsnmp.h"
 #include "snmp/notify.h"
 
@@ -93,6 +94,7 @@ static bool start_subagent(Subtree *subtree, const Options &options) {
     netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_ROLE, 1);
     netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_X_SOCKET, options.master.c_str());
     init_agent(PROGRAM);
+    watch_master();
     // init_agent() sets its own interval.
     netsnmp_ds_set_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL,
                        options.ping_seconds);
@@ -240,17 +242,19 @@ static int serve(const Options &options) {
     if (!(listens ? start_agent(&subtree, options) : start_subagent(&subtree, options))) return 1;
     start_notifications(options.socket);
     const std::vector<int> pipes = pipes_of_library();
-    while (!stopped) {
+    while (!stopped && !subtree_is_taken()) {
         run_once(&subtree, pipes);
         if (asked_to_reload) {
             asked_to_reload = 0;
             reload(options);
         }
     }
+    if (subtree_is_taken())
+        log_line(LOG_ERR, options.master + ": another sub-agent serves " + ROOT_OID + " there already");
     log_unfit(subtree);
     snmp_shutdown(listens ? AGENT : PROGRAM);
     shutdown_agent();
-    return 0;
+    return subtree_is_taken() ? 1 : 0;
 }
 
 int main(int argc, char **argv) {

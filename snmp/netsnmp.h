@@ -9,4 +9,6 @@
 
 #include <net-snmp/agent/mib_modules.h>
 
+#include <net-snmp/agent/agent_callbacks.h>
+
 #include <net-snmp/library/large_fd_set.h>

@@ -192,6 +192,14 @@ TEST_F(SnmpTest, UnderAMaster) {
     EXPECT_TRUE(has(log(), "<5>cpu_usage: \"Unknown\" is no value"));
     EXPECT_EQ(log().find("<5>cpu_usage"), log().rfind("<5>cpu_usage"));
 
+    EXPECT_TRUE(has(device.said("timeout 5 zevsic-agentx -f --master " + agentx), "another sub-agent"));
+    device.said("zevcfg set device desc $(printf %0600d 7)");
+    kill(daemon, SIGUSR2);
+    EXPECT_TRUE(eventually([this] { return has(value("@1.2.0"), "007"); }));
+    string names;  // as many as snmpget takes; the answer is above what AgentX carries
+    for (int i = 0; i < 128; i++) names += " @1.2.0";
+    EXPECT_TRUE(has(within(1000, "get", "-Cf" + names), "tooBig"));
+
     takes_and_refuses("@1.2.0 s other ");
     const std::pair<const char *, const char *> reads[] = {{"@1.60.0", "No Such Instance"},
                                                            {"@1.99.0", "No Such Object"},
