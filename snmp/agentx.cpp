@@ -67,6 +67,7 @@ static void prepare_library() {
     snmp_enable_calllog();
     snmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_LOGGING, log_of_library, nullptr);
     set_persistent_directory(device_path("/var/lib/snmp").c_str());
+    set_option(NETSNMP_DS_LIB_ALARM_DONT_USE_SIG, true);  // run_once() waits for its alarms
 }
 
 static bool add_subtree(Subtree *subtree, const Options &options) {
@@ -88,6 +89,20 @@ static bool listen_at(const std::string &address) {
     return netsnmp_register_agent_nsap(transport) != 0;
 }
 
+// The library has one interval for attempts to connect and for signs of life, and reads it when it begins
+// with either. A master that ends tells by itself; so signs of life, which wake both, are rarer.
+static int reconnect_seconds = 0;
+
+static void set_pause_of_library(int seconds) {
+    netsnmp_ds_set_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL, seconds);
+}
+
+static int connected(int, int, void *, void *) {
+    constexpr int SIGN_OF_LIFE = 8;
+    set_pause_of_library(SIGN_OF_LIFE * reconnect_seconds);
+    return 0;
+}
+
 static bool start_subagent(Subtree *subtree, const Options &options) {
     set_option(NETSNMP_DS_LIB_DONT_READ_CONFIGS, true);
     set_option(NETSNMP_DS_LIB_DONT_PERSIST_STATE, true);
@@ -95,9 +110,9 @@ static bool start_subagent(Subtree *subtree, const Options &options) {
     netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_X_SOCKET, options.master.c_str());
     init_agent(PROGRAM);
     watch_master();
-    // init_agent() sets its own interval.
-    netsnmp_ds_set_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL,
-                       options.ping_seconds);
+    reconnect_seconds = options.ping_seconds;
+    set_pause_of_library(reconnect_seconds);  // init_agent() sets its own
+    snmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_START, connected, nullptr);
     if (!add_subtree(subtree, options)) return false;
     init_snmp(PROGRAM);
     log_line(LOG_INFO,
@@ -147,7 +162,7 @@ static void reload(const Options &options) {
 }
 
 static timeval time_until(Clock::time_point then) {
-    const auto most = std::chrono::microseconds(std::chrono::seconds(1));
+    const auto most = std::chrono::microseconds(std::chrono::minutes(1));
     const auto left = std::chrono::duration_cast<std::chrono::microseconds>(
         std::min(then, Clock::now() + most) - Clock::now());
     const auto wait = std::clamp<int64_t>(left.count(), 0, most.count());
@@ -199,7 +214,7 @@ static void run_once(Subtree *subtree, const std::vector<int> &pipes) {
     static Descriptors readable, writable, exceptional;
     int count = 0, block = 0;
     for (Descriptors *set : {&readable, &writable, &exceptional}) set->clear();
-    timeval timeout = time_until(next_go());
+    timeval timeout = time_until(std::min(next_go(), next_notification_step()));
     netsnmp_external_event_info2(&count, &readable, &writable, &exceptional);
     snmp_select_info2(&count, &readable, &timeout, &block);
     const int daemon = waiting_fd(subtree->asker);
@@ -223,6 +238,8 @@ static void run_once(Subtree *subtree, const std::vector<int> &pipes) {
     snmp_timeout();
     run_alarms();
     go_on_with_requests();
+    go_on_with_notifications();
+    set_pause_of_library(reconnect_seconds);
     netsnmp_check_outstanding_agent_requests();
 }
 
@@ -240,7 +257,7 @@ static int serve(const Options &options) {
     handle_signals(listens);
     prepare_library();
     if (!(listens ? start_agent(&subtree, options) : start_subagent(&subtree, options))) return 1;
-    start_notifications(options.socket);
+    start_notifications(&subtree.asker);
     const std::vector<int> pipes = pipes_of_library();
     while (!stopped && !subtree_is_taken()) {
         run_once(&subtree, pipes);

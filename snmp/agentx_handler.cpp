@@ -15,7 +15,8 @@ struct Waiting {
 };
 
 static Subtree *served;
-static Clock::duration share;   // of the manager's time that a request may take
+static Clock::duration share;          // of the manager's time that a request may take
+static Clock::time_point set_arrived;  // the one that is going on
 static Clock::time_point idle;  // the last moment at which there was nothing to do: requests came later
 static std::list<Waiting> waiting;
 static std::shared_ptr<Changes> changes;  // of the SET that is going on; the master sends one at a time
@@ -142,7 +143,7 @@ static void read_requests(netsnmp_mib_handler *handler, netsnmp_handler_registra
                           netsnmp_agent_request_info *info, netsnmp_request_info *requests) {
     const bool next = info->mode == MODE_GETNEXT;
     for (auto *request = requests; request; request = request->next) {
-        ManagerRequest wanted = {oid_of(request->requestvb), next, idle, idle + share, nullptr};
+        ManagerRequest wanted = {oid_of(request->requestvb), next, idle, idle + share};
         const SubtreeReading reading = answer(served, &wanted);
         if (reading.outcome != Outcome::PENDING) {
             put_reading(info, request, next, reading);
@@ -180,6 +181,7 @@ static void try_waiting() {
 }
 
 static void check_changes(netsnmp_agent_request_info *info, netsnmp_request_info *requests) {
+    set_arrived = idle;
     for (netsnmp_request_info *request = requests; request; request = request->next) {
         const SetResult result = check_change(oid_of(request->requestvb), take_value(request->requestvb));
         if (result == SetResult::DONE) continue;
@@ -218,7 +220,7 @@ static void carry_out(void (*act)(Subtree *, const std::shared_ptr<Changes> &), 
                       netsnmp_request_info *requests) {
     const auto end = std::make_shared<EndOfSet>();
     end->undoing = info->mode == MODE_SET_UNDO;
-    changes->deadline = idle + share;
+    changes->deadline = (end->undoing ? idle : set_arrived) + share;
     changes->done = [end](SetResult result, size_t failed) {
         end->ended = true;
         end->result = result;
@@ -279,13 +281,13 @@ void begin_round(bool was_idle) {
 void go_on_with_requests() {
     step(served, !waiting.empty());
     try_waiting();
-    if (changes) end_late_changes(changes);
+    if (changes && changes->done) end_late_changes(*served, changes);
     warm_up(served);
 }
 
 Clock::time_point next_go() {
-    Clock::time_point next = next_step(served->asker);
+    Clock::time_point next = std::min(next_step(served->asker), next_warm_up(*served));
     for (const Waiting &each : waiting) next = std::min(next, next_try(*served, each.request));
-    if (changes && changes->done) next = std::min(next, changes->deadline);
+    if (changes && changes->done) next = std::min(next, latest_end(*served, *changes));
     return next;
 }

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <optional>
 #include <system_error>
+#include <vector>
 
 #include "client/protocol.h"
 
@@ -20,6 +21,8 @@ constexpr size_t MOST_SENT = 32;
 // The tools of one request take 10 s at most; several clients may have sent some.
 constexpr std::chrono::seconds LONGEST_ANSWER(60);
 constexpr milliseconds BACKLOG_PAUSE(20);
+constexpr milliseconds CLEARING(100);
+constexpr const char *TOO_LATE = "no answer in time";
 // Answers taken in a step. One alone would cost a round of the loop.
 constexpr int AT_A_TIME = 4;
 
@@ -62,10 +65,12 @@ static Sending send_question(Asker *asker, DaemonQuestion *question) {
     if (fd >= 0 && connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0 &&
         is_trusted(fd, &why) && send(fd, &request, size, MSG_NOSIGNAL) == static_cast<ssize_t>(size)) {
         asker->refused = {};
+        asker->gone = false;
         asker->slow_sent = asker->slow_sent || question->turn == Turn::SLOW;
         asker->sent.push_back({std::move(*question), fd, asker->now, 0, nullptr});
         return Sending::SENT;
     }
+    asker->gone = errno == ECONNREFUSED || errno == ENOENT;
     // Its backlog is full, or there is no descriptor left: both end.
     const bool later = errno == EAGAIN || errno == EMFILE || errno == ENFILE || errno == ENOBUFS;
     if (errno != EAGAIN)
@@ -86,6 +91,25 @@ static std::optional<Turn> next_turn(const Asker &asker) {
     return std::nullopt;
 }
 
+static bool is_of_use(const Asker &asker, const DaemonQuestion &question) {
+    return asker.now < question.send_before && !(question.use && question.use->expired());
+}
+
+// While the daemon takes none they pile up, and nobody waits any more for what they ask. One is tried all the
+// same: it finds out whether the daemon is back.
+static void clear_queues(Asker *asker) {
+    if (all_sent(*asker) || asker->now - asker->cleared < CLEARING) return;
+    asker->cleared = asker->now;
+    std::vector<DaemonQuestion> late;
+    for (std::deque<DaemonQuestion> &queue : asker->queues) {
+        const auto end = std::stable_partition(
+            queue.begin(), queue.end(), [&](const auto &question) { return is_of_use(*asker, question); });
+        std::move(end, queue.end(), std::back_inserter(late));
+        queue.erase(end, queue.end());
+    }
+    for (const DaemonQuestion &question : late) fail(asker, question, TOO_LATE);
+}
+
 // False when there is none, or it cannot be sent yet.
 static bool send_next(Asker *asker) {
     const std::optional<Turn> turn = next_turn(*asker);
@@ -96,7 +120,7 @@ static bool send_next(Asker *asker) {
     if (sending == Sending::LATER) return false;
     const DaemonQuestion question = std::move(queue.front());
     queue.pop_front();
-    if (sending == Sending::FAILED) fail(asker, question, late ? "no answer in time" : asker->error);
+    if (sending == Sending::FAILED) fail(asker, question, late ? TOO_LATE : asker->error);
     return true;
 }
 
@@ -141,6 +165,7 @@ void step(Asker *asker, bool waits) {
     for (int i = 0; i < AT_A_TIME && take_answer(asker); i++) continue;
     const size_t enough = waits ? MOST_SENT : asker->sent.size() + 1;
     for (size_t i = 0; i < MOST_SENT && asker->sent.size() < enough && send_next(asker); i++) continue;
+    clear_queues(asker);
 }
 
 int waiting_fd(const Asker &asker) {

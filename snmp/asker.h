@@ -7,6 +7,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "registry/wire.h"
@@ -22,6 +23,7 @@ struct DaemonQuestion {
     std::string set;  // of a SET: type word, blank, value
     Turn turn = Turn::AWAITED;
     Clock::time_point send_before;                 // it fails when it could not be sent until then
+    std::optional<std::weak_ptr<const void>> use;  // and once this is gone
     std::function<void(const snmp_reply *)> done;  // null: there is and will be no answer
 };
 
@@ -47,7 +49,9 @@ struct Asker {
     bool slow_sent = false;                            // one of them is slow
     Clock::time_point answered;                        // the last answer came
     Clock::time_point refused;  // when its socket first did not take a question; the epoch: it does
+    bool gone = false;          // nobody listened at its socket then
     std::string error;          // of the last question without an answer
+    Clock::time_point cleared;  // the queues, of questions that are of no use any more
 };
 
 void ask(Asker *asker, DaemonQuestion question);

@@ -1,5 +1,7 @@
 #include "snmp/changes.h"
 
+#include <algorithm>
+
 #include "client/names.h"
 #include "snmp/log.h"
 
@@ -30,8 +32,14 @@ static void finish(const std::shared_ptr<Changes> &changes, SetResult result, si
     if (done) done(result, failed);
 }
 
-void end_late_changes(const std::shared_ptr<Changes> &changes) {
-    if (Clock::now() >= changes->deadline) finish(changes, SetResult::NO_ANSWER, 0);
+Clock::time_point latest_end(const Subtree &subtree, const Changes &changes) {
+    const bool begun =
+        std::any_of(changes.list.begin(), changes.list.end(), [](const Change &c) { return c.sent; });
+    return begun ? changes.deadline : std::min(changes.deadline, silent_at(subtree));
+}
+
+void end_late_changes(const Subtree &subtree, const std::shared_ptr<Changes> &changes) {
+    if (Clock::now() >= latest_end(subtree, *changes)) finish(changes, SetResult::NO_ANSWER, 0);
 }
 
 static void drop_known(Subtree *subtree, const Oid &oid) {
@@ -85,6 +93,7 @@ static void make_change(Subtree *subtree, const std::shared_ptr<Changes> &change
 }
 
 void make_changes(Subtree *subtree, const std::shared_ptr<Changes> &changes) {
+    if (is_silent(*subtree)) return finish(changes, SetResult::NO_ANSWER, 0);
     make_change(subtree, changes, 0);
 }
 

@@ -27,11 +27,13 @@ struct Changes {
 
 SetResult check_change(const Oid &oid, const Value &value);  // without the daemon
 
-// Sends one after the other until one is refused. `done` may set another function for undo_changes().
+// Sends one after the other until one is refused; none to a daemon that is silent. `done` may set another
+// function for undo_changes().
 void make_changes(Subtree *subtree, const std::shared_ptr<Changes> &changes);
 
 // Takes back what was sent, the last first. DONE only when all of it could be.
 void undo_changes(Subtree *subtree, const std::shared_ptr<Changes> &changes);
 
-// Ends what has not ended by its deadline.
-void end_late_changes(const std::shared_ptr<Changes> &changes);
+// Ends what has not ended by its deadline, or has not begun when the daemon falls silent; when that is.
+void end_late_changes(const Subtree &subtree, const std::shared_ptr<Changes> &changes);
+Clock::time_point latest_end(const Subtree &subtree, const Changes &changes);

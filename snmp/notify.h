@@ -2,8 +2,14 @@
 // device's traps are enabled: to the master, or to the trap sinks of an agent that listens itself.
 #pragma once
 
-#include <string>
+#include "snmp/asker.h"
 
-// Begins to look for what is worth a notification, from the agent library's loop and without ever waiting in
-// it. To be called once, after init_snmp(). `socket` is the daemon's.
-void start_notifications(const std::string &socket);
+// Begins to look for what is worth a notification. To be called once, after init_snmp().
+void start_notifications(Asker *asker);
+
+// Takes what was answered, asks anew when it is time, sends what is worth it; never waits. To be called after
+// each step of the asker.
+void go_on_with_notifications();
+
+// When go_on_with_notifications() has something to do that neither the asker nor a file tells.
+Clock::time_point next_notification_step();

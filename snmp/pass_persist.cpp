@@ -93,7 +93,7 @@ static const char *result_word(SetResult result) {
 
 static std::string read(Subtree *subtree, const std::string &oid, bool next) {
     const Clock::time_point now = Clock::now();
-    ManagerRequest request = {parse_oid(oid), next, now, now + REQUEST_TIME, nullptr};
+    ManagerRequest request = {parse_oid(oid), next, now, now + REQUEST_TIME};
     for (;;) {
         step(subtree);
         const SubtreeReading reading = answer(subtree, &request);
@@ -118,8 +118,8 @@ static const char *set(Subtree *subtree, const Oid &oid, const Value &value) {
     make_changes(subtree, changes);
     while (!done) {
         step(subtree);
-        if (!done) wait_for_answers(subtree->asker, changes->deadline);
-        end_late_changes(changes);
+        if (!done) wait_for_answers(subtree->asker, latest_end(*subtree, *changes));
+        end_late_changes(*subtree, changes);
     }
     return result_word(result);
 }

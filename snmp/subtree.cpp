@@ -1,7 +1,5 @@
 #include "snmp/subtree.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cstring>
 
@@ -15,12 +13,13 @@ using std::chrono::seconds;
 // A request waits for so long while something is known. Managers ask again after a second.
 constexpr milliseconds PATIENCE(700);
 // How old the rows may be that a walk is given: where it enters a column, and on its way through it.
-constexpr milliseconds FRESH(2000);
-constexpr milliseconds WALK(30000);
+constexpr milliseconds ENTERED(2000);
+constexpr milliseconds PASSED(30000);
+// A manager who asks for nothing more within this has ended his walk.
+constexpr milliseconds WALKING(2000);
+constexpr size_t MOST_WALKS = 128;
 // The handler has done its work when an answer comes within this.
 constexpr milliseconds QUICK(20);
-// A GET that could not be sent is of no use to anybody after this.
-constexpr seconds UNSENT(5);
 // Values read ahead of a walk, at first and at most.
 constexpr size_t FIRST_AHEAD = 8;
 constexpr size_t MOST_AHEAD = 192;
@@ -140,32 +139,28 @@ static Value value_of(Subtree *subtree, size_t index, const char *text) {
 
 // ---- what is kept, and for how long ----
 
-static bool is_silent(const Subtree &subtree) {
+bool is_silent(const Subtree &subtree) {
     return silence(subtree.asker) >= PATIENCE;
+}
+
+Clock::time_point silent_at(const Subtree &subtree) {
+    const Clock::duration owed = silence(subtree.asker);
+    return owed > Clock::duration::zero() || !subtree.asker.sent.empty()
+               ? subtree.asker.now + (PATIENCE - owed)
+               : Clock::time_point::max();
 }
 
 static bool is_known(const Subtree &subtree, Clock::time_point since) {
     return since != Clock::time_point() && subtree.asker.now - since < subtree.keep;
 }
 
-// An apply removes its files, and a daemon that is started makes its socket anew: it has its tree built anew
-// at that moment, or a little later.
-static void look_for_changes(Subtree *subtree, Clock::time_point now) {
-    if (now - subtree->stamped < milliseconds(20)) return;
-    std::string stamps;
-    for (const std::string &path :
-         {subtree->asker.socket, device_path(APPLY_LOCK_FILE), device_path(SAVED_CHANGES_FILE)}) {
-        struct stat file {};
-        if (stat(path.c_str(), &file) == 0)
-            stamps += std::to_string(file.st_ino) + "." + std::to_string(file.st_ctim.tv_sec) + "." +
-                      std::to_string(file.st_ctim.tv_nsec);
-        stamps += ' ';
-    }
-    const bool first = subtree->stamped == Clock::time_point();
-    if (!first && stamps != subtree->stamps) subtree->unsettled = now + FRESH;
-    if (now < subtree->unsettled) subtree->changed = now;
-    subtree->stamps = std::move(stamps);
-    subtree->stamped = now;
+// A SET by whomever, a rebuild, a daemon that was started; and an apply, which is as much as its files say.
+static void look_for_changes(Subtree *subtree) {
+    take_changes(subtree->files, [subtree](const std::string &path, FileChange change) {
+        if (change == FileChange::UNKNOWN || path == subtree->asker.socket ||
+            path == device_path(APPLY_LOCK_FILE) || path == device_path(SAVED_CHANGES_FILE))
+            subtree->changed = Clock::now();
+    });
 }
 
 void drop_known(Subtree *subtree, size_t index) {
@@ -176,15 +171,34 @@ void drop_known(Subtree *subtree, size_t index) {
     column.reading.active = false;
 }
 
-static bool is_fresh(Subtree *subtree, const KnownColumn &column, bool inside,
-                     const ManagerRequest &request) {
+static bool is_fresh(const Subtree &subtree, size_t index, bool inside, const ManagerRequest &request) {
+    const KnownColumn &column = subtree.columns[index];
+    const Clock::time_point rows_differ = subtree.columns[subtree_objects()[index].table].rows_differ;
     if (column.read == Clock::time_point()) return false;
-    if (column.started >= request.arrived) return true;
-    if (column.read >= request.arrived && column.started >= subtree->changed) return true;
+    if (column.started >= request.seen) return true;
+    if (column.started < std::max(subtree.changed, rows_differ)) return false;
+    if (column.read >= request.arrived) return true;
+    return request.walk && subtree.asker.now - column.read < (inside ? PASSED : ENTERED);
+}
+
+// ---- walks ----
+
+// Of several at one place the one that has waited longest. It is the request's own until that is answered.
+static std::optional<Walk> take_walk(Subtree *subtree, const Oid &at) {
+    std::vector<Walk> &walks = subtree->walks;
     const Clock::time_point now = subtree->asker.now;
-    if (inside) return now - column.read < WALK;
-    look_for_changes(subtree, now);
-    return now - column.read < FRESH && column.started >= subtree->changed;
+    std::erase_if(walks, [now](const Walk &walk) { return now - walk.asked >= WALKING; });
+    const auto found = std::find_if(walks.begin(), walks.end(), [&](const Walk &w) { return w.at == at; });
+    if (found == walks.end()) return std::nullopt;
+    Walk walk = std::move(*found);
+    walks.erase(found);
+    return walk;
+}
+
+static void note_walk(Subtree *subtree, ManagerRequest *request, const Oid &at) {
+    std::vector<Walk> &walks = subtree->walks;
+    if (walks.size() == MOST_WALKS) walks.erase(walks.begin());
+    walks.push_back({at, subtree->asker.now, request->walk ? request->walk->ahead : 0});
 }
 
 // ---- reading a column ----
@@ -353,19 +367,17 @@ static void start_reading(Subtree *subtree, size_t index, bool ahead) {
 // A walk that has gone through one object comes to the next: it is read ahead of, the further the longer it
 // goes on. What takes long is read when it is asked for, and so is a column whose rows can only be found one
 // after the other.
-static void read_ahead(Subtree *subtree, size_t from, size_t index, const ManagerRequest &request) {
-    const Clock::time_point now = subtree->asker.now;
-    const KnownColumn &before = subtree->columns[from];
-    KnownColumn &column = subtree->columns[index];
-    const bool walks = now - before.entered < FRESH && now >= subtree->unsettled;
-    column.entered = now;
-    column.ahead = walks ? std::clamp(2 * before.ahead, FIRST_AHEAD, MOST_AHEAD) : 0;
+static void read_ahead(Subtree *subtree, size_t index, ManagerRequest *request) {
+    if (!request->walk || request->entered >= index) return;
+    request->entered = index;
+    const size_t ahead = request->walk->ahead;
+    request->walk->ahead = std::clamp(2 * ahead, FIRST_AHEAD, MOST_AHEAD);
     size_t values = 0;
-    for (size_t i = index + 1; i < subtree->columns.size() && values < column.ahead; i++) {
+    for (size_t i = index + 1; i < subtree->columns.size() && values < ahead; i++) {
         const size_t rows = is_scalar(i) ? 1 : likely_rows(*subtree, i).size();
         if (is_slow(i) || rows == 0) continue;
         values += rows;
-        if (!subtree->columns[i].reading.active && !is_fresh(subtree, subtree->columns[i], false, request))
+        if (!subtree->columns[i].reading.active && !is_fresh(*subtree, i, false, *request))
             start_reading(subtree, i, true);
     }
 }
@@ -396,40 +408,50 @@ static bool wants_known(const Subtree &subtree, const ManagerRequest &request, b
     return failed || is_silent(subtree) || subtree.asker.now >= patience_ends(request);
 }
 
+// What a GET of one instance answered is known from then on, whether or not somebody still waits for it.
+static void note_answer(Subtree *subtree, size_t index, const RowKey &key, Clock::time_point asked,
+                        const std::optional<Value> &value) {
+    KnownColumn &column = subtree->columns[index];
+    if (asked < column.dropped) return;
+    const auto row = row_at(column.rows, key);
+    const bool known = row != column.rows.end() && row->key == key;
+    if (value.has_value() != known) subtree->columns[subtree_objects()[index].table].rows_differ = asked;
+    if (known && value)
+        *row = {key, *value, subtree->asker.now};
+    else if (known)
+        column.rows.erase(row);
+    else if (value)
+        column.rows.insert(row, {key, *value, subtree->asker.now});
+}
+
 static std::shared_ptr<PendingGet> look_up(Subtree *subtree, size_t index, const Oid &oid,
                                            const RowKey &key) {
-    std::shared_ptr<PendingGet> &lookup = subtree->lookups[oid];
+    std::shared_ptr<PendingGet> lookup = subtree->lookups[oid].lock();
     if (lookup && lookup->asked >= subtree->changed) return lookup;
     lookup = std::make_shared<PendingGet>();
     lookup->asked = subtree->asker.now;
-    ask(&subtree->asker, {.kind = KIND_GET,
-                          .oid = oid_text(oid),
-                          .set = {},
-                          .turn = is_slow(index) ? Turn::SLOW : Turn::AWAITED,
-                          .send_before = subtree->asker.now + UNSENT,
-                          .done = [subtree, index, oid, key, lookup = lookup](const snmp_reply *reply) {
-                              const auto at = subtree->lookups.find(oid);
-                              if (at != subtree->lookups.end() && at->second == lookup)
-                                  subtree->lookups.erase(at);
-                              if (!reply) {
-                                  lookup->outcome = Outcome::NO_ANSWER;
-                                  return;
-                              }
-                              const bool there = answers(*reply, oid);
-                              if (there) lookup->value = value_of(subtree, index, reply->value);
-                              lookup->outcome = lookup->value.syntax == Syntax::OTHER ? Outcome::NO_INSTANCE
-                                                                                      : Outcome::VALUE;
-                              KnownColumn &column = subtree->columns[index];
-                              if (lookup->asked < column.dropped) return;
-                              const auto row = row_at(column.rows, key);
-                              const bool known = row != column.rows.end() && row->key == key;
-                              if (!there && known) column.rows.erase(row);
-                              if (!there) return;
-                              if (known)
-                                  *row = {key, lookup->value, subtree->asker.now};
-                              else
-                                  column.rows.insert(row, {key, lookup->value, subtree->asker.now});
-                          }});
+    const std::weak_ptr<PendingGet> awaited = subtree->lookups[oid] = lookup;
+    ask(&subtree->asker,
+        {.kind = KIND_GET,
+         .oid = oid_text(oid),
+         .set = {},
+         .turn = is_slow(index) ? Turn::SLOW : Turn::AWAITED,
+         .send_before = Clock::time_point::max(),
+         .use = awaited,
+         .done = [subtree, index, oid, key, awaited, asked = lookup->asked](const snmp_reply *reply) {
+             const std::shared_ptr<PendingGet> get = awaited.lock();
+             const auto at = subtree->lookups.find(oid);
+             if (at != subtree->lookups.end() && (at->second.expired() || at->second.lock() == get))
+                 subtree->lookups.erase(at);
+             if (!reply && get) get->outcome = Outcome::NO_ANSWER;
+             if (!reply) return;
+             std::optional<Value> value;
+             if (answers(*reply, oid)) value = value_of(subtree, index, reply->value);
+             note_answer(subtree, index, key, asked, value);
+             if (!get) return;
+             if (value) get->value = std::move(*value);
+             get->outcome = get->value.syntax == Syntax::OTHER ? Outcome::NO_INSTANCE : Outcome::VALUE;
+         }});
     return lookup;
 }
 
@@ -458,32 +480,29 @@ static SubtreeReading answer_get(Subtree *subtree, ManagerRequest *request) {
     return {Outcome::PENDING, {}, {}};
 }
 
-static SubtreeReading answer_next(Subtree *subtree, const ManagerRequest &request) {
+static SubtreeReading answer_next(Subtree *subtree, ManagerRequest *request) {
     const auto &objects = subtree_objects();
-    const Oid &oid = request.oid;
+    const Oid &oid = request->oid;
     bool belongs = false;
     const size_t from = object_at(oid, &belongs);
     for (size_t i = from; i < objects.size(); i++) {
         const bool inside = i == from && belongs && oid.size() > objects[i].oid.size();
         if (inside && is_scalar(i)) continue;
         KnownColumn &column = subtree->columns[i];
+        const bool fresh = is_fresh(*subtree, i, inside, *request);
         bool late = false;
-        if (!is_fresh(subtree, column, inside, request)) {
+        if (!fresh) {
             const bool known = is_known(*subtree, column.read);
-            const bool failed = column.failed >= request.arrived;
+            const bool failed = column.failed >= request->arrived;
             if (!column.reading.active && !failed && !(known && is_silent(*subtree)))
                 start_reading(subtree, i, false);
             column.reading.ahead = false;
-            late = failed || wants_known(*subtree, request, failed);
-            if (!(known && late)) {
-                if (failed || subtree->asker.now >= request.deadline) return answer_late(subtree, {});
-                if (belongs && i > from && column.entered < request.arrived)
-                    read_ahead(subtree, from, i, request);
-                return {Outcome::PENDING, {}, {}};
-            }
-        } else if (belongs && i > from && column.entered < request.arrived) {
-            read_ahead(subtree, from, i, request);
+            if (!known && (failed || subtree->asker.now >= request->deadline))
+                return answer_late(subtree, {});
+            late = known && wants_known(*subtree, *request, failed);
         }
+        if (belongs && i > from && !late) read_ahead(subtree, i, request);
+        if (!fresh && !late) return {Outcome::PENDING, {}, {}};
         auto row = row_behind(column.rows, i, oid);
         while (row != column.rows.end() && row->value.syntax == Syntax::OTHER) ++row;
         if (row == column.rows.end()) continue;
@@ -494,7 +513,16 @@ static SubtreeReading answer_next(Subtree *subtree, const ManagerRequest &reques
 }
 
 SubtreeReading answer(Subtree *subtree, ManagerRequest *request) {
-    return request->next ? answer_next(subtree, *request) : answer_get(subtree, request);
+    if (request->seen == Clock::time_point()) {
+        look_for_changes(subtree);
+        request->seen = subtree->asker.now;
+        if (request->next) request->walk = take_walk(subtree, request->oid);
+    }
+    if (!request->next) return answer_get(subtree, request);
+    SubtreeReading reading = answer_next(subtree, request);
+    if (reading.outcome == Outcome::VALUE) note_walk(subtree, request, reading.oid);
+    if (reading.outcome == Outcome::NO_ANSWER) note_walk(subtree, request, request->oid);
+    return reading;
 }
 
 void step(Subtree *subtree, bool waits) {
@@ -516,6 +544,11 @@ static const std::vector<size_t> &warm_up_order() {
         return list;
     }();
     return order;
+}
+
+Clock::time_point next_warm_up(const Subtree &subtree) {
+    return subtree.warmed < warm_up_order().size() ? subtree.asker.now + WARM_UP_PAUSE
+                                                   : Clock::time_point::max();
 }
 
 void warm_up(Subtree *subtree) {

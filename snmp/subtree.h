@@ -8,10 +8,12 @@
 #include <chrono>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "snmp/asker.h"
+#include "snmp/files.h"
 #include "snmp/translate.h"
 
 struct SubtreeObject {
@@ -72,9 +74,9 @@ struct KnownColumn {
     Clock::time_point read;      // and its end
     Clock::time_point failed;
     Clock::time_point dropped;  // answers to what was asked before do not count
-    Clock::time_point entered;  // a walk came here
-    size_t ahead = 0;           // so many values were read ahead of it then
     size_t latest = 0;          // of the first object of a table: the column that was read last
+    Clock::time_point
+        rows_differ;  // likewise: a GET asked then found another row than was known, or one less
     ColumnReading reading;
     unsigned unfit = 0;  // values that the syntax could not hold
 };
@@ -88,19 +90,25 @@ struct PendingGet {
     Value value;
 };
 
+// Questions of a manager, each of which begins where the answer to the one before it was.
+struct Walk {
+    Oid at;                   // of the last answer; of the question that went without one
+    Clock::time_point asked;  // it was given then
+    size_t ahead = 0;         // values to be read ahead of it where it comes to its next object
+};
+
 struct Subtree {
-    explicit Subtree(const std::string &socket) : asker(socket) {
+    explicit Subtree(const std::string &socket) : asker(socket), files(socket) {
         for (size_t i = 0; i < columns.size(); i++) columns[i].latest = i;
     }
 
     Asker asker;
     std::chrono::seconds keep{300};  // what is known is served for as long when the daemon does not answer
     std::vector<KnownColumn> columns = std::vector<KnownColumn>(subtree_objects().size());
-    std::map<Oid, std::shared_ptr<PendingGet>> lookups;
-    Clock::time_point changed;    // what was asked before is not kept
-    Clock::time_point unsettled;  // until then nothing is kept
-    std::string stamps;           // of the files that tell of an apply or a restart
-    Clock::time_point stamped;
+    std::map<Oid, std::weak_ptr<PendingGet>> lookups;
+    FileWatch files;
+    Clock::time_point changed;  // what was asked before does not count
+    std::vector<Walk> walks;
     size_t warmed = 0;  // objects read since the start, in the order of warm_up()
     Clock::time_point warm_next;
     bool late = false;  // a request was answered without the daemon, and it has not answered since
@@ -112,7 +120,11 @@ struct ManagerRequest {
     bool next = false;
     Clock::time_point arrived;   // earliest
     Clock::time_point deadline;  // it is answered then, whether or not the daemon has answered
-    std::shared_ptr<PendingGet> lookup;
+    // answer()'s own
+    Clock::time_point seen = {};  // latest moment of its arrival
+    std::optional<Walk> walk = {};
+    size_t entered = 0;  // the object that it has brought its walk to
+    std::shared_ptr<PendingGet> lookup = {};
 };
 
 struct SubtreeReading {
@@ -131,6 +143,11 @@ void step(Subtree *subtree, bool waits = true);
 // Has everything read once, what takes long last, one object at a time while nothing else is to be asked. To
 // be called after each step.
 void warm_up(Subtree *subtree);
+Clock::time_point next_warm_up(const Subtree &subtree);
+
+// The daemon owes an answer for so long that what is known is served; when it will if it does not answer.
+bool is_silent(const Subtree &subtree);
+Clock::time_point silent_at(const Subtree &subtree);
 
 // What is known of an object does not count any more, and of no object is it kept.
 void drop_known(Subtree *subtree, size_t index);

@@ -5,6 +5,7 @@
 #include "platform/log.h"
 #include "platform/zevcfg.h"
 #include "tree/agent.h"
+#include "zevsic/server.h"
 
 void reload_agent() {
     if (access_lock > 0) {
@@ -13,5 +14,6 @@ void reload_agent() {
     }
     free_agent();
     init_norvalis();
+    mark_socket();
     log_event("rebuilt from the store");
 }

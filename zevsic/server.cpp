@@ -1,5 +1,6 @@
 #include "zevsic/server.h"
 
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -39,8 +40,16 @@ static pid_t listening_process(const sockaddr_un &address, socklen_t length) {
     return peer.pid;
 }
 
+static std::string socket_path() {
+    return device_path("/tmp/zevsic_sock");
+}
+
+void mark_socket() {
+    utimensat(AT_FDCWD, socket_path().c_str(), nullptr, AT_SYMLINK_NOFOLLOW);
+}
+
 int init_nonblock_socket() {
-    const std::string path = device_path("/tmp/zevsic_sock");
+    const std::string path = socket_path();
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     const bool fits = path.size() < sizeof address.sun_path;
@@ -106,6 +115,7 @@ void serve_request(int client, snmp_request *request) {
         snmp_exec(&reply, request);
     else if (request->type == KIND_SET)
         reply.reply_status = STATUS_READ_ONLY;
+    if (reply.reply_status == STATUS_ACCEPTED) mark_socket();
     // An empty socket takes a whole record at once. A peer that has gone is no reason to end (SIGPIPE is
     // ignored).
     if (write(client, &reply, RECORD_SIZE) != static_cast<ssize_t>(RECORD_SIZE)) TRACE("write fail\n");

@@ -19,6 +19,9 @@ Received read_request(int client, snmp_request *request);
 // reported once.
 Received recv_cli(int listener, snmp_request *request, int *client);
 
+// Sets the times of the socket's file: who keeps values sees (inotify(7)) that they may be others now.
+void mark_socket();
+
 // Executes the request if its peer may have that done, writes the reply with one call and closes the
 // connection.
 void serve_request(int client, snmp_request *request);
