@@ -15,9 +15,9 @@ int Making::number(const char *object, int otherwise) const {
 }
 
 // One line an object and reason, with the rows behind it.
-static void say(std::vector<std::string> *lines, const Place &place, const std::string &object,
+static void say(std::vector<std::string> *lines, const std::string &row, const std::string &object,
                 const std::string &why) {
-    const std::string row = row_text(place), end = ": " + why;
+    const std::string end = ": " + why;
     for (std::string &line : *lines)
         if (line.starts_with(object + " ") && line.ends_with(end)) {
             line.insert(line.size() - end.size(), ", " + row);
@@ -27,11 +27,11 @@ static void say(std::vector<std::string> *lines, const Place &place, const std::
 }
 
 void Making::not_done(const char *object, const std::string &why) const {
-    say(&plan.not_done, place, object, why);
+    say(&plan.not_done, row_text(place), object, why);
 }
 
 void Making::error(const char *object, const std::string &why) const {
-    say(&plan.errors, place, object, why);
+    say(&plan.errors, row_text(place), object, why);
 }
 
 bool is_clean(const std::string &text) {
@@ -84,7 +84,16 @@ static bool asks_for_something(const Answer &answer, const std::string &stored) 
 
 static void say_what_nobody_does(Making &making, const Answer &answer) {
     if (answer.with && making.settings.value_of(answer.with) != "enable") return;
-    if (asks_for_something(answer, making.get(answer.object))) making.not_done(answer.object, answer.what);
+    const Table *table = table_of(*find_object(answer.object));
+    if (!table || table->arcs[0].letter != 'k') {
+        if (asks_for_something(answer, making.get(answer.object)))
+            making.not_done(answer.object, answer.what);
+        return;
+    }
+    for (int k = 1; k <= making.settings.number(table->group, table->size_key); k++)
+        if (asks_for_something(answer, making.settings.value_of(answer.object, {.k = k})))
+            say(&making.plan.not_done, std::to_string(k - 1 + table->arcs[0].low), answer.object,
+                answer.what);
 }
 
 static void add_line(Making &making, const Answer &answer, Scope scope) {
@@ -98,9 +107,13 @@ static void add_line(Making &making, const Answer &answer, Scope scope) {
 
 // Every answer of the scope, for the row at hand.
 static void follow_answers(Making &making, Scope scope) {
+    static const std::map<Scope, std::vector<Answer>> BY_SCOPE = [] {
+        std::map<Scope, std::vector<Answer>> by_scope;
+        for (const Answer &answer : answers()) by_scope[scope_of(answer)].push_back(answer);
+        return by_scope;
+    }();
     std::set<Rule> done;
-    for (const Answer &answer : answers()) {
-        if (scope_of(answer) != scope) continue;
+    for (const Answer &answer : BY_SCOPE.at(scope)) {
         if (answer.rule && done.insert(answer.rule).second) answer.rule(making);
         if (answer.line) add_line(making, answer, scope);
         if (answer.by == By::NOBODY) say_what_nobody_does(making, answer);

@@ -426,8 +426,8 @@ static void address_checks(Making &making, std::string *chains, Chain *preroutin
             arp.add("ether saddr . arp saddr ip " + set + " arp saddr ether . arp saddr ip " + set +
                     " return");
         arp.add("counter drop");
-        *chains += "\tchain arp {\n" + arp.text + "\t}\n";
-        prerouting->add("iifname " + braces(inspected) + " meta protocol arp jump arp");
+        *chains += "\tchain inspected {\n" + arp.text + "\t}\n";
+        prerouting->add("iifname " + braces(inspected) + " meta protocol arp jump inspected");
     }
     if (forces && !inspected.empty()) {
         addressed.add("udp sport 68 udp dport 67 return");

@@ -142,9 +142,7 @@ void radio_multimedia(Making &making) {
 
 // Stations that the 5 GHz radio has seen are not answered on 2.4 GHz.
 void band_steering(Making &making) {
-    const bool steers =
-        making.is_on("APRFBandSteeringEnabled") || making.is_on("APRFAggrBandSteeringEnabled");
-    if (!steers) return;
+    if (!making.is_on("APRFBandSteeringEnabled")) return;
     making.radio_line("track_sta_max_num=200");
     making.radio_line("track_sta_max_age=180");
 }

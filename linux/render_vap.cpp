@@ -49,9 +49,9 @@ void vap_network(Making &making) {
     const bool other_is_on = making.settings.radio_is_on(2) && !making.machine.cards[1].phy.empty();
     const std::string other = radio_interface(2);
     if (making.place.r == 1 && other_is_on) {
-        const bool hard = making.is_on("APRFAggrBandSteeringEnabled");
-        if (making.is_on("APRFBandSteeringEnabled") || hard) making.line("no_probe_resp_if_seen_on=" + other);
-        if (hard) making.line("no_auth_if_seen_on=" + other);
+        const bool steers = making.is_on("APRFBandSteeringEnabled");
+        if (steers) making.line("no_probe_resp_if_seen_on=" + other);
+        if (steers && making.is_on("APRFAggrBandSteeringEnabled")) making.line("no_auth_if_seen_on=" + other);
     }
     port_commands(making);
 }
