@@ -85,7 +85,10 @@ static bool is_readable(const std::string &configuration) {
 static bool listen_at(const std::string &address) {
     netsnmp_transport *transport = netsnmp_transport_open_server("snmp", address.c_str());
     if (!transport) return false;
-    if (transport->f_accept) bound_connections(transport);
+    // TLS sends in its own way, and bounds nothing.
+    if (transport->f_accept &&
+        !(transport->flags & (NETSNMP_TRANSPORT_FLAG_TUNNELED | NETSNMP_TRANSPORT_FLAG_TMSTATE)))
+        bound_connections(transport);
     return netsnmp_register_agent_nsap(transport) != 0;
 }
 
