@@ -134,6 +134,9 @@ int set(const Client &client, const std::string &object, const std::string &valu
     const Target target = parse_instance(object);
     std::string wire;
     if (!target.error.empty()) return complain(EXIT_REFUSED, target.error);
+    // A column that was not read before is read by the next GET, which would show what is stored.
+    if (target.object && is_setting(*target.object))
+        exchange(client.socket, KIND_GET, target.oid, "", client.timeout_ms);
     const int status = send_set(client, target, value, &wire);
     if (status != EXIT_DONE) return status;
     Printer values{client};

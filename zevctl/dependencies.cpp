@@ -1,5 +1,7 @@
 #include "zevctl/dependencies.h"
 
+#include <algorithm>
+#include <iterator>
 #include <optional>
 #include <vector>
 
@@ -17,6 +19,15 @@ static constexpr Effect EFFECTS[] = {
     {"APRFBand", "APRFPure11NEnabled"},         {"APRFBand", "APRFChannelWidth"},
     {"APRFBand", "APRFRadioChannelConfig"},     {"APRFBand", "APRFMaxTransmitRate"},
     {"VAPAuthenMode", "VAPWEPCipher80211Auth"},
+};
+
+static constexpr SecurityPart SECURITY_PARTS[] = {
+    {"APWDSLinkWEP", "APWDSLinkSecurityType", "1"},
+    {"APWDSLinkPSK", "APWDSLinkSecurityType", "2"},
+    {"VAPWEPCipher", "VAPAuthenMode", "1"},
+    {"VAPPSKCipher", "VAPAuthenMode", "3"},
+    {"VAPRadius", "VAPAuthenMode", "2"},
+    {"VAPRadius", "VAPAuthenMode", "4"},
 };
 
 static constexpr struct {
@@ -81,6 +92,15 @@ std::span<const Dependency> dependencies() {
 
 std::span<const Effect> effects() {
     return EFFECTS;
+}
+
+std::span<const SecurityPart> security_parts() {
+    return SECURITY_PARTS;
+}
+
+bool is_security_type(std::string_view object) {
+    return std::any_of(std::begin(SECURITY_PARTS), std::end(SECURITY_PARTS),
+                       [&](const SecurityPart &part) { return object == part.type; });
 }
 
 std::string dependency_hint(const Object &object) {

@@ -4,6 +4,7 @@
 
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "registry/registry.h"
 
@@ -22,6 +23,14 @@ struct Effect {
     const char *object, *changes;
 };
 std::span<const Effect> effects();
+
+// Settings, by how their names begin, that count while an object of their row, the security type, has a
+// value.
+struct SecurityPart {
+    const char *object, *type, *value;
+};
+std::span<const SecurityPart> security_parts();
+bool is_security_type(std::string_view object);
 
 // The item of the authentication mode holds this object as well: a SET outside of WEP would change the mode.
 inline constexpr const char *WEP_PART = "VAPWEPCipher80211Auth", *WEP_MODE = "VAPAuthenMode", *WEP = "1";

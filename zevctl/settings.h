@@ -2,6 +2,7 @@
 // object registry: what can be written, is no action, and is kept in the configuration.
 #pragma once
 
+#include <istream>
 #include <map>
 #include <string>
 #include <string_view>
@@ -55,6 +56,7 @@ struct SettingsFile {
     std::map<Place, int> lines;
     std::vector<std::string> mistakes;  // with name and line
 };
+SettingsFile read_settings(std::istream &in, const std::string &name);
 SettingsFile read_settings_file(const std::string &path);  // "-" is standard input
 
 // Reads what the daemon shows of these objects (places in OBJECTS). EXIT_DONE, or a status after a complaint.
@@ -69,8 +71,9 @@ struct LoadOptions {
     bool dry_run = false;  // print old and new values only
     bool secrets = false;  // with those of keys and passwords
     bool save = false;
+    bool open = false;   // have on for a moment what lines depend on and the file leaves off; no security
     bool apply = false;  // save, then apply
-    bool wait = false;   // for the end of the apply
+    bool wait = false;   // for the end of the apply; then what the device shows is compared again
 };
 // Sets what the file has otherwise. EXIT_USAGE when the file is wrong, with nothing set.
 int load_settings(const Client &client, const LoadOptions &options);

@@ -29,11 +29,8 @@ static std::pair<Place, std::string> read_line(std::string_view line, std::strin
     return {place, value};
 }
 
-SettingsFile read_settings_file(const std::string &path) {
-    SettingsFile file{.name = path == "-" ? "standard input" : path};
-    std::ifstream opened;
-    if (path != "-") opened.open(path);
-    std::istream &in = path == "-" ? std::cin : opened;
+SettingsFile read_settings(std::istream &in, const std::string &name) {
+    SettingsFile file{.name = name};
     std::string line;
     int number = 0;
     while (std::getline(in, line)) {
@@ -48,9 +45,14 @@ SettingsFile read_settings_file(const std::string &path) {
         if (error.empty())
             file.lines[place] = number;
         else
-            file.mistakes.push_back(file.name + ":" + std::to_string(number) + ": " + error);
+            file.mistakes.push_back(name + ":" + std::to_string(number) + ": " + error);
     }
-    if (in.bad() || (path != "-" && !opened.is_open()) || (number == 0 && !in.eof()))
-        file.mistakes.push_back(file.name + ": cannot be read");
+    if (in.bad() || (number == 0 && !in.eof())) file.mistakes.push_back(name + ": cannot be read");
     return file;
+}
+
+SettingsFile read_settings_file(const std::string &path) {
+    if (path == "-") return read_settings(std::cin, "standard input");
+    std::ifstream opened(path);
+    return read_settings(opened, path);
 }

@@ -1,11 +1,6 @@
 // zevctl load and diff: from a file to the device, through the daemon's own checks.
-//
-// The daemon judges a SET by what is stored, not by what is queued. What it refuses is therefore tried again
-// after a save, until nothing more moves. What then stays refused because another setting, which the file
-// leaves off, has to be on for it, is set while that other one is on for a moment: in the saved configuration
-// only, nothing is applied meanwhile.
 #include <algorithm>
-#include <array>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -13,179 +8,7 @@
 #include "platform/device.h"
 #include "zevctl/dependencies.h"
 #include "zevctl/output.h"
-#include "zevctl/settings.h"
-
-// The place of an object that a row's settings depend on: in the same row, or of the row's radio.
-static Place beside(const Place &place, const char *name) {
-    const Object &object = *find_object(name);
-    Place other{object_index(name), place.arcs};
-    other.arcs.resize(std::min<size_t>(other.arcs.size(), arc_count(object)));
-    return other;
-}
-
-// ---- a load that goes on ----
-
-struct Load {
-    const Client &client;
-    const SettingsFile &file;
-    Settings device;                       // as far as it is known
-    std::map<Place, std::string> refused;  // the lines that could not be set, and why
-    int set = 0, after_save = 0, opened = 0;
-    bool is_unsaved = false;
-};
-
-static std::string known(const Load &load, const Place &place) {
-    const auto found = load.device.find(place);
-    return found == load.device.end() ? "" : found->second;
-}
-
-static bool is_met(const Load &load, const Place &place, const std::string &value, const Dependency &need) {
-    if (std::string_view(object_of(place).name) != need.object) return true;
-    if (need.only_for && value != need.only_for) return true;
-    return (known(load, beside(place, need.other)) == need.value) == need.is;
-}
-
-static std::string reason(const Load &load, const Place &place, const std::string &value, int status) {
-    const Object &object = object_of(place);
-    if (status != STATUS_WRONG_VALUE) return refusal(object, status);
-    for (const Dependency &need : dependencies()) {
-        if (is_met(load, place, value, need)) continue;
-        const Place other = beside(place, need.other);
-        return "refused: needs " + place_name(other) + (need.is ? " = " : " other than ") +
-               file_value(object_of(other), need.value) + ", it is " +
-               file_value(object_of(other), known(load, other));
-    }
-    return refusal(object, status);
-}
-
-// A SET; EXIT_REFUSED leaves what the daemon answered in `answer`.
-static int send(Load *load, const Place &place, const std::string &value, int *answer) {
-    std::string error;
-    const std::string text = set_text(object_of(place), value, &error);
-    const Answer reply =
-        exchange(load->client.socket, KIND_SET, place_oid(place), text, load->client.timeout_ms);
-    if (!reply.error.empty()) return complain(EXIT_NO_DAEMON, reply.error);
-    *answer = reply.reply.reply_status;
-    if (*answer != STATUS_ACCEPTED) return EXIT_REFUSED;
-    load->device[place] = value;
-    load->is_unsaved = true;
-    return EXIT_DONE;
-}
-
-static int save_if_needed(Load *load) {
-    if (!load->is_unsaved) return EXIT_DONE;
-    load->is_unsaved = false;
-    return save(load->client);
-}
-
-// Tries lines once, in their order. What is refused stays in `refused`.
-static int try_lines(Load *load, const std::vector<Place> &places) {
-    for (const Place &place : places) {
-        int answer = 0;
-        const std::string &value = load->file.settings.at(place);
-        const int status = send(load, place, value, &answer);
-        if (status == EXIT_NO_DAEMON) return status;
-        if (status == EXIT_DONE) {
-            load->set++;
-            load->refused.erase(place);
-        } else {
-            load->refused[place] = reason(*load, place, value, answer);
-        }
-    }
-    return EXIT_DONE;
-}
-
-static std::vector<Place> refused_places(const Load &load) {
-    std::vector<Place> places;
-    places.reserve(load.refused.size());
-    for (const auto &[place, text] : load.refused) places.push_back(place);
-    return places;
-}
-
-// Saves and tries what was refused again, as long as that helps.
-static int try_after_saves(Load *load) {
-    while (!load->refused.empty() && load->is_unsaved) {
-        const size_t before = load->refused.size();
-        int status = save_if_needed(load);
-        if (status == EXIT_DONE) status = try_lines(load, refused_places(*load));
-        if (status != EXIT_DONE) return status;
-        load->after_save += static_cast<int>(before - load->refused.size());
-        if (load->refused.size() == before) break;
-    }
-    return EXIT_DONE;
-}
-
-// Sets these, saves, and does so once more for those that depend on others of them. What cannot be set is
-// left out.
-static int set_and_save(Load *load, const std::vector<std::pair<Place, std::string>> &values) {
-    for (int round = 0; round < 2; round++) {
-        for (const auto &[place, value] : values) {
-            int answer = 0;
-            if (known(*load, place) != value && send(load, place, value, &answer) == EXIT_NO_DAEMON)
-                return EXIT_NO_DAEMON;
-        }
-        if (const int status = save_if_needed(load); status != EXIT_DONE) return status;
-    }
-    return EXIT_DONE;
-}
-
-// What refused lines need and the device does not have: the values wanted of each place.
-using Wanted = std::map<Place, std::vector<std::string>>;
-
-static Wanted wanted_values(const Load &load) {
-    Wanted wanted;
-    for (const auto &[place, text] : load.refused) {
-        for (const Dependency &need : dependencies()) {
-            if (!need.is || is_met(load, place, load.file.settings.at(place), need)) continue;
-            auto &values = wanted[beside(place, need.other)];
-            if (std::find(values.begin(), values.end(), need.value) == values.end())
-                values.push_back(need.value);
-        }
-    }
-    return wanted;
-}
-
-// Has these hold for a moment and tries what was refused again.
-static int open_and_try(Load *load, const std::vector<std::pair<Place, std::string>> &open) {
-    const std::map<Place, std::string> before = load->refused;
-    const int after_save = load->after_save;
-    std::vector<std::pair<Place, std::string>> back;
-    back.reserve(open.size());
-    for (const auto &[place, value] : open) back.emplace_back(place, known(*load, place));
-    int status = set_and_save(load, open);
-    if (status == EXIT_DONE) status = try_lines(load, refused_places(*load));
-    if (status == EXIT_DONE) status = try_after_saves(load);
-    if (status == EXIT_DONE) status = save_if_needed(load);
-    if (status == EXIT_NO_DAEMON) return status;
-    const int closed = set_and_save(load, back);
-    for (const auto &[place, value] : back)
-        if (known(*load, place) != value)
-            complain(EXIT_REFUSED,
-                     place_name(place) + " could not be set back to " + file_value(object_of(place), value));
-    load->opened += static_cast<int>(before.size() - load->refused.size());
-    load->after_save = after_save;
-    for (auto &[place, text] : load->refused) text = before.at(place);  // as it is now again
-    return status == EXIT_DONE ? closed : status;
-}
-
-static int try_while_open(Load *load) {
-    const Wanted wanted = wanted_values(*load);
-    for (size_t round = 0;; round++) {
-        std::vector<std::pair<Place, std::string>> open;
-        for (const auto &[place, values] : wanted)
-            if (round < values.size()) open.emplace_back(place, values[round]);
-        if (open.empty() || load->refused.empty()) return EXIT_DONE;
-        if (const int status = open_and_try(load, open); status != EXIT_DONE) return status;
-    }
-}
-
-static int try_all(Load *load, const std::vector<Place> &changes, bool may_save) {
-    int status = try_lines(load, changes);
-    if (status == EXIT_DONE && may_save) status = try_after_saves(load);
-    if (status == EXIT_DONE && may_save) status = try_while_open(load);
-    if (status == EXIT_DONE && may_save) status = save_if_needed(load);
-    return status;
-}
+#include "zevctl/settings_steps.h"
 
 // ---- before and after ----
 
@@ -197,6 +20,9 @@ static std::vector<int> objects_in(const SettingsFile &file) {
         for (const Dependency &need : dependencies())
             if (std::string_view(object_of(place).name) == need.object)
                 objects.push_back(object_index(need.other));
+        for (const Effect &effect : effects())
+            if (std::string_view(object_of(place).name) == effect.object)
+                objects.push_back(object_index(effect.changes));
         if (std::string_view(object_of(place).name) == WEP_PART) objects.push_back(object_index(WEP_MODE));
     }
     std::sort(objects.begin(), objects.end());
@@ -204,15 +30,10 @@ static std::vector<int> objects_in(const SettingsFile &file) {
     return objects;
 }
 
-static std::string value_in(const Load &load, const Place &place) {
-    const auto found = load.file.settings.find(place);
-    return found == load.file.settings.end() ? known(load, place) : found->second;
-}
-
 // True when the line speaks of a part of WEP that the VAP's mode does not have.
 static bool is_outside_of_wep(const Load &load, const Place &place) {
     return std::string_view(object_of(place).name) == WEP_PART &&
-           value_in(load, beside(place, WEP_MODE)) != WEP;
+           wanted(load, beside(place, WEP_MODE)) != WEP;
 }
 
 // Tables whose rows come into being when they are written.
@@ -236,7 +57,7 @@ static std::vector<Place> changes(Load *load) {
             load->refused[place] = "not on this device";
         } else if (is_outside_of_wep(*load, place)) {
             if (differs(*load, place) && value != WEP)
-                load->refused[place] = std::string("belongs to ") + WEP_MODE + " = WEP";
+                load->refused[place] = std::string("not set: belongs to ") + WEP_MODE + " = WEP";
         } else if (differs(*load, place) || disturbed.contains(place)) {
             places.push_back(place);
             for (const auto &effect : effects())
@@ -258,6 +79,7 @@ static int check_result(Load *load) {
         if (load->refused.contains(place) || is_outside_of_wep(*load, place) || !differs(*load, place))
             continue;
         const std::string shown = known(*load, place);
+        load->set.erase(place);
         load->refused[place] = shown == "-1" ? "not on this device"
                                : object_of(place).secret
                                    ? "accepted, but the device has another value"
@@ -305,7 +127,7 @@ static int complain_all(const Load &load) {
 static void print_summary(const Load &load) {
     const size_t lines = load.file.settings.size(), refused = load.refused.size();
     if (!load.client.json) {
-        printf("%zu settings: %d set, %zu refused", lines, load.set, refused);
+        printf("%zu settings: %zu set, %zu refused", lines, load.set.size(), refused);
         if (load.after_save + load.opened > 0)
             printf("; %d were refused at first and set after a save", load.after_save + load.opened);
         if (load.opened > 0)
@@ -317,50 +139,95 @@ static void print_summary(const Load &load) {
     for (const auto &[place, text] : load.refused)
         documents.push_back("{\"line\":" + std::to_string(load.file.lines.at(place)) + ",\"name\":" +
                             json_text(place_name(place)) + ",\"reason\":" + json_text(text) + "}");
-    answer_json("{\"settings\":" + std::to_string(lines) + ",\"set\":" + std::to_string(load.set) +
+    answer_json("{\"settings\":" + std::to_string(lines) + ",\"set\":" + std::to_string(load.set.size()) +
                 ",\"set_after_save\":" + std::to_string(load.after_save + load.opened) +
                 ",\"refused\":" + json_array(documents) + "}");
 }
 
-// Reads the file and what the device shows of it.
-static int begin(Load *load) {
-    for (const std::string &mistake : load->file.mistakes) complain(EXIT_USAGE, mistake);
-    if (!load->file.mistakes.empty()) return EXIT_USAGE;
-    return read_settings(load->client, objects_in(load->file), &load->device);
+static int judge(const SettingsFile &file) {
+    for (const std::string &mistake : file.mistakes) complain(EXIT_USAGE, mistake);
+    return file.mistakes.empty() ? EXIT_DONE : EXIT_USAGE;
+}
+
+// What the device shows of all that these lines may change.
+static Settings values_before(const Load &load, const std::vector<Place> &places) {
+    Settings before;
+    const auto add = [&](const Place &place) {
+        if (const auto shown = load.device.find(place); shown != load.device.end()) before.insert(*shown);
+    };
+    for (const Place &place : places) {
+        add(place);
+        for (const Dependency &need : dependencies())
+            if (std::string_view(object_of(place).name) == need.object) add(beside(place, need.other));
+        for (const Effect &effect : effects())
+            if (std::string_view(object_of(place).name) == effect.object) add(beside(place, effect.changes));
+    }
+    return before;
+}
+
+// Without a note nothing is done by halves: one save, and no security type.
+static void leave_out_security(Load *load, std::vector<Place> *places, const std::string &why) {
+    std::erase_if(*places, [&](const Place &place) {
+        const bool is_type = is_security_type(object_of(place).name);
+        if (is_type) load->refused[place] = "not set: what it was cannot be noted: " + why;
+        return is_type;
+    });
+}
+
+static int set_noted(Load *load, std::vector<Place> places, LoadNote *note, std::string why) {
+    load->before = values_before(*load, places);
+    if (why.empty() && !places.empty() && !note_values(*load, note)) why = strerror(errno);
+    if (!why.empty()) leave_out_security(load, &places, why);
+    const std::map<Place, std::string> never = std::move(load->refused);
+    load->refused.clear();
+    load->may_step = load->may_save && why.empty();
+    load->is_unsaved = load->may_save;  // what the device shows already may be queued only
+    const int status = set_lines(load, places);
+    load->refused.insert(never.begin(), never.end());
+    if (status == EXIT_DONE && why.empty()) note->clear();
+    return status;
+}
+
+static int apply_loaded(Load *load, bool wait) {
+    if (load->set.empty() && !our_file_exists(SAVED_CHANGES_FILE)) return EXIT_DONE;
+    const int status = apply(load->client, wait);
+    return status == EXIT_DONE && wait ? check_result(load) : status;
 }
 
 int load_settings(const Client &client, const LoadOptions &options) {
     const SettingsFile file = read_settings_file(options.file);
     Load load{client, file};
-    if (const int status = begin(&load); status != EXIT_DONE) return status;
-    const std::vector<Place> places = changes(&load);
+    LoadNote note;
+    std::string why;
+    int status = judge(file);
+    if (status == EXIT_DONE && !options.dry_run) status = begin_load(client, &note, &why);
+    if (status == EXIT_DONE) status = read_settings(client, objects_in(file), &load.device);
+    if (status != EXIT_DONE) return status;
+    std::vector<Place> places = changes(&load);
     if (options.dry_run) {
         print_changes(load, places, options.secrets);
         return complain_all(load);
     }
-    const std::map<Place, std::string> never = std::move(load.refused);
-    load.refused.clear();
-    const bool may_save = options.save || options.apply;
-    load.is_unsaved = may_save;  // what the device shows already may be queued only, by a load that was ended
-    int status = try_all(&load, places, may_save);
-    load.refused.insert(never.begin(), never.end());
-    if (status == EXIT_DONE && load.set > 0) status = check_result(&load);
+    load.may_save = options.save || options.apply;
+    load.may_open = options.open;
+    status = set_noted(&load, std::move(places), &note, why);
+    const bool is_whole = status == EXIT_DONE;
+    if (is_whole && !load.set.empty()) status = check_result(&load);
+    if (status == EXIT_DONE && options.apply) status = apply_loaded(&load, options.wait);
     print_summary(load);
-    if (const int refused = complain_all(load); refused != EXIT_DONE && status == EXIT_DONE) {
-        status = refused;
-        if (!may_save)
-            complain(status, "nothing was saved; with --save, what depends on other lines is tried again");
-    }
-    const bool unapplied = load.set > 0 || our_file_exists(SAVED_CHANGES_FILE);
-    if (status == EXIT_NO_DAEMON || !options.apply || !unapplied) return status;
-    const int applied = apply(client, options.wait);
-    return applied == EXIT_DONE ? status : applied;
+    const int refused = complain_all(load);
+    if (!is_whole) complain(status, "what was set is taken back by the next load or save");
+    if (refused != EXIT_DONE && is_whole && !load.may_save)
+        complain(refused, "nothing was saved; with --save, what depends on other lines is tried again");
+    return status == EXIT_DONE ? refused : status;
 }
 
 int diff_settings(const Client &client, const std::string &name, bool secrets, bool exit_code) {
     const SettingsFile file = read_settings_file(name);
     Load load{client, file};
-    if (const int status = begin(&load); status != EXIT_DONE) return status;
+    int status = judge(file);
+    if (status == EXIT_DONE) status = read_settings(client, objects_in(file), &load.device);
+    if (status != EXIT_DONE) return status;
     std::vector<Place> places;
     for (const auto &[place, value] : file.settings)
         if (differs(load, place)) places.push_back(place);

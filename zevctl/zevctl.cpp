@@ -133,10 +133,17 @@ static void add_settings_commands(CLI::App *app, CommandLine *line) {
     load_command->add_flag("--secrets", line->load.secrets, "With those of keys and shared secrets")
         ->needs(dry_run);
     load_command->add_flag("--save", line->load.save, "Save, and try again what depends on other lines");
+    load_command->add_flag("--open", line->load.open,
+                           "Have on for a moment what lines depend on and the file leaves off; no security");
     auto *load_apply = load_command->add_flag("--apply", line->load.apply, "Save so, then apply");
     load_command->add_flag("--wait", line->load.wait, "Wait for the end of the apply, at most 60 s")
         ->needs(load_apply);
-    load_command->final_callback([line] { line->status = load_settings(line->client, line->load); });
+    load_command->final_callback([line] {
+        const LoadOptions &load = line->load;
+        line->status = load.open && !load.save && !load.apply
+                           ? complain(EXIT_USAGE, "--open needs --save or --apply")
+                           : load_settings(line->client, load);
+    });
 
     auto *diff_command =
         app->add_subcommand("diff", "Print where the device differs from a settings file: DEVICE -> FILE");

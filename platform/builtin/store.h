@@ -27,7 +27,10 @@ enum Layer : int {
     LAYER_APPLIED = 3,
     LAYER_SYSTEM = 4,
     LAYER_ENVIRONMENT = 5,
-    LAYER_COUNT = 6,
+    // The working one as it was before the first save of a load of settings, and which load that is.
+    LAYER_BEFORE_LOAD = 6,
+    LAYER_LOAD_ID = 7,
+    LAYER_COUNT = 8,
 };
 
 constexpr char STORE_FOLDER[] = "/var/lib/zevcfg";
@@ -131,6 +134,21 @@ const char *group_name(unsigned group_id);  // null for an unknown id
 enum class Saved { NOTHING, CHANGES, CHANGES_FOR_REBOOT };
 Saved read_marker();
 bool write_marker(Saved saved);  // NOTHING removes it
+
+// ---- loads of settings that save in steps (store_load.cpp), see platform/load_note.h ----
+
+class LoadNote;
+enum class LoadState { NONE, RUNS, LEFT };  // LEFT: by a load that died
+// Opens the note. One that was left is held by it from here on.
+LoadState look_at_load(LoadNote *note);
+// In a transaction each. Before a save while a load runs: keeps what the working configuration is.
+bool keep_saved(sqlite3 *db, const LoadNote &note);
+// Makes the working configuration what it was before the first save of this load, when there was one.
+bool put_back_saved(sqlite3 *db, const LoadNote &note);
+bool forget_saved(sqlite3 *db);
+// Makes the saved configuration the running one; the steps of a load are none of it: while a load runs, it is
+// what was saved before.
+bool take_saved(sqlite3 *db, std::string *why);
 
 // ---- the lock (store_lock.cpp), and who is told of an apply (store_notify.cpp) ----
 

@@ -39,7 +39,7 @@ static void remove_marker(sqlite3 *db) {
 
 // Under the lock.
 static bool apply_working(sqlite3 *db, std::string *why) {
-    if (!copy_in_a_transaction(db, LAYER_WORKING, LAYER_RUNNING, why)) return false;
+    if (!take_saved(db, why)) return false;
     std::string ignored;
     if (!run_script(why)) {
         copy_in_a_transaction(db, LAYER_APPLIED, LAYER_RUNNING, &ignored);
@@ -91,7 +91,14 @@ bool boot_store(std::string *why) {
 
 bool reset_store(std::string *why) {
     Database db = open_store(why);
-    return db && copy_in_a_transaction(db.get(), LAYER_FACTORY, LAYER_WORKING, why);
+    if (!db) return false;
+    Transaction transaction(db.get());
+    // What a load that died has left is not to come back.
+    if (transaction.started() && forget_saved(db.get()) &&
+        copy_layer(db.get(), LAYER_FACTORY, LAYER_WORKING) && transaction.commit())
+        return true;
+    *why = store_error(db.get());
+    return false;
 }
 
 // ---- as the daemon calls them ----

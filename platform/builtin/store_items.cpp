@@ -13,6 +13,7 @@
 
 #include "platform/builtin/store.h"
 #include "platform/device.h"
+#include "platform/load_note.h"
 #include "platform/zevcfg.h"
 
 static constexpr char REBOOT_GROUPS[] = "REBOOT_GROUPS";  // the variable that lists them
@@ -364,6 +365,10 @@ static bool save_items(Cache &c, std::vector<StoreItem> *queued) {
         return false;
     };
     if (!transaction.started()) return fail(store_error(c.db.get()));
+    LoadNote note;
+    const LoadState load = look_at_load(&note);
+    if (load == LoadState::LEFT) return fail("a load of settings has died");
+    if (load == LoadState::RUNS && !keep_saved(c.db.get(), note)) return fail(store_error(c.db.get()));
     grow_lists(c, queued);
     const std::vector<StoreItem> &items = *queued;
     const char *reboot_groups = look_up(c, LAYER_ENVIRONMENT, "", REBOOT_GROUPS);
@@ -382,6 +387,23 @@ static bool save_items(Cache &c, std::vector<StoreItem> *queued) {
     return false;
 }
 
+// What a load of settings that died has saved goes before anything else is saved, and with it what is queued
+// now: that may be of the same load. False when that was something.
+static bool put_back_load(Cache &c, bool queued) {
+    LoadNote note;
+    if (look_at_load(&note) != LoadState::LEFT) return true;
+    Transaction transaction(c.db.get());
+    if (!transaction.started() || !put_back_saved(c.db.get(), note) || !transaction.commit()) {
+        c.failure = "nothing was saved: " + store_error(c.db.get());
+        return false;
+    }
+    note.clear();
+    c.items_version = NEVER_READ;
+    notify_daemon();
+    if (queued) c.failure = "nothing was saved: a load of settings has died, what it did is taken back";
+    return !queued;
+}
+
 int set_cfg_items_snmp(zevcfg_handle *handle, const cfg_item *head) {
     if (handle == nullptr || handle->layer != LAYER_WORKING) return -1;
     std::vector<StoreItem> items;
@@ -392,7 +414,8 @@ int set_cfg_items_snmp(zevcfg_handle *handle, const cfg_item *head) {
     }
     Cache &c = cache();
     std::lock_guard lock(c.mutex);
-    bool saved = look_at_store(c) && (items.empty() || save_items(c, &items));
+    bool saved =
+        look_at_store(c) && put_back_load(c, !items.empty()) && (items.empty() || save_items(c, &items));
     say_failure(c);
     if (!saved) return -1;
     // SQLite tells of other connections' commits only.

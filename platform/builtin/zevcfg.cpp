@@ -47,9 +47,10 @@ static int get(Layer layer, const Request &request) {
     return std::cout.flush() ? DONE : fail("cannot write the output");
 }
 
-// What is done to the running configuration by hand is not undone by an apply that fails.
+// What is done by hand is not undone by an apply that fails, nor with a load that dies.
 static std::vector<Layer> written_with(Layer layer) {
     if (layer == LAYER_RUNNING) return {LAYER_RUNNING, LAYER_APPLIED};
+    if (layer == LAYER_WORKING) return {LAYER_WORKING, LAYER_BEFORE_LOAD};
     return {layer};
 }
 
