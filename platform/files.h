@@ -12,6 +12,9 @@ constexpr char BACKUP_LOCK_FILE[] = "/tmp/lock_snmp_conf_backup";  // … a back
 // There when the working configuration holds saved changes; the first line is 1 when they need a reboot.
 constexpr char SAVED_CHANGES_FILE[] = "/tmp/sync_config";
 
+// There when a damaged configuration store was found, and says in a line what became of it. Readable by all.
+constexpr char DAMAGE_FILE[] = "/var/run/zevcfg.damaged";
+
 // A backup on its way to the server, there until it has arrived, or one that a restore has fetched; and what
 // the web server said of the last upgrade or restore.
 constexpr char TFTP_BACKUP_FILE[] = "/tmp/tftp_backup.cfg";

@@ -387,6 +387,8 @@ MetricsText read_metrics(const Client &client, const std::vector<std::string> &c
     add_head(&out, "zevsic_unapplied_changes",
              "Whether the configuration holds saved changes that are not applied.");
     add_sample(&out, "zevsic_unapplied_changes", "", our_file_exists(SAVED_CHANGES_FILE) ? "1" : "0");
+    add_head(&out, "zevsic_store_damaged", "Whether damage of the configuration store was found.");
+    add_sample(&out, "zevsic_store_damaged", "", device_file_exists(DAMAGE_FILE) ? "1" : "0");
     if (!result.up) return result;
 
     for (const Collector &collector : COLLECTORS) {

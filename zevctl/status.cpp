@@ -66,6 +66,14 @@ static Part store_part(const Client &client, bool is_applying) {
     return {"store", "gives the daemon no values", false};
 }
 
+// Only what an administrator has not seen to.
+static void add_damage(std::vector<Part> *parts) {
+    std::string text;
+    if (!device_file_exists(DAMAGE_FILE)) return;
+    read_device_file(DAMAGE_FILE, 1024, &text);
+    parts->push_back({"stored configuration", text.substr(0, text.find('\n')), false});
+}
+
 static Part changes_part() {
     std::string text;
     if (!our_file_exists(SAVED_CHANGES_FILE)) return {"saved changes", "all applied"};
@@ -116,6 +124,7 @@ int status_report(const Client &client) {
     if (!answer.error.empty()) {
         parts.push_back({"daemon", "does not answer", false});
         parts.push_back(changes_part());
+        add_damage(&parts);
         add_locks(&parts);
         print_parts(client, parts, false);
         return complain(EXIT_NO_DAEMON, answer.error);
@@ -125,6 +134,7 @@ int status_report(const Client &client) {
              Part{"apply", people_value(apply_object.object, applying)}};
     parts.push_back(transfer_part(client, "TFTP", "TFTPActionStatus"_object));
     parts.push_back(transfer_part(client, "FTP", "FTPActionStatus"_object));
+    add_damage(&parts);
     add_locks(&parts);
     const bool is_well =
         std::all_of(parts.begin(), parts.end(), [](const Part &part) { return part.is_well; });

@@ -103,9 +103,11 @@ static Failure add_store(bool demo) {
         remove_device_file(STORE_FILE);
     Failure failed;
     if (device_file_exists(STORE_FILE)) {
-        open_store(&failed);
+        if (check_store(&failed)) grow_store(&failed);
         return failed;
     }
+    if (device_file_exists(DAMAGED_STORE_FILE))
+        return "a repair of the store was ended: zevcfg boot does the rest";
     std::string image = new_store(contents);
     return image.empty() ? "cannot make the store" : add_file(STORE_FILE, 0600, image);
 }

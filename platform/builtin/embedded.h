@@ -1,4 +1,4 @@
-// The text files that zevcfg carries.
+// The text files that zevcfg carries. The daemon has the factory settings too: a reset works on any store.
 #pragma once
 
 #include <cstddef>

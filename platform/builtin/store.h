@@ -6,6 +6,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <functional>
 #include <initializer_list>
 #include <memory>
@@ -31,10 +32,14 @@ enum Layer : int {
     LAYER_BEFORE_LOAD = 6,
     LAYER_LOAD_ID = 7,
     LAYER_COUNT = 8,
+    LAYER_SUMS = 8,  // of the layers before: the group "", the layer's number as the key
 };
 
 constexpr char STORE_FOLDER[] = "/var/lib/zevcfg";
 constexpr char STORE_FILE[] = "/var/lib/zevcfg/zevcfg.db";
+constexpr char DAMAGED_STORE_FILE[] = "/var/lib/zevcfg/zevcfg.db.damaged";
+constexpr char GOOD_STORE_FILE[] =
+    "/var/lib/zevcfg/zevcfg.db.good";  // as the last apply that went well left it
 
 struct CloseDatabase {
     void operator()(sqlite3 *db) const;
@@ -55,8 +60,10 @@ struct StoreItem {
 // have the time of others.
 constexpr int PATIENCE_MS = 5000;
 constexpr int REQUEST_PATIENCE_MS = 900;
-// Null when there is no store or it cannot be opened; `why` then says it.
+// Null when there is no store or it cannot be opened; `why` then says it. Where there is no room for the
+// memory that SQLite's connections share, a copy in memory that cannot be written.
 Database open_store(std::string *why, int patience_ms = PATIENCE_MS);
+bool is_copy_in_memory(sqlite3 *db);
 // What became of the last statement that failed, for people.
 std::string store_error(sqlite3 *db);
 // What a new store holds. The working layer's items are put on top of the factory configuration, and the
@@ -108,10 +115,35 @@ bool visit_items(
     const std::function<void(std::string_view group, std::string_view key, std::string_view value)> &visit);
 bool list_items(sqlite3 *db, Layer layer, std::string_view group, std::vector<StoreItem> *out);
 
+// Sums over what a layer's items are, kept up to date by every writing. Made where a store has none.
+bool add_sums(sqlite3 *db);
+std::string sum_text(uint64_t sum);                       // as it is stored
+bool layer_sum(sqlite3 *db, Layer layer, uint64_t *sum);  // of the items that are there
+// The bytes of the store's file, what is in its log included; empty when it cannot be read.
+std::string store_image(sqlite3 *db);
+
+// ---- checking, mending and growing a store (store_check.cpp) ----
+
+// Looks at the structure and at each layer's sum. False, and what is wrong with it.
+bool check_items(sqlite3 *db, std::string *why);
+// The same of the file, and tells whoever asks for the device's state (DAMAGE_FILE). `why` is empty when
+// nothing is wrong.
+bool check_store(std::string *why);
+// Puts the copy of the last good apply in the place of a store that is damaged, or gone since a repair that
+// was killed; without one the factory configuration. The damaged file is kept. True when there is a whole
+// store now; `said` is what was done, empty when nothing had to be.
+bool mend_store(std::string *said);
+// Keeps a copy of the store as it is, when it is whole.
+bool keep_good_copy(sqlite3 *db);
+// Gives a store that an older program made what the factory configuration has more.
+bool grow_store(std::string *why);
+
 // ---- reading and writing through the process's one cached connection (store_items.cpp); any thread ----
 
 // 0 and the text, or STORE_NO_SUCH_ITEM. Says nothing of a missing store.
 int find_item(Layer layer, std::string_view group, std::string_view key, std::string *out);
+// Why the last look-up could not read the store; empty when it could.
+std::string reading_failure();
 // Copies into a caller's buffer, cut to its size.
 void copy_text(std::string_view text, char *out, size_t size);
 

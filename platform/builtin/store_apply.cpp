@@ -47,6 +47,7 @@ static bool apply_working(sqlite3 *db, std::string *why) {
     }
     // The system has it, whatever becomes of this: then a repeated apply does it.
     if (copy_in_a_transaction(db, LAYER_RUNNING, LAYER_APPLIED, &ignored)) remove_marker(db);
+    keep_good_copy(db);  // without room for it the one before stays
     return true;
 }
 
@@ -86,10 +87,25 @@ bool boot_store(std::string *why) {
         return false;
     }
     for (const char *file : {APPLY_LOCK_FILE, UPDATE_LOCK_FILE, BACKUP_LOCK_FILE}) remove_device_file(file);
+    std::string mended, ignored;
+    bool whole = mend_store(&mended);
+    if (!mended.empty()) fprintf(stderr, "zevcfg: %s\n", mended.c_str());
+    if (!whole) {
+        *why = "there is no store to start with";
+        return false;
+    }
+    if (mended.empty()) check_store(&ignored);  // an older damage is told still
+    if (!grow_store(&ignored)) fprintf(stderr, "zevcfg: nothing was added: %s\n", ignored.c_str());
     return with_lock(apply_at_boot, why);
 }
 
 bool reset_store(std::string *why) {
+    std::string mended;
+    if (!mend_store(&mended)) {
+        *why = mended;
+        return false;
+    }
+    if (!mended.empty()) fprintf(stderr, "zevcfg: %s\n", mended.c_str());
     Database db = open_store(why);
     if (!db) return false;
     Transaction transaction(db.get());

@@ -172,7 +172,10 @@ static bool look_at_store(Cache &c) {
     struct stat file = {};
     bool there = stat(path.c_str(), &file) == 0;
     bool open = c.db && path == c.path;
-    if (open && there && file.st_ino == c.file.st_ino && file.st_dev == c.file.st_dev) return true;
+    // A copy is taken anew: others may have written, and there may be room by now.
+    if (open && there && !is_copy_in_memory(c.db.get()) && file.st_ino == c.file.st_ino &&
+        file.st_dev == c.file.st_dev)
+        return true;
     Database db = open_store(&c.missing, REQUEST_PATIENCE_MS);
     if (!db && open && !there) return false;
     close_cache(c);
@@ -253,6 +256,12 @@ int find_item(Layer layer, std::string_view group, std::string_view key, std::st
     if (text == nullptr) return STORE_NO_SUCH_ITEM;
     *out = text;
     return 0;
+}
+
+std::string reading_failure() {
+    Cache &c = cache();
+    std::lock_guard lock(c.mutex);
+    return c.missing.empty() ? c.failure : c.missing;
 }
 
 void copy_text(std::string_view text, char *out, size_t size) {

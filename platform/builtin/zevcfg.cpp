@@ -41,7 +41,8 @@ static int get(Layer layer, const Request &request) {
     std::string text, why;
     bool found = layer == LAYER_SYSTEM ? system_item(request.key, &text)
                                        : find_item(layer, request.group, request.key, &text) == 0;
-    if (!found && !open_store(&why)) return fail(why);
+    why = reading_failure();
+    if (!why.empty()) return fail(why);
     if (!found) return fail("no such item", NO_SUCH_ITEM);
     std::cout << text << '\n';
     return std::cout.flush() ? DONE : fail("cannot write the output");
@@ -208,6 +209,7 @@ static void add_commands(CLI::App *app, Request *request) {
     app->add_subcommand("apply", "Make the working configuration the running one");
     app->add_subcommand("boot",
                         "Once while the device starts: apply, and remove what daemons of the last run left");
+    app->add_subcommand("check", "Say whether the store is whole: exit status 1 and why when it is damaged");
     app->add_subcommand("reset", "Take the factory configuration as the working one");
     app->add_subcommand("lock",
                         "Run a command while holding the store lock; fails at once when another holds it")
@@ -235,6 +237,7 @@ static int run_request(const CLI::App &app, const Request &request) {
     if (name == "diff") return diff(request);
     if (name == "apply") return finish(apply_store, "not applied: ");
     if (name == "boot") return finish(boot_store, "not applied: ");
+    if (name == "check") return finish(check_store, "");
     if (name == "reset") return finish(reset_store, "not reset: ");
     if (name == "sys" || name == "env")
         return run_item_command(command->get_subcommands().front()->get_name(),
