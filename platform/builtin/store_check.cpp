@@ -45,9 +45,12 @@ bool check_items(sqlite3 *db, std::string *why) {
         *why = std::string("the sum of the ") + NAMES[layer] + " is not that of its items";
         return false;
     }
-    Statement others = prepare(db, "SELECT 1 FROM items WHERE layer NOT BETWEEN 0 AND 6");
+    Statement others =
+        prepare(db,
+                "SELECT 1 FROM items WHERE layer NOT BETWEEN 0 AND 6 OR typeof(layer) <> 'integer' OR"
+                " typeof(grp) <> 'text' OR typeof(key) <> 'text' OR typeof(value) <> 'text'");
     if (others && sqlite3_step(others.get()) == SQLITE_DONE) return true;
-    *why = "items of no layer";
+    *why = "an item is not of this store's form";
     return false;
 }
 

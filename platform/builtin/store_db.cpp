@@ -124,6 +124,7 @@ Database open_store(std::string *why, int patience_ms) {
     int version = db && execute(db.get(), SETTINGS) ? number_of(db.get(), "PRAGMA user_version") : -1;
     if (version < 0 && lacks_shared_memory(db.get())) {
         *why = store_error(db.get());
+        db.reset();  // its lock
         db = read_alone(path, patience_ms);
         if (!db) return nullptr;
         version = number_of(db.get(), "PRAGMA user_version");
