@@ -56,7 +56,8 @@ static int number_of(sqlite3 *db, const char *pragma) {
 
 bool is_copy_in_memory(sqlite3 *db) {
     const char *file = sqlite3_db_filename(db, "main");
-    return file == nullptr || *file == '\0';
+    // SQLite gives such a copy a name of its own.
+    return file == nullptr || !std::string_view(file).ends_with(STORE_FILE);
 }
 
 std::string store_error(sqlite3 *db) {

@@ -146,6 +146,7 @@ static const volatile uint64_t *shared_header(sqlite3 *db) {
     volatile void *region = nullptr;
     bool mapped = sqlite3_file_control(db, "main", SQLITE_FCNTL_FILE_POINTER, &file) == SQLITE_OK &&
                   file->pMethods != nullptr && file->pMethods->iVersion >= 2 &&
+                  file->pMethods->xShmMap != nullptr &&  // that of a copy in memory
                   file->pMethods->xShmMap(file, 0, REGION, 0, &region) == SQLITE_OK;
     return mapped ? static_cast<const volatile uint64_t *>(region) : nullptr;
 }
