@@ -128,6 +128,7 @@ Database open_store(std::string *why, int patience_ms) {
         db.reset();  // its lock
         db = read_alone(path, patience_ms);
         if (!db) return nullptr;
+        why->clear();
         version = number_of(db.get(), "PRAGMA user_version");
     }
     int application = version < 0 ? 0 : number_of(db.get(), "PRAGMA application_id");
