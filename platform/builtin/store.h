@@ -98,6 +98,7 @@ std::string_view column(sqlite3_stmt *statement, int index);
 bool put_items(sqlite3 *db, Layer layer, const std::vector<StoreItem> &items);
 // True when there was such an item.
 bool remove_item(sqlite3 *db, Layer layer, std::string_view group, std::string_view key);
+bool clear_layer(sqlite3 *db, Layer layer);
 // An item that two layers do not hold alike.
 struct Difference {
     std::string group, key;

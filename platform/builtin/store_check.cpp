@@ -31,9 +31,10 @@ bool check_items(sqlite3 *db, std::string *why) {
     Statement version = prepare(db, "PRAGMA user_version");
     if (!version || sqlite3_step(version.get()) != SQLITE_ROW) return false;
     if (sqlite3_column_int(version.get(), 0) == 1 && sums.empty()) return true;  // of a layout without them
-    static constexpr const char *NAMES[LAYER_COUNT] = {"factory configuration", "working configuration",
-                                                       "running configuration", "applied configuration",
-                                                       "system items",          "rc environment"};
+    static constexpr const char *NAMES[LAYER_COUNT] = {
+        "factory configuration",       "working configuration", "running configuration",
+        "applied configuration",       "system items",          "rc environment",
+        "configuration before a load", "load under way"};
     for (int layer = 0; layer < LAYER_COUNT; layer++) {
         uint64_t sum = 0;
         const std::string key = std::to_string(layer);
@@ -47,7 +48,7 @@ bool check_items(sqlite3 *db, std::string *why) {
     }
     Statement others =
         prepare(db,
-                "SELECT 1 FROM items WHERE layer NOT BETWEEN 0 AND 6 OR typeof(layer) <> 'integer' OR"
+                "SELECT 1 FROM items WHERE layer NOT BETWEEN 0 AND 8 OR typeof(layer) <> 'integer' OR"
                 " typeof(grp) <> 'text' OR typeof(key) <> 'text' OR typeof(value) <> 'text'");
     if (others && sqlite3_step(others.get()) == SQLITE_DONE) return true;
     *why = "an item is not of this store's form";

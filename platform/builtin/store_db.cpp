@@ -233,6 +233,7 @@ class SumOfLayer {
         if (auto old = item_of(get_.get(), layer_, group, key)) sum_ -= item_sum(group, key, *old);
         if (value != nullptr) sum_ += item_sum(group, key, *value);
     }
+    void clear() { sum_ = 0; }
     bool save() {
         return !kept_ ||
                run(prepare(db_, PUT).get(), LAYER_SUMS, {"", std::to_string(layer_), sum_text(sum_)});
@@ -284,6 +285,12 @@ bool remove_item(sqlite3 *db, Layer layer, std::string_view group, std::string_v
     SumOfLayer sum(db, layer);
     sum.replace(group, key, nullptr);
     return run(remove.get(), layer, {group, key}) && sqlite3_changes(db) > 0 && sum.save();
+}
+
+bool clear_layer(sqlite3 *db, Layer layer) {
+    SumOfLayer sum(db, layer);
+    sum.clear();
+    return run(prepare(db, "DELETE FROM items WHERE layer = ?1").get(), layer, {}) && sum.save();
 }
 
 std::string_view column(sqlite3_stmt *statement, int index) {

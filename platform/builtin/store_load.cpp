@@ -26,10 +26,7 @@ bool put_back_saved(sqlite3 *db, const LoadNote &note) {
 }
 
 bool forget_saved(sqlite3 *db) {
-    bool done = true;
-    for (Layer layer : {LAYER_LOAD_ID, LAYER_BEFORE_LOAD})
-        done = done && run(prepare(db, "DELETE FROM items WHERE layer = ?1").get(), layer, {});
-    return done;
+    return clear_layer(db, LAYER_LOAD_ID) && clear_layer(db, LAYER_BEFORE_LOAD);
 }
 
 bool take_saved(sqlite3 *db, std::string *why) {
