@@ -307,7 +307,7 @@ int main(int argc, char **argv) {
             ->type_name("PATH")
             ->capture_default_str();
         app.add_option("--ping", options.ping_seconds,
-                       "Time between signs of life, and between attempts to connect")
+                       "Time between attempts to connect; signs of life are eight times as rare")
             ->type_name("SECONDS")
             ->check(CLI::Range(1, 3600))
             ->capture_default_str();

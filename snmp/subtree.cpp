@@ -1,3 +1,16 @@
+// What counts as fresh
+//   GET: only what the daemon is asked for it; managers who ask for the same meanwhile share the question.
+//   GETNEXT: a column whose reading began after the question had come; one that ended after it, when nothing
+//       has changed since it began. A question that goes on with a walk is also given rows that were read
+//       before, when nothing has changed since: up to ENTERED old where it comes to a column, up to PASSED
+//       inside it. Any other has its column read anew.
+// What makes stale what was asked before
+//   everything: a SET by whomever, a rebuild, a start of the daemon, the beginning and the end of an apply.
+//       Its files tell (snmp/files.h).
+//   of a table: a GET that finds a row that was not known, or none where one was.
+//   of an object: a SET of ours, also while it is on its way; that is not even kept for a daemon that is
+//       silent.
+// A daemon that is silent, gone or late is another matter: what is known is served, up to `keep` old.
 #include "snmp/subtree.h"
 
 #include <algorithm>
