@@ -20,8 +20,7 @@ namespace fs = std::filesystem;
 
 static const std::string NOW = std::string(STATE) + "/now", NEXT = std::string(STATE) + "/next",
                          BEFORE = std::string(STATE) + "/before",
-                         UNFINISHED = std::string(STATE) + "/unfinished",
-                         NOT_DONE = std::string(STATE) + "/not-done";
+                         UNFINISHED = std::string(STATE) + "/unfinished";
 
 static int complain(const std::string &why) {
     fprintf(stderr, "zevnet: %s\n", why.c_str());
@@ -92,7 +91,7 @@ static void say_what_is_not_done(const std::vector<std::string> &lines) {
         fprintf(stderr, "zevnet: not done: %s\n", line.c_str());
         text += line + "\n";
     }
-    write_whole(NOT_DONE, text, true);
+    write_whole(NOT_DONE_FILE, text, true);
     log_event(lines.empty() ? "the configuration is on the air"
                             : ("the configuration is on the air; settings that are not done: " +
                                std::to_string(lines.size()))
@@ -100,7 +99,7 @@ static void say_what_is_not_done(const std::vector<std::string> &lines) {
 }
 
 static int failed(const std::string &why) {
-    write_whole(NOT_DONE, "The last apply failed: " + why + "\n", true);
+    write_whole(NOT_DONE_FILE, "The last apply failed: " + why + "\n", true);
     log_event("the configuration was not put on the air", Severity::ERROR);
     return complain(why);
 }

@@ -40,3 +40,6 @@ bool remove_strangers_file(std::string_view absolute);
 // Takes away whatever has the name; a folder that is not empty is moved beside it. False when it is there
 // still.
 bool remove_device_file(std::string_view absolute);
+
+// What was set and cannot be done on this machine, a line each, where zevnet puts the configuration in force.
+constexpr char NOT_DONE_FILE[] = "/run/zevnet/not-done";

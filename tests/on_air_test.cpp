@@ -200,4 +200,133 @@ TEST_F(OnAir, EverySettingDoesWhatItsAnswerSays) {
         EXPECT_TRUE(changes) << object.name << " changes nothing";
     }
 }
+
+// ---- in force, by tools that keep a record ----
+
+struct InForce : testing::Test {
+    InForce() {
+        device.said("zevcfg init --demo && zevcfg apply");
+        for (const char *radio : {"0", "1"})
+            device.write(std::string("/sys/class/ieee80211/phy") + radio + "/macaddress",
+                         std::string("02:00:00:00:0") + radio + ":00\n");
+        device.write("/etc/zevnet.conf",
+                     "radio1 = 02:00:00:00:00:00\nradio2 = 02:00:00:00:01:00\nport0 = eth0\n");
+        for (const char *tool : {"nft", "ip", "bridge", "iw", "tc", "hostname", "wpa_cli", "wpa_supplicant"})
+            device.write_tool(std::string("/sbin/") + tool, RECORD);
+        // What makes an interface or a network makes it, so that all is as on a machine.
+        device.write_tool("/sbin/hostapd", std::string(RECORD) + "; : >$ZEVSIC_ROOT/tmp/hostapd-runs");
+        device.write_tool(
+            "/sbin/hostapd_cli",
+            "[ -e $ZEVSIC_ROOT/tmp/hostapd-runs ] || exit 255\n"
+            "case $* in\n*PING) echo PONG; exit ;;\n*status) echo state=ENABLED; exit ;;\nesac\n" +
+                std::string(RECORD) +
+                "\n[ ! -e $ZEVSIC_ROOT/tmp/refuse ] || [ \"${*#*ADD}\" = \"$*\" ] || { /bin/rm "
+                "$ZEVSIC_ROOT/tmp/refuse; echo "
+                "FAIL; exit; }\necho OK");
+        device.write("/sys/class/net/br0/ifindex", "7\n");
+    }
+    // Applies and returns what the tools did of that kind.
+    std::string apply(const std::string &tool = "") {
+        std::filesystem::remove(device.path("/tmp/tools"));
+        said = device.said("zevnet apply");
+        std::string lines;
+        std::istringstream all(device.read("/tmp/tools"));
+        for (std::string line; std::getline(all, line);)
+            if (line.starts_with(tool + " ")) {
+                for (size_t at; (at = line.find(device.path(""))) != std::string::npos;)
+                    line.replace(at, device.path("").size(), "R");
+                lines += line + "\n";
+            }
+        return lines;
+    }
+    void set(const std::string &item) {
+        ASSERT_EQ(device.said("zevcfg set " + item + " && zevcfg apply"), "");
+    }
+
+    static constexpr char RECORD[] = "echo \"${0##*/} $*\" >>$ZEVSIC_ROOT/tmp/tools";
+    DeviceRoot device;
+    std::string said;
+};
+constexpr char CONTROL[] = "hostapd_cli -p R/run/zevnet -i global raw ";
+
+TEST_F(InForce, WhatHasNotChangedStays) {
+    const std::string first = apply("hostapd_cli"), control = CONTROL;
+    EXPECT_EQ(first, control + "REMOVE ath0\n" + control +
+                         "ADD bss_config=ath0:R/run/zevnet/next/ath0.conf\n" + control + "REMOVE ath1\n" +
+                         control + "ADD bss_config=ath1:R/run/zevnet/next/ath1.conf\n");
+    EXPECT_EQ(device.read("/etc/hostname"), "zevsic-demo\n");
+    EXPECT_EQ(apply("hostapd_cli") + apply("bridge") + apply("iw"), "");
+    // A key: its network alone. The guests of a radio are in another VLAN: no network at all.
+    set("rf1_vap1_sec wpa.passphrase another-passphrase");
+    EXPECT_EQ(apply("hostapd_cli"),
+              control + "REMOVE ath0ap0\n" + control + "ADD bss_config=ath0:R/run/zevnet/network.conf\n");
+    EXPECT_TRUE(has(device.read("/run/zevnet/network.conf"), "interface=ath0ap0\n"));
+    set("rf1_vap2 vid 30");
+    EXPECT_EQ(apply("hostapd_cli"), "");
+    set("rf1_vap2 vid 40");
+    const std::string ports = apply("bridge");
+    EXPECT_TRUE(
+        has(ports, "bridge vlan del dev ath0ap1 vid 30\nbridge vlan add dev ath0ap1 vid 40 pvid untagged\n"));
+    // The firewall: nobody. A channel: its radio alone.
+    set("bfirewall bfw_entry:1.action ACCEPT");
+    EXPECT_EQ(apply("hostapd_cli"), "");
+    EXPECT_TRUE(has(device.read("/tmp/tools"), "nft -f "));
+    set("rf2 channel 44");
+    EXPECT_EQ(apply("hostapd_cli"),
+              control + "REMOVE ath1\n" + control + "ADD bss_config=ath1:R/run/zevnet/next/ath1.conf\n");
+    set("rf2 state disable");
+    EXPECT_EQ(apply("hostapd_cli"), control + "REMOVE ath1\n");
+}
+
+TEST_F(InForce, WhatDoesNotComeUpIsPutBack) {
+    const std::string control = CONTROL;
+    apply();
+    set("rf1_vap1 ssid other");
+    device.write("/tmp/refuse", "");
+    const std::string ways = apply("hostapd_cli");
+    EXPECT_TRUE(has(said, "exit 1"));
+    EXPECT_TRUE(has(ways, control + "REMOVE ath0ap0\n" + control +
+                              "ADD bss_config=ath0:R/run/zevnet/network.conf\n" + control +
+                              "REMOVE ath0ap0\n" + control + "ADD"));
+    EXPECT_TRUE(has(device.read("/run/zevnet/network.conf"), "ssid=demo-staff\n"));
+    EXPECT_TRUE(has(device.read("/run/zevnet/not-done"), "The last apply failed: "));
+    // A ruleset that nft does not take changes nothing; the next apply does it all.
+    set("bfw_dai Snooping disable");
+    device.write_tool("/sbin/nft", std::string(RECORD) + "; exit 1");
+    EXPECT_EQ(apply("hostapd_cli"), "");
+    EXPECT_TRUE(has(said, "nft does not take the ruleset\nexit 1"));
+    device.write_tool("/sbin/nft", RECORD);
+    apply();
+    EXPECT_FALSE(has(said, "exit"));
+    EXPECT_TRUE(has(device.read("/run/zevnet/now/ath0.conf"), "ssid=other\n"));
+}
+
+TEST_F(InForce, AKillAtAnyMomentIsMadeGood) {
+    apply();
+    const std::string control = CONTROL;
+    set("rf1_vap1 ssid other");
+    // The parent of the shell that runs it.
+    device.write_tool("/sbin/bridge", "kill -9 $(/bin/sed -n 's/^PPid:[[:space:]]*//p' /proc/$PPID/status)");
+    device.said("zevnet apply");
+    device.write_tool("/sbin/bridge", RECORD);
+    ASSERT_TRUE(device.has("/run/zevnet/unfinished"));
+    EXPECT_TRUE(has(apply("hostapd_cli"), control + "REMOVE ath0\n" + control + "ADD"));
+    EXPECT_FALSE(device.has("/run/zevnet/unfinished"));
+    EXPECT_EQ(apply("hostapd_cli"), "");
+}
+
+// A configuration of which nothing can be made is not put in force, and what was set and cannot be done is
+// said.
+TEST_F(InForce, ErrorsAndWhatIsNotDoneAreSaid) {
+    set("rf1_vap1_sec wpa.passphrase short");
+    EXPECT_EQ(apply(), "");
+    EXPECT_TRUE(has(said, "VAPPSKCipherKeyValue 1.1: a passphrase has 8 to 63 characters"));
+    EXPECT_TRUE(has(said, "exit 1"));
+    set("rf1_vap1_sec wpa.passphrase long-enough");
+    set("rf1 packet_delay_threshold 200000");
+    apply();
+    EXPECT_TRUE(has(device.read("/run/zevnet/not-done"), "APRFPacketDelayThreshold 1: "));
+    device.start_daemon();
+    EXPECT_TRUE(has(device.said("zevctl status"), "APRFPacketDelayThreshold 1: "));
+}
 }  // namespace

@@ -106,6 +106,18 @@ static void add_locks(std::vector<Part> *parts) {
     }
 }
 
+// What was set and cannot be done on this machine, or why the last apply failed there: a line each. Without
+// the file nobody says so.
+static void add_not_done(std::vector<Part> *parts) {
+    static constexpr char FAILURE[] = "The last apply failed";
+    std::string text;
+    if (!read_device_file(NOT_DONE_FILE, 1U << 16, &text)) return;
+    while (text.ends_with('\n')) text.pop_back();
+    const bool is_well = !text.starts_with(FAILURE);
+    for (size_t at; (at = text.find('\n')) != std::string::npos;) text.replace(at, 1, "; ");
+    parts->push_back({"not done", text.empty() ? "nothing" : text, is_well});
+}
+
 static void print_parts(const Client &client, const std::vector<Part> &parts, bool is_well) {
     std::string document = is_well ? "{\"healthy\":true" : "{\"healthy\":false";
     for (const Part &part : parts) {
@@ -135,6 +147,7 @@ int status_report(const Client &client) {
     parts.push_back(transfer_part(client, "TFTP", "TFTPActionStatus"_object));
     parts.push_back(transfer_part(client, "FTP", "FTPActionStatus"_object));
     add_damage(&parts);
+    add_not_done(&parts);
     add_locks(&parts);
     const bool is_well =
         std::all_of(parts.begin(), parts.end(), [](const Part &part) { return part.is_well; });
