@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <iterator>
 #include <set>
 
 #include "linux/hostapd.h"
@@ -165,9 +166,11 @@ static bool write_network(const Texts &texts, const std::string &radio, const st
                           std::string *file) {
     *file = std::string(STATE) + "/network.conf";
     std::string text;
+    static constexpr const char *OF_ITSELF[] = {
+        "interface=", "ssid=", "start_disabled=", "send_probe_response=", "ctrl_interface="};
     for (const std::string &line : lines_of(texts.radio_text(radio)))
-        if (!line.starts_with("interface=") && !line.starts_with("ssid=") &&
-            !line.starts_with("start_disabled=") && !line.starts_with("ctrl_interface="))
+        if (std::none_of(std::begin(OF_ITSELF), std::end(OF_ITSELF),
+                         [&](const char *option) { return line.starts_with(option); }))
             text += line + "\n";
     return write_whole(*file, "interface=" + name + "\n" + text + texts.networks(radio).at(name));
 }

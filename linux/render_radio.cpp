@@ -247,4 +247,5 @@ void radio_head(Making &making) {
     making.radio_line(std::string("ctrl_interface=") + HOSTAPD_SOCKETS);
     making.radio_line("ssid=" + making.radio->interface);
     making.radio_line("start_disabled=1");
+    making.radio_line("send_probe_response=0");
 }

@@ -108,7 +108,8 @@ void management_address(Making &making) {
         making.plan.bridge.push_back("ip link add link " + std::string(BRIDGE) + " name " + name +
                                      " type vlan id " + std::to_string(vlan));
     if (has_vlan) making.plan.bridge.push_back("ip link set dev " + name + " up");
-    making.plan.files.push_back({"/etc/systemd/network/10-zevsic.network", text, "networkctl reload"});
+    making.plan.files.push_back(
+        {"/etc/systemd/network/10-zevsic.network", text, "systemctl restart systemd-networkd"});
 }
 
 void log_server(Making &making) {
