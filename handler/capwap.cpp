@@ -47,8 +47,7 @@ snmp_reply *controller_address(const HandlerCall &call) {
     if (!is_instance_0(call)) return call.reply;
     TRACE("SET str=%s\n", call.value);
     const Row row{0};
-    if (read_row(call, row, "discovery.unicast") == "disable") return set_refused(call);
-    if (!is_acceptable(call.object, call.value)) return set_refused(call);
+    if (!are_needs_met(call, row) || !is_acceptable(call.object, call.value)) return set_refused(call);
     const std::string key = call.object.key;
     const std::string entry = key.substr(0, key.rfind('.') + 1);
     const int place = atoi(key.c_str() + key.find(':') + 1);

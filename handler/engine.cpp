@@ -171,7 +171,7 @@ static bool has_setting(const Object &object, const Row &row) {
     return (rf_is_offload(row[0] - 1) == 1) == (object.radios == OFFLOAD_RADIOS);
 }
 
-static bool are_needs_met(const HandlerCall &call, const Row &row) {
+bool are_needs_met(const HandlerCall &call, const Row &row) {
     return std::all_of(call.object.needs.begin(), call.object.needs.end(), [&](const Need &need) {
         return !need.key || (read_row(call, row, need.key) == need.text) == need.is;
     });

@@ -89,6 +89,9 @@ snmp_reply *set_switches(const HandlerCall &call, const Row &row,
 // True when the group has the object's item.
 bool has_item(const HandlerCall &call, const Row &row);
 
+// Whether the items that the entry needs are as it says.
+bool are_needs_met(const HandlerCall &call, const Row &row);
+
 // ---- columns and scalars by other means ----
 
 // The GET of a column that is computed: `value(row)` of every row.

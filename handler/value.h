@@ -15,6 +15,3 @@ bool within_range(const Object &object, const char *value);
 std::string shown(const Object &object, const std::string &stored);
 // What the store gets for an acceptable value.
 std::string stored(const Object &object, const char *value);
-
-// No VLAN, where the store keeps a VLAN id.
-inline constexpr const char *NO_VLAN = "4096";

@@ -80,7 +80,7 @@ snmp_reply *vap_octets_sent(const HandlerCall &call) {
 
 static std::string vlan_id(const std::string &stored) {
     const int id = atoi(stored.c_str());
-    return id >= 0 && id < 4096 ? std::to_string(id) : NO_VLAN;
+    return id >= 0 && id < atoi(NO_VLAN) ? std::to_string(id) : NO_VLAN;
 }
 
 // The row shows a written 0 as it is stored.

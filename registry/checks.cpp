@@ -185,12 +185,39 @@ EVERY_OBJECT("a need names an item of another object of the group", {
 EVERY_OBJECT("only what may be written has bounds, needs, effects and conditions", {
     const bool of_a_set = object.range.are_set() || object.numbers.are_set() || object.form != ANY_TEXT ||
                           object.or_empty || object.optional || object.needs[0].key || object.set_trace ||
-                          object.instance_first || object.acts || object.conditional || object.transient;
+                          object.instance_first || object.acts || object.condition || object.limit ||
+                          object.depends[0].object || object.changes[0] || object.transient;
     return object.access == READ_WRITE || !of_a_set;
 });
 
-EVERY_OBJECT("a condition beyond the needs is a rule's",
-             { return !object.conditional || !entry.is_ordinary; });
+EVERY_OBJECT("what is refused beyond the needs, a rule refuses", {
+    return (!object.condition && !object.limit && !object.depends[0].object) || !entry.is_ordinary;
+});
+
+// True when an object of that name stands in the same table, or in the table of the row's radio.
+constexpr const Entry *entry_of(std::string_view name) {
+    for (const Entry &entry : ENTRIES)
+        if (entry.name == name) return &entry;
+    return ENTRIES.data();  // a branch
+}
+constexpr bool is_beside(const Entry &entry, const char *name) {
+    const Entry &other = *entry_of(name);
+    const bool is_of_radio = entry.table && other.table && other.table->levels() == 1 &&
+                             entry.table->arcs[0].letter == 'r' && other.table->arcs[0].letter == 'r';
+    return !other.name.empty() && (other.parent == entry.parent || is_of_radio);
+}
+
+EVERY_OBJECT("what it depends on, changes along and is a part of are objects of the row or its radio", {
+    for (const Dependency &dependency : object.depends)
+        if (dependency.object && !is_beside(entry, dependency.object)) return false;
+    for (const char *name : object.changes)
+        if (name && !is_beside(entry, name)) return false;
+    if (!object.part_of.type) return true;
+    if (!is_beside(entry, object.part_of.type)) return false;
+    for (const char *value = object.part_of.values; *value; value++)
+        if (!entry_of(object.part_of.type)->object->words.of_value(*value - '0')) return false;
+    return *object.part_of.values != '\0';
+});
 
 // ---- members that not every object heeds ----
 
@@ -202,8 +229,9 @@ EVERY_OBJECT("what only rows heed stands in rows only", {
 
 EVERY_OBJECT("what only scalars heed stands in scalars only", { return !table || !object.any_instance; });
 
-EVERY_OBJECT("rows of radios of a kind are counted by radio first",
-             { return (object.radios == ALL_RADIOS && !object.in_kernel) || !table || table->arcs[0].letter == 'r'; });
+EVERY_OBJECT("rows of radios of a kind are counted by radio first", {
+    return (object.radios == ALL_RADIOS && !object.in_kernel) || !table || table->arcs[0].letter == 'r';
+});
 
 EVERY_OBJECT("a branch says nothing but its OID", {
     return !object.is_branch() || (*object.name == '\0' && object.access == NO_ACCESS && !object.key);

@@ -74,6 +74,11 @@ enum Form : uint8_t {
     SHORT_NUMBER,  // up to six characters that do not read as a negative number
 };
 
+// Whether a text is stored as it was written, but for the case of its letters and what separates them.
+constexpr bool is_rewritten(Form form) {
+    return form == MAC_ADDRESS || form == LOWER_HEX || form == CELLULAR || form == PROTOCOL;
+}
+
 // The same in the words that people are told; empty for any text.
 constexpr const char *text_of(Form form) {
     switch (form) {
@@ -158,6 +163,25 @@ consteval Needs operator&(Needs needs, const Needs &more) {
     return needs;
 }
 
+// A SET of the object is refused unless another one, of the same row or the row's radio, is stored with this
+// value; where not `is`, with any other one.
+struct Dependency {
+    const char *object = nullptr;  // its name
+    const char *value = "";
+    bool is = true;
+    const char *only_for = nullptr;  // the value whose SET needs it; null: every one
+};
+
+// A setting that counts while the object of its row that chooses the security has one of these one-digit
+// values.
+struct SecurityPart {
+    const char *type = nullptr;  // its name
+    const char *values = "";
+};
+
+// No VLAN, where the store keeps a VLAN id.
+inline constexpr const char *NO_VLAN = "4096";
+
 enum Radios : uint8_t { ALL_RADIOS, PLAIN_RADIOS, OFFLOAD_RADIOS };  // which kind of radio has a setting
 
 // In which order a SET goes through its first steps.
@@ -214,6 +238,7 @@ struct Table {
     const char *size_key = nullptr;
     const char *size_name = nullptr;
     int predefined = 0;             // rows in front of the counted ones
+    bool grows = false;             // a row comes into being when it is written
     bool checks_first_arc = false;  // a GET with a first arc that no row has ends at once
 
     constexpr int levels() const {
@@ -232,7 +257,7 @@ struct Object {
     Access access = NO_ACCESS;
 
     // What a SET accepts.
-    Ranges range{};    // of the number for integers, of the length for texts
+    Ranges range{};  // of the number for integers, of the length for texts
     Digits digits = ALL_DIGITS;
     Ranges numbers{};  // of a text that is a number
     Form form = ANY_TEXT;
@@ -258,12 +283,19 @@ struct Object {
     bool in_kernel = false;           // rows only for VAPs that have an interface
 
     // What others must know.
-    bool live = false;         // changes by itself: asked again when the sample time has passed
-    bool slow = false;         // its handler runs tools or samples: an answer may take seconds
-    bool acts = false;         // a SET does something at once
-    bool conditional = false;  // a SET may be refused for the state of the device, beyond the needs
-    bool secret = false;       // a key or password: shown only to those who ask for secrets
-    bool transient = false;    // writable, but kept by the daemon only: no part of the configuration
+    bool live = false;  // changes by itself: asked again when the sample time has passed
+    bool slow = false;  // its handler runs tools or samples: an answer may take seconds
+    bool acts = false;  // a SET does something at once
+    // Why a SET within the bounds may be refused all the same, in words for people: for the state of the
+    // device, or for what the device is.
+    const char *condition = nullptr;
+    const char *limit = nullptr;
+    std::array<Dependency, 2> depends{};    // on other objects, as a rule of its own checks
+    std::array<const char *, 4> changes{};  // objects of the row that a SET changes along, without showing it
+    SecurityPart part_of{};
+    bool secret = false;     // a key or password: shown only to those who ask for secrets
+    bool transient = false;  // writable, but kept by the daemon only: no part of the configuration
+    bool vlan = false;       // a VLAN id: NO_VLAN shows for none, which a SET writes as 0
 
     constexpr bool is_branch() const { return type == TYPE_NONE; }
     constexpr std::string_view entry_oid() const {  // the OID without its last arc
@@ -294,7 +326,7 @@ struct Object {
     .range = between(2, 39), .form = IPV6_ADDRESS, .group = "ipv6", .key = key_, .needs = STATIC_IPV6
 #define CONTROLLER(key_)                                                                             \
     .range = between(0, 15), .form = IPV4_ADDRESS, .or_empty = true, .group = "capwap", .key = key_, \
-    .conditional = true
+    .needs = unless_off("discovery.unicast")
 // The medium access of a traffic class, a group of the store each.
 #define WME_WINDOW(group_, key_)                           \
     .range = between(0, 15), .group = group_, .key = key_, \

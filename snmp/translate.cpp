@@ -115,7 +115,7 @@ static bool can_be_instance(const Object &object, const Oid &instance) {
 
 // True for what may be refused for the state of the device. What the others refuse, they always do.
 static bool is_conditional(const Object &object) {
-    return object.acts || object.conditional || object.needs[0].key;
+    return object.acts || object.condition || object.depends[0].object || object.needs[0].key;
 }
 
 SetResult check_set(const Object *object, const Oid &instance, const Value &value) {

@@ -345,8 +345,7 @@ static std::string normal(const Object &object, std::string value) {
         if (object.form == MAC_ADDRESS || object.form == PROTOCOL) c = static_cast<char>(toupper(c));
         if (object.form == LOWER_HEX || object.form == CELLULAR) c = static_cast<char>(tolower(c));
     }
-    const bool is_vlan = object.codec == VLAN_ID || std::string_view(object.name) == "VAPVlanId";
-    return is_vlan && value == "0" ? "4096" : value;
+    return object.vlan && value == "0" ? NO_VLAN : value;
 }
 
 TEST_F(WriteWalk, WhatIsWrittenIsStoredInAnItemOfItsOwnAndShows) {

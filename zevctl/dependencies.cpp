@@ -1,121 +1,85 @@
 #include "zevctl/dependencies.h"
 
 #include <algorithm>
-#include <iterator>
-#include <optional>
-#include <vector>
+#include <unordered_map>
 
 #include "client/names.h"
 
-// Items that are no object's own: which value of which object turns them on.
-static constexpr struct {
-    const char *key, *object, *value;
-} SHARED_ITEMS[] = {
-    {"wep.enabled", "APWDSLinkSecurityType", "1"},
-    {"wpa.enabled", "APWDSLinkSecurityType", "2"},
-};
-
-static constexpr Effect EFFECTS[] = {
-    {"APRFBand", "APRFPure11NEnabled"},         {"APRFBand", "APRFChannelWidth"},
-    {"APRFBand", "APRFRadioChannelConfig"},     {"APRFBand", "APRFMaxTransmitRate"},
-    {"VAPAuthenMode", "VAPWEPCipher80211Auth"},
-};
-
-static constexpr SecurityPart SECURITY_PARTS[] = {
-    {"APWDSLinkWEP", "APWDSLinkSecurityType", "1"},
-    {"APWDSLinkPSK", "APWDSLinkSecurityType", "2"},
-    {"VAPWEPCipher", "VAPAuthenMode", "1"},
-    {"VAPPSKCipher", "VAPAuthenMode", "3"},
-    {"VAPRadius", "VAPAuthenMode", "2"},
-    {"VAPRadius", "VAPAuthenMode", "4"},
-};
-
-static constexpr struct {
-    const char *object, *hint;  // of all objects whose names begin so
-} HINTS[] = {
-    {"APSysNTPServer1", "an address or a domain name while APSysTimeSource is ntp"},
-    {"APSysNTPServer2", "an address or a domain name while APSysTimeSource is ntp"},
-    {"APSysSNMPTrapServerIPAddress", "an address while APSysSNMPTrapEnabled is enabled"},
-    {"APSysSystemLogServerIPAddress", "an address while APSysSystemLogEnabled is enabled"},
-    {"APRFBand", "the radio has another band"},
-    {"APRFRadioChannelConfig", "auto needs every APWDSLinkEnabled of the radio disabled"},
-    {"APRFMaxTransmitRate", "the radio has fewer transmit chains"},
-    {"APRFChannelWidth", "the radio has no such width"},
-    {"VAPAuthenMode", "the radio has no 802.1X"},
-    {"VAPWEPCipherKeyValue", "it must be as long as VAPWEPCipherKeyLength and VAPWEPCipherKeyCharType say"},
-    {"APWDSLinkMacAddr", "each link of a radio has an address of its own"},
-    {"APWDSLinkWEPKeyValue", "it must be as APWDSLinkWEPKeyLength and APWDSLinkWEPKeyFormat say"},
-    {"APWDSLinkPSKKeyValue", "it must be as APWDSLinkPSKKeyType says"},
-    {"L2FirewallRuleIpv4ServiceSelected", "no service has this name"},
-    {"L2FirewallRuleInterfaceSelected", "s or d, radio, and VAP or 0 for all of the radio: s.1.3"},
-};
-
-static bool is_beside(const Object &a, const Object &b) {
-    return a.entry_oid() == b.entry_oid() &&
-           std::string_view(a.group ? a.group : "") == (b.group ? b.group : "");
+static bool is_same_text(const char *a, const char *b) {
+    return std::string_view(a ? a : "") == (b ? b : "");
 }
 
-// Which object shows that the item is as the object needs it, and by which value; none may.
-static std::optional<Dependency> dependency(const Object &object, const Need &need) {
-    for (const auto &item : SHARED_ITEMS)
-        if (std::string_view(item.key) == need.key) return Dependency{object.name, item.object, item.value};
+static bool have_same_item(const Object &a, const Object &b) {
+    return a.entry_oid() == b.entry_oid() && is_same_text(a.group, b.group) && is_same_text(a.key, b.key);
+}
+
+// The requirement on the object that shows the item as the need wants it. Switches that no object shows by
+// itself are those of the security types.
+static Requirement requirement(const Object &object, const Need &need) {
+    Object item = object;
+    item.key = need.key;
     for (const Object &other : OBJECTS) {
-        if (!other.key || std::string_view(other.key) != need.key || !is_beside(object, other)) continue;
+        if (!other.key || !have_same_item(item, other)) continue;
         for (const Word &word : other.words)
-            if (word.stored && (std::string_view(need.text) == word.stored) == need.is)
-                return Dependency{object.name, other.name, std::to_string(word.value)};
+            if (word.stored && is_same_text(word.stored, need.text) == need.is)
+                return {&other, std::to_string(word.value)};
     }
-    return std::nullopt;
+    return {type_of(object), object.part_of.values};
 }
 
-std::span<const Dependency> dependencies() {
-    static const std::vector<Dependency> all = [] {
-        // These are rules of their own in the daemon.
-        std::vector<Dependency> list = {
-            {"APSysCAPWAPACAddress1", "APSysCAPWAPStaticDiscovery", "2"},
-            {"APSysCAPWAPACAddress2", "APSysCAPWAPStaticDiscovery", "2"},
-            {"APSysCAPWAPACAddress3", "APSysCAPWAPStaticDiscovery", "2"},
-            {"APSysCAPWAPACAddress4", "APSysCAPWAPStaticDiscovery", "2"},
-            {"APSysCAPWAPACAddress5", "APSysCAPWAPStaticDiscovery", "2"},
-            {"APRFMaxTransmitRate", "APRFBand", "0", false},
-            {"APWDSLinkEnabled", "APRFMaxTransmitRate", "0"},
-            {"APWDSLinkEnabled", "APRFRadioChannelConfig", "auto", false, "2"},
-        };
-        for (const Object &object : OBJECTS)
-            for (const Need &need : object.needs)
-                if (need.key)
-                    if (auto found = dependency(object, need)) list.push_back(std::move(*found));
-        return list;
-    }();
+static std::vector<Requirement> all_of(const Object &object) {
+    std::vector<Requirement> all;
+    for (const auto &[other, value, is, only_for] : object.depends)
+        if (other) all.push_back({find_object(other), value, is, only_for});
+    for (const Need &need : object.needs)
+        if (need.key) all.push_back(requirement(object, need));
     return all;
 }
 
-std::span<const Effect> effects() {
-    return EFFECTS;
+const std::vector<Requirement> &requirements_of(const Object &object) {
+    static std::unordered_map<const Object *, std::vector<Requirement>> known;
+    const auto [found, is_new] = known.try_emplace(&object);
+    if (is_new) found->second = all_of(object);
+    return found->second;
 }
 
-std::span<const SecurityPart> security_parts() {
-    return SECURITY_PARTS;
+std::vector<const Object *> changed_by(const Object &object) {
+    std::vector<const Object *> changed;
+    for (const char *name : object.changes)
+        if (name) changed.push_back(find_object(name));
+    return changed;
 }
 
-bool is_security_type(std::string_view object) {
-    return std::any_of(std::begin(SECURITY_PARTS), std::end(SECURITY_PARTS),
-                       [&](const SecurityPart &part) { return object == part.type; });
+bool is_security_type(const Object &object) {
+    return std::any_of(std::begin(OBJECTS), std::end(OBJECTS), [&](const Object &other) {
+        return other.part_of.type && is_same_text(other.part_of.type, object.name);
+    });
+}
+
+const Object *type_of(const Object &part) {
+    return part.part_of.type ? find_object(part.part_of.type) : nullptr;
+}
+
+bool counts_with(const Object &part, const std::string &type) {
+    return type.size() == 1 && std::string_view(part.part_of.values).find(type) != std::string_view::npos;
+}
+
+bool is_in_item_of_type(const Object &part) {
+    const Object *type = type_of(part);
+    return type && type->key && have_same_item(part, *type);
 }
 
 std::string dependency_hint(const Object &object) {
     std::string hint;
-    for (const Dependency &need : dependencies()) {
-        if (std::string_view(object.name) != need.object) continue;
-        const char *word = word_of(find_object(need.other), need.value);
-        hint += (hint.empty() ? "needs " : " and ") + std::string(need.other) +
+    for (const Requirement &need : requirements_of(object)) {
+        const char *word = word_of(need.other, need.value);
+        hint += (hint.empty() ? "needs " : " and ") + std::string(need.other->name) +
                 (need.is ? " = " : " other than ") + (word ? word : need.value);
     }
     return hint.empty() ? "" : hint + " to be saved first";
 }
 
 std::string refusal_hint(const Object &object) {
-    for (const auto &other : HINTS)
-        if (std::string_view(object.name).starts_with(other.object)) return other.hint;
-    return "";
+    const char *hint = object.condition ? object.condition : object.limit;
+    return hint ? hint : "";
 }

@@ -1,39 +1,33 @@
-// What settings depend on beside their own value: the daemon refuses a SET for the state of the device
-// without saying why.
+// What settings depend on beside their own value, from the registry: the daemon refuses a SET for the state
+// of the device without saying why.
 #pragma once
 
-#include <span>
 #include <string>
-#include <string_view>
+#include <vector>
 
 #include "registry/registry.h"
 
-// A SET of the object is refused unless another one, of the same row or the row's radio, is stored with this
-// value; where not `is`, with any other one.
-struct Dependency {
-    const char *object, *other;
+// A SET is refused unless another object, of the same row or the row's radio, is stored with this value;
+// where not `is`, with any other one.
+struct Requirement {
+    const Object *other;
     std::string value;
     bool is = true;
     const char *only_for = nullptr;  // the value whose SET needs it; null: every one
 };
-std::span<const Dependency> dependencies();
+const std::vector<Requirement> &requirements_of(const Object &object);
 
-// Setting the first has the device change the other too, without showing it.
-struct Effect {
-    const char *object, *changes;
-};
-std::span<const Effect> effects();
+// The objects of the row that a SET changes along, without showing it.
+std::vector<const Object *> changed_by(const Object &object);
 
-// Settings, by how their names begin, that count while an object of their row, the security type, has a
+// Of security: the object that chooses it, of which others are parts, and whether a part counts with its
 // value.
-struct SecurityPart {
-    const char *object, *type, *value;
-};
-std::span<const SecurityPart> security_parts();
-bool is_security_type(std::string_view object);
-
-// The item of the authentication mode holds this object as well: a SET outside of WEP would change the mode.
-inline constexpr const char *WEP_PART = "VAPWEPCipher80211Auth", *WEP_MODE = "VAPAuthenMode", *WEP = "1";
+bool is_security_type(const Object &object);
+const Object *type_of(const Object &part);  // null: no part
+bool counts_with(const Object &part, const std::string &type);
+// Whether the part is in its type's own item of the store: a SET while it does not count would change the
+// type.
+bool is_in_item_of_type(const Object &part);
 
 // What an object depends on, in words, and what else a refusal of a value within its bounds may mean; empty
 // when nothing is known.

@@ -61,19 +61,13 @@ std::string instance_mistake(const Object &object, const std::vector<int> &arcs)
 
 // ---- values ----
 
-static bool is_vlan(const Object &object) {
-    return std::string_view(object.name).ends_with("VlanId");
-}
-
 std::string settable(const Object &object, std::string_view shown) {
-    return is_vlan(object) && shown == "4096" ? "0" : std::string(shown);
+    return object.vlan && shown == NO_VLAN ? "0" : std::string(shown);
 }
 
 bool same_setting(const Object &object, const std::string &a, const std::string &b) {
     if (a == b) return true;
-    if (object.form != MAC_ADDRESS && object.form != LOWER_HEX && object.form != CELLULAR &&
-        object.form != PROTOCOL)
-        return false;
+    if (!is_rewritten(object.form)) return false;
     std::string other = b;
     std::replace(other.begin(), other.end(), '-', ':');
     std::string one = a;

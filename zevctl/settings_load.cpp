@@ -13,33 +13,29 @@
 // ---- before and after ----
 
 static std::vector<int> objects_in(const SettingsFile &file) {
-    std::vector<int> objects;
+    std::set<const Object *> objects;
     for (const auto &[place, value] : file.settings) {
-        if (std::find(objects.begin(), objects.end(), place.object) == objects.end())
-            objects.push_back(place.object);
-        for (const Dependency &need : dependencies())
-            if (std::string_view(object_of(place).name) == need.object)
-                objects.push_back(object_index(need.other));
-        for (const Effect &effect : effects())
-            if (std::string_view(object_of(place).name) == effect.object)
-                objects.push_back(object_index(effect.changes));
-        if (std::string_view(object_of(place).name) == WEP_PART) objects.push_back(object_index(WEP_MODE));
+        const Object &object = object_of(place);
+        objects.insert(&object);
+        for (const Requirement &need : requirements_of(object)) objects.insert(need.other);
+        for (const Object *changed : changed_by(object)) objects.insert(changed);
+        if (is_in_item_of_type(object)) objects.insert(type_of(object));
     }
-    std::sort(objects.begin(), objects.end());
-    objects.erase(std::unique(objects.begin(), objects.end()), objects.end());
-    return objects;
+    std::vector<int> places;
+    for (const Object *object : objects) places.push_back(static_cast<int>(object - OBJECTS));
+    return places;
 }
 
-// True when the line speaks of a part of WEP that the VAP's mode does not have.
-static bool is_outside_of_wep(const Load &load, const Place &place) {
-    return std::string_view(object_of(place).name) == WEP_PART &&
-           wanted(load, beside(place, WEP_MODE)) != WEP;
+// True when the line speaks of a part of a security type that its row does not have, and would change the
+// type.
+static bool is_outside_of_type(const Load &load, const Place &place) {
+    const Object &object = object_of(place);
+    return is_in_item_of_type(object) && !counts_with(object, wanted(load, beside(place, *type_of(object))));
 }
 
-// Tables whose rows come into being when they are written.
 static bool may_be_new(const Object &object) {
     const Table *table = table_of(object);
-    return table && table->is_counted() && std::string_view(object.oid).starts_with("7.");
+    return table && table->grows;
 }
 
 static bool differs(const Load &load, const Place &place) {
@@ -55,14 +51,14 @@ static std::vector<Place> changes(Load *load) {
     for (const auto &[place, value] : load->file.settings) {
         if (!load->device.contains(place) && !may_be_new(object_of(place))) {
             load->refused[place] = "not on this device";
-        } else if (is_outside_of_wep(*load, place)) {
-            if (differs(*load, place) && value != WEP)
-                load->refused[place] = std::string("not set: belongs to ") + WEP_MODE + " = WEP";
+        } else if (is_outside_of_type(*load, place)) {
+            const Object &object = object_of(place), &type = *type_of(object);
+            if (differs(*load, place) && value != object.words.otherwise)
+                load->refused[place] = std::string("not set: belongs to ") + type.name + " = " +
+                                       file_value(type, object.part_of.values);
         } else if (differs(*load, place) || disturbed.contains(place)) {
             places.push_back(place);
-            for (const auto &effect : effects())
-                if (std::string_view(object_of(place).name) == effect.object)
-                    disturbed[beside(place, effect.changes)];
+            for (const Object *changed : changed_by(object_of(place))) disturbed[beside(place, *changed)];
         }
     }
     return places;
@@ -76,7 +72,7 @@ static int check_result(Load *load) {
         return status;
     load->device = now;
     for (const auto &[place, value] : load->file.settings) {
-        if (load->refused.contains(place) || is_outside_of_wep(*load, place) || !differs(*load, place))
+        if (load->refused.contains(place) || is_outside_of_type(*load, place) || !differs(*load, place))
             continue;
         const std::string shown = known(*load, place);
         load->set.erase(place);
@@ -157,10 +153,8 @@ static Settings values_before(const Load &load, const std::vector<Place> &places
     };
     for (const Place &place : places) {
         add(place);
-        for (const Dependency &need : dependencies())
-            if (std::string_view(object_of(place).name) == need.object) add(beside(place, need.other));
-        for (const Effect &effect : effects())
-            if (std::string_view(object_of(place).name) == effect.object) add(beside(place, effect.changes));
+        for (const Requirement &need : requirements_of(object_of(place))) add(beside(place, *need.other));
+        for (const Object *changed : changed_by(object_of(place))) add(beside(place, *changed));
     }
     return before;
 }
@@ -168,7 +162,7 @@ static Settings values_before(const Load &load, const std::vector<Place> &places
 // Without a note nothing is done by halves: one save, and no security type.
 static void leave_out_security(Load *load, std::vector<Place> *places, const std::string &why) {
     std::erase_if(*places, [&](const Place &place) {
-        const bool is_type = is_security_type(object_of(place).name);
+        const bool is_type = is_security_type(object_of(place));
         if (is_type) load->refused[place] = "not set: what it was cannot be noted: " + why;
         return is_type;
     });

@@ -15,9 +15,8 @@
 #include "zevctl/dependencies.h"
 #include "zevctl/output.h"
 
-Place beside(const Place &place, const char *name) {
-    const Object &object = *find_object(name);
-    Place other{object_index(name), place.arcs};
+Place beside(const Place &place, const Object &object) {
+    Place other{static_cast<int>(&object - OBJECTS), place.arcs};
     other.arcs.resize(std::min<size_t>(other.arcs.size(), arc_count(object)));
     return other;
 }
@@ -34,18 +33,16 @@ std::string wanted(const Load &load, const Place &place) {
 
 // ---- SETs ----
 
-static bool is_met(const Load &load, const Place &place, const std::string &value, const Dependency &need) {
-    if (std::string_view(object_of(place).name) != need.object) return true;
+static bool is_met(const Load &load, const Place &place, const std::string &value, const Requirement &need) {
     if (need.only_for && value != need.only_for) return true;
-    return (known(load, beside(place, need.other)) == need.value) == need.is;
+    return (known(load, beside(place, *need.other)) == need.value) == need.is;
 }
 
 static std::string reason(const Load &load, const Place &place, const std::string &value, int status) {
     const Object &object = object_of(place);
     if (status != STATUS_WRONG_VALUE) return refusal(object, status);
-    for (const Dependency &need : dependencies()) {
-        if (std::string_view(object.name) != need.object) continue;
-        const Place other = beside(place, need.other);
+    for (const Requirement &need : requirements_of(object)) {
+        const Place other = beside(place, *need.other);
         const bool waits = load.is_unsaved && load.set.contains(other);
         if (is_met(load, place, value, need) && !waits) continue;
         if (waits)
@@ -123,10 +120,7 @@ static bool differs(const Load &load, const Place &place, const std::string &val
 }
 
 static bool has_needs(const Place &place) {
-    const auto all = dependencies();
-    return std::any_of(all.begin(), all.end(), [&](const Dependency &need) {
-        return std::string_view(object_of(place).name) == need.object;
-    });
+    return !requirements_of(object_of(place)).empty();
 }
 
 // Sets those that differ, and saves, as long as that helps.
@@ -161,13 +155,9 @@ static int put_back(Load *load, const Settings &values) {
     return status;
 }
 
-// The part of a security type that a line is, while its row has that type.
-static const SecurityPart *part_in_force(const Load &load, const Place &place) {
-    for (const SecurityPart &part : security_parts())
-        if (std::string_view(object_of(place).name).starts_with(part.object) &&
-            known(load, beside(place, part.type)) == part.value)
-            return &part;
-    return nullptr;
+static bool is_part_in_force(const Load &load, const Place &place) {
+    const Object *type = type_of(object_of(place));
+    return type && counts_with(object_of(place), known(load, beside(place, *type)));
 }
 
 // A security type comes with all that belongs to it, or not at all: one whose key was refused would have an
@@ -176,12 +166,12 @@ static int take_back_incomplete(Load *load) {
     Settings values;
     std::map<Place, std::string> reasons;
     for (const auto &[refused, text] : load->refused) {
-        const SecurityPart *part = part_in_force(*load, refused);
-        if (!part) continue;
+        if (!is_part_in_force(*load, refused)) continue;
+        const Object &type = *type_of(object_of(refused));
         for (const auto &[place, value] : load->before) {
-            const std::string_view name = object_of(place).name;
-            if ((name != part->type && !name.starts_with(part->object)) || !differs(*load, place, value) ||
-                beside(place, part->type) != beside(refused, part->type))
+            const Object &object = object_of(place);
+            if ((&object != &type && !is_part_in_force(*load, place)) || !differs(*load, place, value) ||
+                beside(place, type) != beside(refused, type))
                 continue;
             values[place] = value;
             if (load->set.contains(place))
@@ -204,11 +194,11 @@ using Wanted = std::map<Place, std::vector<std::string>>;
 static Wanted wanted_values(const Load &load) {
     Wanted wanted;
     for (const auto &[place, text] : load.refused) {
-        for (const Dependency &need : dependencies()) {
-            if (!need.is || is_security_type(need.other) ||
+        for (const Requirement &need : requirements_of(object_of(place))) {
+            if (!need.is || is_security_type(*need.other) ||
                 is_met(load, place, load.file.settings.at(place), need))
                 continue;
-            auto &values = wanted[beside(place, need.other)];
+            auto &values = wanted[beside(place, *need.other)];
             if (std::find(values.begin(), values.end(), need.value) == values.end())
                 values.push_back(need.value);
         }

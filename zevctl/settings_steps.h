@@ -29,7 +29,7 @@ std::string known(const Load &load, const Place &place);
 // What the file wants of it; what it is known to show where the file says nothing.
 std::string wanted(const Load &load, const Place &place);
 // The place of an object that a row's settings depend on: in the same row, or of the row's radio.
-Place beside(const Place &place, const char *name);
+Place beside(const Place &place, const Object &object);
 
 // Takes the lock of loads, waits for another one as long as for an answer, and takes back what one that died
 // has left. EXIT_DONE with `error` where nothing can be noted.

@@ -128,7 +128,7 @@ static constexpr ViewColumn WDS[] = {
 // Stations and neighbours
 
 static std::string no_vlan_is_empty(const Values &values) {
-    return values[0] == "4096" ? "" : values[0];
+    return values[0] == NO_VLAN ? "" : values[0];
 }
 
 static constexpr ViewColumn STATION[] = {
