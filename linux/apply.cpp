@@ -46,7 +46,7 @@ static bool write_texts(const std::string &folder, const std::map<std::string, s
     std::error_code error;
     fs::remove_all(device_path(folder), error);
     for (const auto &[name, text] : texts)
-        if (!write_whole(folder + "/" + name, text)) return false;
+        if (!write_whole(std::string(folder).append("/").append(name), text)) return false;
     return true;
 }
 
@@ -158,7 +158,8 @@ int run_hostapd() {
     const Texts texts = read_texts(NOW);
     make_radio_interfaces(texts);
     std::vector<std::string> files;
-    for (const std::string &radio : texts.radios()) files.push_back(NOW + "/" + radio + ".conf");
+    for (const std::string &radio : texts.radios())
+        files.push_back(std::string(NOW).append("/").append(radio).append(".conf"));
     const std::string command = "exec " + hostapd_command(files);
     execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
     return complain("cannot run hostapd");

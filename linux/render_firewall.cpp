@@ -361,7 +361,7 @@ static std::vector<std::string> privileged(Making &making) {
         if (!making.settings.is_on("bfw_dai", entry + "state") || (mac.empty() && ip.empty())) continue;
         making.place = {j + 1};
         if (is_mac(mac) && is_ipv4(ip))
-            pairs.push_back(mac + " . " + ip);
+            pairs.push_back(std::string(mac).append(" . ").append(ip));
         else
             making.error("L2FirewallPrivilegeMAC", "no MAC and IP address");
         making.place = {};
@@ -461,7 +461,7 @@ static void priorities(Making &making, Chain *prerouting, Chain *forward) {
         }
         const int best_effort = making.settings.number(group, "down8021p_be");
         if (best_effort > 0 && best_effort < 8)
-            map += (map.empty() ? "" : ", ") + std::string("0:100 : 0:10") + std::to_string(best_effort);
+            map.append(map.empty() ? "" : ", ").append("0:100 : 0:10").append(std::to_string(best_effort));
         if (!map.empty())
             forward->add("oifname " + name + " meta priority set meta priority map { " + map + " }");
         const int uplink = making.settings.number(group, "up8021p");

@@ -147,9 +147,10 @@ static void radius_servers(Making &making) {
                     std::to_string(making.settings.number(group, server + "port", 1812)));
         making.line("auth_server_shared_secret=" + secret);
         if (item("acctenabled") != "enable") continue;
-        accounting += "acct_server_addr=" + ip + "\nacct_server_port=" +
-                      std::to_string(making.settings.number(group, server + "acctport", 1813)) +
-                      "\nacct_server_shared_secret=" + secret + "\n";
+        const int port = making.settings.number(group, server + "acctport", 1813);
+        accounting.append("acct_server_addr=").append(ip);
+        accounting.append("\nacct_server_port=").append(std::to_string(port));
+        accounting.append("\nacct_server_shared_secret=").append(secret).append("\n");
         if (interim == 0) interim = making.settings.number(group, server + "interimIntr");
     }
     if (servers == 0) return making.error("VAPRadiusAuthPriIPAddr", "802.1X without a RADIUS server");
