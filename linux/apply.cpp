@@ -72,6 +72,7 @@ int write_plan(const std::string &folder) {
 static bool lock(bool wait) {
     std::error_code error;
     fs::create_directories(device_path(STATE), error);
+    chmod(device_path(STATE).c_str(), 0755);  // whoever asks for the status reads what is not done
     const int fd =
         open(device_path(std::string(STATE) + "/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     for (int waited_s = 0; fd >= 0; waited_s++) {
@@ -84,6 +85,17 @@ static bool lock(bool wait) {
 }
 
 // ---- apply ----
+
+// Cards that have a name may come later than the store, when the machine has just started.
+static Machine await_machine() {
+    constexpr int PATIENCE_MS = 10000, PAUSE_MS = 500;
+    Machine machine = read_machine();
+    for (int waited = 0; machine.lacks_card && waited < PATIENCE_MS; waited += PAUSE_MS) {
+        usleep(PAUSE_MS * 1000);
+        machine = read_machine();
+    }
+    return machine;
+}
 
 static void say_what_is_not_done(const std::vector<std::string> &lines) {
     std::string text;
@@ -124,7 +136,7 @@ int apply_plan() {
     if (!lock(true)) return complain("another apply does not end");
     const Lookup configuration = running_configuration();
     if (!configuration) return complain("the store cannot be read");
-    const Plan plan = make_plan(configuration, read_machine());
+    const Plan plan = make_plan(configuration, await_machine());
     for (const std::string &error : plan.errors) complain(error);
     if (!plan.errors.empty()) return failed(plan.errors.front());
 

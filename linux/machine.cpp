@@ -85,6 +85,7 @@ Machine read_machine() {
         }
         for (const Card &card : cards)
             if (card.mac == name->second) machine.cards[r - 1] = card;
+        if (machine.cards[r - 1].phy.empty()) machine.lacks_card = true;
     }
     std::vector<WirelessRadio> known;
     ask_nl80211(Nl80211Question::WIPHYS, "", [&](nlmsghdr *message) { read_radio_message(message, &known); });

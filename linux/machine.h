@@ -27,6 +27,7 @@ struct Machine {
     std::array<Card, RADIOS> cards;
     std::string bridge_mac;          // the bridge's own address; empty: the kernel's choice
     std::vector<std::string> ports;  // interfaces by LAN port; empty for a port that has none
+    bool lacks_card = false;         // a card that has a line is not there
     bool has_networkd = false, has_timesyncd = false, has_rsyslog = false;
 };
 

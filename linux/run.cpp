@@ -34,7 +34,9 @@ bool run_tool(const std::string &command, std::string *output) {
 bool write_whole(const std::string &absolute, const std::string &text, bool for_all) {
     const std::string path = device_path(absolute), fresh = path + ".new";
     std::error_code error;
+    const mode_t mask = umask(for_all ? 022 : 077);  // of new folders too
     std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
+    umask(mask);
     unlink(fresh.c_str());
     const int fd = open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, for_all ? 0644 : 0600);
     if (fd < 0) return false;

@@ -255,6 +255,14 @@ TEST_F(InForce, WhatHasNotChangedStays) {
                          "ADD bss_config=ath0:R/run/zevnet/next/ath0.conf\n" + control + "REMOVE ath1\n" +
                          control + "ADD bss_config=ath1:R/run/zevnet/next/ath1.conf\n");
     EXPECT_EQ(device.read("/etc/hostname"), "zevsic-demo\n");
+    // Keys are root's; what is not done is everybody's.
+    const auto mode_of = [&](const char *path) {
+        return static_cast<int>(std::filesystem::status(device.path(path)).permissions());
+    };
+    EXPECT_EQ(mode_of("/run/zevnet"), 0755);
+    EXPECT_EQ(mode_of("/run/zevnet/not-done"), 0644);
+    EXPECT_EQ(mode_of("/run/zevnet/now"), 0700);
+    EXPECT_EQ(mode_of("/run/zevnet/now/ath0.conf"), 0600);
     EXPECT_EQ(apply("hostapd_cli") + apply("bridge") + apply("iw"), "");
     // A key: its network alone. The guests of a radio are in another VLAN: no network at all.
     set("rf1_vap1_sec wpa.passphrase another-passphrase");
