@@ -60,12 +60,19 @@ struct StoreItem {
 // have the time of others.
 constexpr int PATIENCE_MS = 5000;
 constexpr int REQUEST_PATIENCE_MS = 900;
+// Where it lies that a store cannot be read.
+enum class StoreFault {
+    MOMENT,   // in the moment, in the machine or in who asks: it may be whole
+    CONTENT,  // in what the file holds
+    NEWER,    // in this program, which does not know the layout
+};
 // Null when there is no store or it cannot be opened; `why` then says it. Where there is no room for the
 // memory that SQLite's connections share, a copy in memory that cannot be written.
-Database open_store(std::string *why, int patience_ms = PATIENCE_MS);
+Database open_store(std::string *why, int patience_ms = PATIENCE_MS, StoreFault *fault = nullptr);
 bool is_copy_in_memory(sqlite3 *db);
 // What became of the last statement that failed, for people.
 std::string store_error(sqlite3 *db);
+StoreFault store_fault(sqlite3 *db);
 // What a new store holds. The working layer's items are put on top of the factory configuration, and the
 // running configuration becomes a copy of that.
 using StoreContents = std::array<std::vector<StoreItem>, LAYER_COUNT>;
@@ -122,6 +129,8 @@ std::string sum_text(uint64_t sum);                       // as it is stored
 bool layer_sum(sqlite3 *db, Layer layer, uint64_t *sum);  // of the items that are there
 // The bytes of the store's file, what is in its log included; empty when it cannot be read.
 std::string store_image(sqlite3 *db);
+// Whether this program knows the layout; else `why`, behind the store's name, and where that lies.
+bool knows_layout(sqlite3 *db, std::string *why, StoreFault *fault);
 
 // ---- checking, mending and growing a store (store_check.cpp) ----
 
@@ -131,9 +140,10 @@ bool check_items(sqlite3 *db, std::string *why);
 // nothing is wrong.
 bool check_store(std::string *why);
 // Puts the copy of the last good apply in the place of a store that is damaged, or gone since a repair that
-// was killed; without one the factory configuration. The damaged file is kept. True when there is a whole
-// store now; `said` is what was done, empty when nothing had to be.
-bool mend_store(std::string *said);
+// was killed; without one the factory configuration. The damaged file is kept. So is, with `newer_too`, one
+// of a newer layout; else that is left. True when there is a whole store now; `said` is what was done, empty
+// when nothing had to be.
+bool mend_store(std::string *said, bool newer_too = false);
 // Keeps a copy of the store as it is, when it is whole.
 bool keep_good_copy(sqlite3 *db);
 // Gives a store that an older program made what the factory configuration has more.

@@ -101,7 +101,7 @@ bool boot_store(std::string *why) {
 
 bool reset_store(std::string *why) {
     std::string mended;
-    if (!mend_store(&mended)) {
+    if (!mend_store(&mended, true)) {
         *why = mended;
         return false;
     }

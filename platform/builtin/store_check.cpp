@@ -55,29 +55,29 @@ bool check_items(sqlite3 *db, std::string *why) {
     return false;
 }
 
-// What open_store says of a file that is there: whether another program or a better moment could read it.
-static bool cannot_be_judged(const std::string &path, const std::string &why) {
-    return access(path.c_str(), R_OK | W_OK) != 0 || why.find("newer version") != std::string::npos ||
-           why.find("locked") != std::string::npos || why.find("out of memory") != std::string::npos ||
-           why.find("disk I/O error") != std::string::npos || why.find("unable to open") != std::string::npos;
-}
+enum class Health { WHOLE, DAMAGED, NEWER, GONE, UNKNOWN };
 
-enum class Health { WHOLE, DAMAGED, GONE, UNKNOWN };
+static Health health_by(StoreFault fault) {
+    if (fault == StoreFault::NEWER) return Health::NEWER;
+    return fault == StoreFault::CONTENT ? Health::DAMAGED : Health::UNKNOWN;
+}
 
 static Health look(std::string *why) {
     const std::string path = device_path(STORE_FILE);
-    if (access(path.c_str(), F_OK) != 0 && errno == ENOENT) {
-        open_store(why);
-        return Health::GONE;
-    }
-    Database db = open_store(why);
-    if (!db) return cannot_be_judged(path, *why) ? Health::UNKNOWN : Health::DAMAGED;
+    StoreFault fault{};
+    Database db = open_store(why, PATIENCE_MS, &fault);
+    if (!db && access(path.c_str(), F_OK) != 0 && errno == ENOENT) return Health::GONE;
+    if (!db) return health_by(fault);
     Transaction one_state(is_copy_in_memory(db.get()) ? nullptr : db.get());
     if (!one_state.started() && !is_copy_in_memory(db.get())) {
         *why = store_error(db.get());
-        return cannot_be_judged(path, *why) ? Health::UNKNOWN : Health::DAMAGED;
+        return health_by(store_fault(db.get()));
     }
     if (check_items(db.get(), why)) return Health::WHOLE;
+    if (store_fault(db.get()) == StoreFault::MOMENT) {
+        *why = store_error(db.get());
+        return Health::UNKNOWN;
+    }
     *why = path + " is damaged: " + *why;
     return Health::DAMAGED;
 }
@@ -102,7 +102,7 @@ bool check_store(std::string *why) {
     if (!device_file_exists(DAMAGED_STORE_FILE))
         remove_device_file(DAMAGE_FILE);
     else if (!device_file_exists(DAMAGE_FILE))
-        tell_damage("was damaged once: that is kept as " + device_path(DAMAGED_STORE_FILE));
+        tell_damage("was replaced once: what it was is kept as " + device_path(DAMAGED_STORE_FILE));
     return true;
 }
 
@@ -149,6 +149,7 @@ static std::string good_copy() {
     if (!read_device_file(GOOD_STORE_FILE, LIMIT, &image) || image.size() < 20) return "";
     std::string bytes = image;
     bytes[18] = bytes[19] = 1;  // no write-ahead log in memory
+    StoreFault fault{};
     sqlite3 *handle = nullptr;
     int result = sqlite3_open(":memory:", &handle);
     Database db(handle);
@@ -158,7 +159,7 @@ static std::string good_copy() {
                             static_cast<sqlite3_int64>(bytes.size()),
                             SQLITE_DESERIALIZE_READONLY) != SQLITE_OK)
         return "";
-    return check_items(handle, &why) ? image : "";
+    return knows_layout(handle, &why, &fault) && check_items(handle, &why) ? image : "";
 }
 
 static std::string factory_store() {
@@ -200,9 +201,10 @@ static int lock_folder() {
     return -1;
 }
 
-bool mend_store(std::string *said) {
+bool mend_store(std::string *said, bool newer_too) {
     int folder = lock_folder();
     Health health = look(said);
+    if (health == Health::NEWER && newer_too) health = Health::DAMAGED;
     if (health == Health::GONE && device_file_exists(DAMAGED_STORE_FILE)) {
         *said = device_path(STORE_FILE) + " was damaged";
         health = Health::DAMAGED;

@@ -114,7 +114,40 @@ static Database read_alone(const std::string &path, int patience_ms) {
     return result == SQLITE_OK ? std::move(copy) : nullptr;
 }
 
-Database open_store(std::string *why, int patience_ms) {
+StoreFault store_fault(sqlite3 *db) {
+    if (db == nullptr) return StoreFault::MOMENT;  // no memory
+    int code = sqlite3_errcode(db) & 0xff;
+    for (int of_the_moment : {SQLITE_BUSY, SQLITE_LOCKED, SQLITE_PROTOCOL, SQLITE_NOMEM, SQLITE_IOERR,
+                              SQLITE_FULL, SQLITE_CANTOPEN, SQLITE_PERM, SQLITE_INTERRUPT}) {
+        if (code == of_the_moment) return StoreFault::MOMENT;
+    }
+    bool forbidden = access(device_path(STORE_FILE).c_str(), R_OK | W_OK) != 0;
+    return forbidden ? StoreFault::MOMENT : StoreFault::CONTENT;
+}
+
+bool knows_layout(sqlite3 *db, std::string *why, StoreFault *fault) {
+    int version = number_of(db, "PRAGMA user_version");
+    int application = version < 0 ? 0 : number_of(db, "PRAGMA application_id");
+    if (version == 1 || (version == SCHEMA_VERSION && application == APPLICATION_ID)) return true;
+    const std::string path = device_path(STORE_FILE);
+    *fault = StoreFault::CONTENT;
+    if (version > SCHEMA_VERSION && application == APPLICATION_ID) {
+        *why = path + " was written by a newer version, in layout " + std::to_string(version) +
+               "; this one knows those up to " + std::to_string(SCHEMA_VERSION);
+        *fault = StoreFault::NEWER;
+    } else if (version >= 0 && application >= 0) {
+        *why = path + " is no configuration store";
+    } else {
+        *why = store_error(db);
+        *fault = store_fault(db);
+    }
+    return false;
+}
+
+Database open_store(std::string *why, int patience_ms, StoreFault *fault) {
+    StoreFault ignored{};
+    if (fault == nullptr) fault = &ignored;
+    *fault = StoreFault::MOMENT;
     const std::string path = device_path(STORE_FILE);
     if (access(path.c_str(), F_OK) != 0) {
         *why = errno == ENOENT ? "no configuration store (zevcfg init makes one)"
@@ -122,24 +155,19 @@ Database open_store(std::string *why, int patience_ms) {
         return nullptr;
     }
     Database db = connect(path, patience_ms);
-    int version = db && execute(db.get(), SETTINGS) ? number_of(db.get(), "PRAGMA user_version") : -1;
-    if (version < 0 && lacks_shared_memory(db.get())) {
+    bool readable = db && execute(db.get(), SETTINGS) && number_of(db.get(), "PRAGMA user_version") >= 0;
+    if (!readable && lacks_shared_memory(db.get())) {
         *why = store_error(db.get());
         db.reset();  // its lock
         db = read_alone(path, patience_ms);
         if (!db) return nullptr;
         why->clear();
-        version = number_of(db.get(), "PRAGMA user_version");
+    } else if (!readable) {
+        *why = store_error(db.get());
+        *fault = store_fault(db.get());
+        return nullptr;
     }
-    int application = version < 0 ? 0 : number_of(db.get(), "PRAGMA application_id");
-    if (version > SCHEMA_VERSION && application == APPLICATION_ID)
-        *why = path + " was written by a newer version, in layout " + std::to_string(version) +
-               "; this one knows those up to " + std::to_string(SCHEMA_VERSION);
-    else if (version == 1 || (version == SCHEMA_VERSION && application == APPLICATION_ID))
-        return db;
-    else
-        *why = version < 0 ? store_error(db.get()) : path + " is no configuration store";
-    return nullptr;
+    return knows_layout(db.get(), why, fault) ? std::move(db) : nullptr;
 }
 
 Transaction::Transaction(sqlite3 *db) : db_(db), open_(db != nullptr && execute(db, "BEGIN IMMEDIATE")) {}
