@@ -25,6 +25,15 @@ bool our_file_exists(std::string_view absolute) {
     return file_owner(absolute) == FileOwner::OURS;
 }
 
+bool apply_lock_is_left() {
+    struct stat lock = {}, daemon = {};
+    if (!our_file_exists(APPLY_LOCK_FILE) || lstat(device_path(APPLY_LOCK_FILE).c_str(), &lock) != 0)
+        return false;
+    if (stat(device_path(PID_FILE).c_str(), &daemon) != 0) return true;
+    return lock.st_mtim.tv_sec != daemon.st_mtim.tv_sec ? lock.st_mtim.tv_sec < daemon.st_mtim.tv_sec
+                                                        : lock.st_mtim.tv_nsec < daemon.st_mtim.tv_nsec;
+}
+
 // Moves it into a new folder of our own, where nobody else can change it any more, and removes it there. A
 // folder that holds files stays, out of the way: how much is in it is for a stranger to say.
 static bool take_away(const std::string &path, bool strangers_only) {

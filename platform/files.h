@@ -34,6 +34,10 @@ FileOwner file_owner(std::string_view absolute);
 // There is a file of that name, and it counts.
 bool our_file_exists(std::string_view absolute);
 
+// The lock file of an apply is there and older than the daemon's PID file, or no daemon has one: whoever made
+// it is gone, and nobody will remove it.
+bool apply_lock_is_left();
+
 // Takes away what a stranger has put there, whatever it is. False when that cannot be done.
 bool remove_strangers_file(std::string_view absolute);
 

@@ -1,4 +1,5 @@
 // The built-in configuration store, in a device root of its own for each test.
+#include <sqlite3.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 
@@ -225,6 +226,63 @@ TEST_F(Store, AStoreThatIsHeldOrForbidden) {
     chmod(folder.c_str(), 0700);
 }
 
+// What this program's store has more is added; nothing that was set is changed.
+TEST_F(Store, AnOlderStoreGrowsAndANewerOneIsSaid) {
+    const auto change = [](const std::vector<string> &statements) {
+        string why;
+        const Database db = open_store(&why);
+        for (const string &sql : statements)
+            EXPECT_TRUE(run(prepare(db.get(), sql.c_str()).get(), LAYER_FACTORY, {})) << sql << why;
+    };
+    const string look =
+        "check; zevcfg get device desc; zevcfg get --current device desc; zevcfg get device name";
+    for (const string task : {"init", "boot"}) {
+        EXPECT_EQ(zevcfg("set device name mine"), "");
+        change({"DELETE FROM items WHERE layer = 8 OR key = 'desc'", "PRAGMA user_version = 1",
+                "PRAGMA application_id = 0"});
+        EXPECT_EQ(zevcfg("check; zevcfg get device desc"), "zevcfg: no such item\nexit 4\n") << "readable";
+        EXPECT_EQ(zevcfg(task), "");
+        EXPECT_EQ(zevcfg(look), "Wireless Access Point\nWireless Access Point\nmine\n") << task;
+        EXPECT_TRUE(has(device.said("file " + device.path("/var/lib/zevcfg/zevcfg.db")),
+                        "application id 1515602758, user version 2"));
+    }
+    change({"PRAGMA user_version = 3"});
+    const string file = device.path("/var/lib/zevcfg/zevcfg.db");
+    const string newer = file + " was written by a newer version, in layout 3; this one knows those up to 2";
+    for (const char *task : {"get device name", "init", "boot", "check"})
+        EXPECT_TRUE(has(zevcfg(task), "zevcfg: " + newer + "\n")) << task;
+    EXPECT_FALSE(device.has("/var/lib/zevcfg/zevcfg.db.damaged")) << "the newer program finds it";
+    EXPECT_EQ(zevcfg("reset; zevcfg get device name"),
+              "zevcfg: " + newer + "; kept as " + file +
+                  ".damaged, in its place is the copy of the last apply that went well\nzevsic-ap\n");
+}
+
+TEST_F(Store, TheLogIsCutAndNoMemoryIsSaid) {
+    const auto log_size = [&] { return device.read("/var/lib/zevcfg/zevcfg.db-wal").size(); };
+    string lines;
+    for (int i = 0; i < 1200; i++) lines += "t\tk" + std::to_string(i) + "\t" + string(4000, 'x') + "\n";
+    device.write("/tmp/many", lines);
+    EXPECT_EQ(get(working, "device", "name"), "zevsic-ap") << "a reader keeps the log";
+    EXPECT_EQ(zevcfg("import $ZEVSIC_ROOT/tmp/many"), "");
+    EXPECT_GT(log_size(), 1U << 20);
+    EXPECT_EQ(zevcfg("set device name a; zevcfg set device name b"), "");
+    EXPECT_LE(log_size(), 64U << 10);
+
+    string why;
+    StoreFault fault{};
+    for (const long limit : {1L, 30'000L, 60'000L, 80'000L, 120'000L}) {
+        close();
+        sqlite3_hard_heap_limit64(limit);
+        const bool opened = open_store(&why, PATIENCE_MS, &fault) != nullptr;
+        EXPECT_TRUE(opened ? limit > 30'000 : fault == StoreFault::MOMENT) << limit;
+        EXPECT_TRUE(check_store(&why) || !has(why, "damaged")) << limit << why;
+        sqlite3_hard_heap_limit64(0);
+        open();
+        EXPECT_FALSE(device.has(DAMAGE_FILE)) << "it is no damage";
+    }
+    EXPECT_EQ(get(working, "device", "name"), "b");
+}
+
 TEST_F(Store, TheLockIsOneForTheMachineAndDiesWithItsHolder) {
     int lock = lock_zevcfg(6, 6);
     ASSERT_GT(lock, 0);
@@ -247,8 +305,7 @@ TEST_F(Store, TheLockIsOneForTheMachineAndDiesWithItsHolder) {
 
 TEST_F(Store, AppliesAndBootsWholeOrNotAtAll) {
     EXPECT_EQ(zevcfg("env set REBOOT_GROUPS device"), "");
-    device.said(
-        "cd $ZEVSIC_ROOT/tmp; touch lock_snmp_apply_file lock_snmp_conf_backup; mkdir lock_snmp_web");
+    device.said("cd $ZEVSIC_ROOT/tmp; touch lock_snmp_apply_file lock_snmp_conf_backup; mkdir lock_snmp_web");
     const string see = "zevcfg get --current device name >>$ZEVSIC_ROOT/tmp/seen; ";
     const struct {
         const char *name;  // saved before

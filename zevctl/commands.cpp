@@ -8,6 +8,8 @@
 #include <unordered_set>
 
 #include "client/protocol.h"
+#include "platform/device.h"
+#include "platform/files.h"
 #include "snmp/translate.h"
 #include "zevctl/dependencies.h"
 #include "zevctl/output.h"
@@ -254,6 +256,9 @@ int apply(const Client &client, bool wait, int limit_ms) {
     const std::string state = now.reply.value;
     if (state == "-1")
         return complain(EXIT_REFUSED, "saved, but a reboot is needed for the changes to take effect");
+    if (apply_lock_is_left())
+        return complain(EXIT_REFUSED, "not applied: no apply is running, but " +
+                                          device_path(APPLY_LOCK_FILE) + " was left by one: remove it");
     if (state == "1") return complain(EXIT_REFUSED, "not applied: an apply is already running");
     return complain(EXIT_REFUSED,
                     "not applied: no changes are saved, or the queued values could not be written and were "

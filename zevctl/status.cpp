@@ -102,6 +102,9 @@ static void add_locks(std::vector<Part> *parts) {
             part.state = lock.work + (" since " + duration(age)) +
                          (part.is_well ? "" : ": left behind? nothing of its kind starts while it is there");
         }
+        if (lock.path == APPLY_LOCK_FILE && apply_lock_is_left())
+            part = {lock.path, "left by a daemon that is gone: nothing is applied until it is removed",
+                    false};
         parts->push_back(part);
     }
 }

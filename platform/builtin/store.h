@@ -72,7 +72,8 @@ Database open_store(std::string *why, int patience_ms = PATIENCE_MS, StoreFault 
 bool is_copy_in_memory(sqlite3 *db);
 // What became of the last statement that failed, for people.
 std::string store_error(sqlite3 *db);
-StoreFault store_fault(sqlite3 *db);
+// By SQLite's code of what failed.
+StoreFault store_fault(int code);
 // What a new store holds. The working layer's items are put on top of the factory configuration, and the
 // running configuration becomes a copy of that.
 using StoreContents = std::array<std::vector<StoreItem>, LAYER_COUNT>;

@@ -68,6 +68,10 @@ static bool with_lock(bool (*apply)(sqlite3 *db, std::string *why), std::string 
 
 bool apply_store(std::string *why) {
     if (!with_lock(apply_working, why)) return false;
+    if (apply_lock_is_left() || (our_file_exists(APPLY_LOCK_FILE) && !daemon_runs()))
+        fprintf(stderr,
+                "zevcfg: %s was left by an apply that has ended: no daemon applies until it is removed\n",
+                device_path(APPLY_LOCK_FILE).c_str());
     notify_daemon();
     return true;
 }

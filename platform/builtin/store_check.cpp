@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <set>
 
@@ -62,6 +63,15 @@ static Health health_by(StoreFault fault) {
     return fault == StoreFault::CONTENT ? Health::DAMAGED : Health::UNKNOWN;
 }
 
+// What SQLite's check could not read for want of memory, or for the disk, stands in its findings only.
+static int failure_of_check(sqlite3 *db, const std::string &finding) {
+    constexpr std::string_view CODE = "error code=";
+    const size_t at = finding.find(CODE);
+    // Without a number, of a page of a long item: one that does not exist would be "invalid".
+    if (finding.find("failed to get page") != std::string::npos) return SQLITE_IOERR;
+    return at == std::string::npos ? sqlite3_errcode(db) : atoi(finding.c_str() + at + CODE.size());
+}
+
 static Health look(std::string *why) {
     const std::string path = device_path(STORE_FILE);
     StoreFault fault{};
@@ -71,11 +81,12 @@ static Health look(std::string *why) {
     Transaction one_state(is_copy_in_memory(db.get()) ? nullptr : db.get());
     if (!one_state.started() && !is_copy_in_memory(db.get())) {
         *why = store_error(db.get());
-        return health_by(store_fault(db.get()));
+        return health_by(store_fault(sqlite3_errcode(db.get())));
     }
     if (check_items(db.get(), why)) return Health::WHOLE;
-    if (store_fault(db.get()) == StoreFault::MOMENT) {
-        *why = store_error(db.get());
+    const int code = failure_of_check(db.get(), *why);
+    if (store_fault(code) == StoreFault::MOMENT) {
+        *why = path + ": " + sqlite3_errstr(code);
         return Health::UNKNOWN;
     }
     *why = path + " is damaged: " + *why;

@@ -114,12 +114,10 @@ static Database read_alone(const std::string &path, int patience_ms) {
     return result == SQLITE_OK ? std::move(copy) : nullptr;
 }
 
-StoreFault store_fault(sqlite3 *db) {
-    if (db == nullptr) return StoreFault::MOMENT;  // no memory
-    int code = sqlite3_errcode(db) & 0xff;
+StoreFault store_fault(int code) {
     for (int of_the_moment : {SQLITE_BUSY, SQLITE_LOCKED, SQLITE_PROTOCOL, SQLITE_NOMEM, SQLITE_IOERR,
                               SQLITE_FULL, SQLITE_CANTOPEN, SQLITE_PERM, SQLITE_INTERRUPT}) {
-        if (code == of_the_moment) return StoreFault::MOMENT;
+        if ((code & 0xff) == of_the_moment) return StoreFault::MOMENT;
     }
     bool forbidden = access(device_path(STORE_FILE).c_str(), R_OK | W_OK) != 0;
     return forbidden ? StoreFault::MOMENT : StoreFault::CONTENT;
@@ -139,7 +137,7 @@ bool knows_layout(sqlite3 *db, std::string *why, StoreFault *fault) {
         *why = path + " is no configuration store";
     } else {
         *why = store_error(db);
-        *fault = store_fault(db);
+        *fault = store_fault(sqlite3_errcode(db));
     }
     return false;
 }
@@ -164,7 +162,7 @@ Database open_store(std::string *why, int patience_ms, StoreFault *fault) {
         why->clear();
     } else if (!readable) {
         *why = store_error(db.get());
-        *fault = store_fault(db.get());
+        *fault = store_fault(sqlite3_errcode(db.get()));
         return nullptr;
     }
     return knows_layout(db.get(), why, fault) ? std::move(db) : nullptr;
