@@ -7,6 +7,9 @@
 #include "platform/k480ext.h"
 #include "zevctl/settings.h"
 
+static Reach named("a name of an interface"), station_listed("a station"), imported("an imported line"),
+    loaded("a setting");
+
 static void read_facts(const FuzzRoot &root, std::string_view text) {
     // Another size: the file is seen to have changed.
     static size_t count = 0;
@@ -19,11 +22,11 @@ static void read_facts(const FuzzRoot &root, std::string_view text) {
         find_enabled_vap(radio, name);
         for (int vap = 0; vap < 16; vap++)
             if (get_ifname_by_idx(IFNAME_VAP, radio - 1, vap, name))
-                expect(*name && !strchr(name, '/'), "a name of an interface", name);
+                named.times++, expect(*name && !strchr(name, '/'), "a name of an interface", name);
     }
     sta_entry *list = get_sta_list("ath0ap0");
     for (const sta_entry *station = list; station; station = station->next)
-        expect(strlen(station->mac) == 17, "an address", station->mac);
+        station_listed.times++, expect(strlen(station->mac) == 17, "an address", station->mac);
     free_sta_list(list);
 }
 
@@ -31,6 +34,7 @@ static void read_import(std::string_view text) {
     while (!text.empty()) {
         StoreItem item, again;
         if (!read_item_line(take(&text, '\n'), &item)) continue;
+        imported.times++;
         const std::string line = item_line(item);
         expect(read_item_line(line, &again) && again.group == item.group && again.key == item.key &&
                    again.value == item.value,
@@ -42,6 +46,7 @@ static void read_settings_text(const FuzzRoot &root, std::string_view text) {
     root.write("/settings", text);
     const SettingsFile file = read_settings_file(root.path + "/settings");
     for (const auto &[place, value] : file.settings) {
+        loaded.times++;
         const Object &object = object_of(place);
         expect(value_mistake(object, value).empty(), "a value that was taken", value);
         const Target target = parse_instance(place_name(place));

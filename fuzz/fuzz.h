@@ -10,6 +10,7 @@
 #include <fstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
@@ -22,6 +23,19 @@ inline void expect(bool holds, const char *what, const std::string &of = "") {
     fprintf(stderr, "not true: %s: %s\n", what, of.c_str());
     abort();
 }
+
+// What a fuzzer is for, and how often its inputs came there: over its corpus at least once, or it asks
+// nothing.
+struct Reach {
+    explicit Reach(const char *name) : what(name) { all().push_back(this); }
+    static std::vector<const Reach *> &all() {
+        static std::vector<const Reach *> list;
+        return list;
+    }
+
+    const char *what;
+    size_t times = 0;
+};
 
 // The text up to a separator, which goes too.
 inline std::string take(std::string_view *text, char separator) {

@@ -37,32 +37,41 @@ static void check_words(const std::string &text) {
     expect(read_word(url, &word), "a URL needs no quotes", text);
 }
 
+static Reach in_range("a number in range"), ipv6("an IPv6 address"), ipv4("an IPv4 address"),
+    domain("a domain"), address("a MAC address"), wep("a WEP key"), psk("a PSK"), interface("an interface"),
+    counter("a counter"), tool_line("a line of a tool");
+
 static void check_values(const std::string &text) {
     const char *c = text.c_str();
     char binary[16];
     if (check_int_range(c, -100, 1000)) {
+        in_range.times++;
         const long number = strtol(c, nullptr, 10);
         expect(number >= -100 && number <= 1000, "in range", text);
     }
-    if (check_ipv6_addr(c)) expect(inet_pton(AF_INET6, c, binary) == 1, "an IPv6 address", text);
+    if (check_ipv6_addr(c))
+        ipv6.times++, expect(inet_pton(AF_INET6, c, binary) == 1, "an IPv6 address", text);
     unsigned b[4];
     if (check_ipv4_addr(c))
-        expect(sscanf(c, "%u.%u.%u.%u", &b[0], &b[1], &b[2], &b[3]) == 4 && b[0] > 0 &&
-                   *std::max_element(b, b + 4) < 256,
-               "an IPv4 address", text);
-    if (check_domain_name(c)) expect(check_nai_realm_list(c) && strlen(c) < 254, "a domain", text);
+        ipv4.times++, expect(sscanf(c, "%u.%u.%u.%u", &b[0], &b[1], &b[2], &b[3]) == 4 && b[0] > 0 &&
+                                 *std::max_element(b, b + 4) < 256,
+                             "an IPv4 address", text);
+    if (check_domain_name(c))
+        domain.times++, expect(check_nai_realm_list(c) && strlen(c) < 254, "a domain", text);
     std::string mac = c;
     if (check_mac_addr(mac.data())) {
+        address.times++;
         std::string again = mac;
         expect(check_mac_addr(again.data()) && again == mac && strlen(c) == 17, "a MAC address", text);
     }
     if (check_printable_nospace(c)) expect(check_printable(c), "printable", text);
     for (const char *length : {"64", "128", "152"})
         for (const char *format : {"ascii", "hex"})
-            if (check_wep_key(c, length, format)) expect(check_printable(c), "a WEP key", text);
-    if (check_psk_key(c, "psk")) expect(check_hex_string(c) && strlen(c) == 64, "a PSK", text);
+            if (check_wep_key(c, length, format)) wep.times++, expect(check_printable(c), "a WEP key", text);
+    if (check_psk_key(c, "psk")) psk.times++, expect(check_hex_string(c) && strlen(c) == 64, "a PSK", text);
     char key[64], name[64];
-    if (parse_firewall_interface(c, 3, key, name)) expect(strncmp(name, "ath", 3) == 0, "interface", text);
+    if (parse_firewall_interface(c, 3, key, name))
+        interface.times++, expect(strncmp(name, "ath", 3) == 0, "interface", text);
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
@@ -73,9 +82,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     tool_output = input;
     std::string digits;
     if (parse_octets(tool_output, "RX bytes", &digits))
-        expect(digits.find_first_not_of("0123456789") == digits.npos, "a counter", digits);
+        counter.times++, expect(digits.find_first_not_of("0123456789") == digits.npos, "a counter", digits);
     int rows = 0;
     visit_tool_lines("tool", 2, &rows, [](const ToolLine &line) {
+        tool_line.times++;
         expect(line.field_count >= 2 && line.field_count <= line.fields.size(), "fields of a line");
         for (const int arc : line.row.arcs) expect(arc >= 0 && arc < 256, "a byte of an address");
         for (size_t i = 1; i <= line.field_count; i++)

@@ -49,6 +49,9 @@ int __wrap_pthread_create(pthread_t *, const pthread_attr_t *, void *(*worker)(v
 }
 }
 
+static Reach got("a value got"), next_found("a next one"), set_done("a SET accepted"),
+    refused("a SET refused"), worked_through("an apply"), compared("a cached and a fresh answer");
+
 static FakePlatform factory;
 static agent_state fresh;
 
@@ -94,6 +97,10 @@ static void empty_cells() {
 static Answer ask(RequestKind kind, const std::string &oid, const std::string &set = "") {
     Answer answer = execute(kind, oid, set);
     const int status = answer.status;
+    const bool value = status > 0 && status <= GAUGE;
+    if (kind == KIND_GET && value) got.times++;
+    if (kind == KIND_GETNEXT && value) next_found.times++;
+    if (kind == KIND_SET) (status == STATUS_ACCEPTED ? set_done : refused).times++;
     expect((status >= 0 && status <= GAUGE) || status == STATUS_ACCEPTED || status == STATUS_READ_ONLY ||
                status == STATUS_WRONG_TYPE || status == STATUS_WRONG_VALUE,
            "a documented status, zero behind the texts", oid + " " + std::to_string(status));
@@ -164,6 +171,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (!changed) {
         empty_cells();
         for (const auto &[oid, answer] : answered) {
+            compared.times++;
             const Answer again = ask(KIND_GET, oid);
             expect(again == answer, "a cached and a fresh GET agree",
                    oid + " " + answer.value + " / " + again.value);
@@ -173,6 +181,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     pending_items = nullptr;
     restore(written);
     if (worked) {  // an apply leaves its own object alone
+        worked_through.times++;
         free_agent();
         init_norvalis();
     }
