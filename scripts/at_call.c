@@ -1,9 +1,10 @@
 // at_call FAULT N COMMAND… | at_call FAULT N -p PID | at_call FAULT N -f PID
 // Has a fault come at the Nth system call of a process and its threads: "kill" ends it before the call, the
-// name of an error (ENOSPC, EIO, EROFS) fails the Nth of those calls that such an error can come from.
-// Children run on; with -f it is their calls that count, and theirs alone, and a child that is killed leaves
-// the others. Says "the fault came" on standard error when it did. Exit status: the command's, 128 + signal;
-// with a process it ends with 0 when that, or the last child of -f, ends, or on SIGTERM.
+// name of an error (ENOSPC, EIO, EROFS) fails the Nth of those calls that such an error can come from, FULL
+// all from the Nth on that want room on the disk. Children run on; with -f it is their calls that count, and
+// theirs alone, and a child that is killed leaves the others. Says "the fault came" on standard error when it
+// did. Exit status: the command's, 128 + signal; with a process it ends with 0 when that, or the last child
+// of -f, ends, or on SIGTERM.
 #include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
@@ -25,32 +26,34 @@ static void on_term(int signal) {
     _exit(0);
 }
 
-// Calls that reach the disk to change it. Writes to pipes and sockets are none.
-static bool may_fail(pid_t thread, const struct __ptrace_syscall_info *call) {
+// Calls that reach the disk to change it; of those, with `room`, such as a full disk refuses. Writes to pipes
+// and sockets are none.
+static bool may_fail(pid_t thread, const struct __ptrace_syscall_info *call, bool room) {
     const __uint64_t *a = call->entry.args;
     char path[64];
     struct stat facts;
     switch (call->entry.nr) {
         case SYS_openat:
-            return a[2] & (O_CREAT | O_WRONLY | O_RDWR);
+            return !room && a[2] & (O_CREAT | O_WRONLY | O_RDWR);
         case SYS_write:
             snprintf(path, sizeof path, "/proc/%d/fd/%llu", thread, (unsigned long long)a[0]);
             return stat(path, &facts) == 0 && S_ISREG(facts.st_mode);
         case SYS_pwrite64:
+        case SYS_fallocate:
+        case SYS_mkdirat:
+            return true;
         case SYS_fsync:
         case SYS_fdatasync:
         case SYS_ftruncate:
-        case SYS_fallocate:
         case SYS_renameat2:
         case SYS_linkat:
-        case SYS_mkdirat:
         case SYS_unlinkat:
 #ifdef SYS_unlink  // machines with younger kernels have these no more
         case SYS_rename:
         case SYS_mkdir:
         case SYS_unlink:
 #endif
-            return true;
+            return !room;
         default:
             return false;
     }
@@ -76,10 +79,12 @@ static void change_registers(pid_t thread, bool entry, int error) {
 int main(int argc, char **argv) {
     if (argc < 4) return 2;
     const char *fault = argv[1];
-    const int error = !strcmp(fault, "ENOSPC")  ? ENOSPC
-                      : !strcmp(fault, "EIO")   ? EIO
-                      : !strcmp(fault, "EROFS") ? EROFS
-                                                : 0;
+    const bool full = !strcmp(fault, "FULL");
+    const int error = full                       ? ENOSPC
+                      : !strcmp(fault, "ENOSPC") ? ENOSPC
+                      : !strcmp(fault, "EIO")    ? EIO
+                      : !strcmp(fault, "EROFS")  ? EROFS
+                                                 : 0;
     const bool children = argc > 4 && strcmp(argv[3], "-f") == 0;
     const bool attached = children || (argc > 4 && strcmp(argv[3], "-p") == 0);
     long left = atol(argv[2]);
@@ -120,9 +125,9 @@ int main(int argc, char **argv) {
             ptrace(PTRACE_GET_SYSCALL_INFO, thread, sizeof call, &call);
             const bool entry = call.op == PTRACE_SYSCALL_INFO_ENTRY;
             if (!entry && thread == failing) change_registers(thread, false, error), failing = 0;
-            const bool counts = (!children || thread != pid) && (!error || may_fail(thread, &call));
-            if (entry && counts && --left == 0) {
-                fputs("the fault came\n", stderr);
+            const bool counts = (!children || thread != pid) && (!error || may_fail(thread, &call, full));
+            if (entry && counts && (--left == 0 || (full && left < 0))) {
+                if (left == 0) fputs("the fault came\n", stderr);
                 if (error)
                     change_registers(thread, true, error), failing = thread;
                 else
