@@ -48,7 +48,8 @@ class SnmpTest : public testing::Test {
     void start_front_end(const string &options) {
         device.write("/tmp/front_end", "");
         front_end = device.start("zevsic-agentx -f " + options, "/tmp/front_end");
-        EXPECT_TRUE(eventually([this] { return answers(); })) << log();
+        EXPECT_TRUE(soon(
+            "the front end answers", [this] { return answers(); }, [this] { return log(); }));
     }
     void start_master() {
         master = device.start("/usr/sbin/snmpd -f -LE 5 -C -c $ZEVSIC_ROOT/etc/snmpd.conf -I -smux");
@@ -154,7 +155,7 @@ void SnmpTest::hides_nothing() {
     device.write_tool("/sbin/iwlist", ": >$ZEVSIC_ROOT/tmp/scan; read -r word <$ZEVSIC_ROOT/tmp/gate");
     // Asked past the front end, which does not ask again for rows that it has just read.
     const pid_t other_client = device.start("zevctl walk NeighborhoodAPSSIDName");
-    EXPECT_TRUE(eventually([this] { return device.has("/tmp/scan"); }));
+    EXPECT_TRUE(soon("the scan begins", [this] { return device.has("/tmp/scan"); }));
     for (const int signal : {0, SIGSTOP}) {
         kill(daemon, signal);
         string ours;
@@ -172,7 +173,7 @@ void SnmpTest::hides_nothing() {
     close(open(device.path("/tmp/gate").c_str(), O_WRONLY | O_NONBLOCK));  // nobody may wait there
     device.end(other_client);
     kill(daemon, SIGCONT);
-    EXPECT_TRUE(eventually([&] { return has(snmp("set", "@1.1.0 s soon"), "soon"); }));
+    EXPECT_TRUE(soon("a SET is taken", [&] { return has(snmp("set", "@1.1.0 s soon"), "soon"); }));
     EXPECT_EQ(value("@1.1.0"), "\"soon\"\n") << "a SET that failed is not executed later";
     EXPECT_EQ(log().find("connected"), log().rfind("connected")) << "the session was lost: " << log();
 }
@@ -195,7 +196,7 @@ TEST_F(SnmpTest, UnderAMaster) {
     EXPECT_TRUE(has(device.said("timeout 5 zevsic-agentx -f --master " + agentx), "another sub-agent"));
     device.said("zevcfg set device desc $(printf %0600d 7)");
     kill(daemon, SIGUSR2);
-    EXPECT_TRUE(eventually([this] { return has(value("@1.2.0"), "007"); }));
+    EXPECT_TRUE(soon("the new value", [this] { return has(value("@1.2.0"), "007"); }));
     string names;  // as many as snmpget takes; the answer is above what AgentX carries
     for (int i = 0; i < 128; i++) names += " @1.2.0";
     EXPECT_TRUE(has(within(1000, "get", "-Cf" + names), "tooBig"));
@@ -307,17 +308,18 @@ TEST_F(SnmpTest, WithoutAMaster) {
         peers.push_back(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
         EXPECT_EQ(connect(peers.back(), reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
     }
-    EXPECT_TRUE(eventually([&] { return is_dropped(0); }));
+    EXPECT_TRUE(soon("the first peer is dropped", [&] { return is_dropped(0); }));
     EXPECT_FALSE(is_dropped(1));
     EXPECT_TRUE(has(device.said("snmpget tcp:127.1 .1.3.6.1.2.1.1.5.0"), "front"));
     for (const int peer : peers) close(peer);
 
     configure("rocommunity other\n" + sink);
     kill(front_end, SIGHUP);
-    EXPECT_TRUE(eventually([&] { return has(snmp("get -t 0.3 -c other", "@1.1.0"), "lobby"); }));
+    EXPECT_TRUE(
+        soon("the new community", [&] { return has(snmp("get -t 0.3 -c other", "@1.1.0"), "lobby"); }));
     device.said("rm $ZEVSIC_ROOT/etc/snmpd.conf");
     kill(front_end, SIGHUP);
-    EXPECT_TRUE(eventually([&] { return has(log(), "No such file"); }));
+    EXPECT_TRUE(soon("the lost file is said", [&] { return has(log(), "No such file"); }));
     EXPECT_EQ(value("@1.1.0"), "\"lobby\"\n");
     ASSERT_TRUE(knows_everything());
     hides_nothing();
@@ -343,7 +345,8 @@ TEST_F(SnmpTest, PassPersist) {
     configure("agentAddress udp:127.0.0.1:" + port + "\npass_persist " + SUBTREE +
               " " ZEVSIC_BIN_DIR "/zevctl pass-persist\n");
     start_master();
-    ASSERT_TRUE(eventually([this] { return answers(); }));
+    ASSERT_TRUE(soon(
+        "snmpd answers", [this] { return answers(); }, [this] { return log(); }));
     walks_all(".1");
     walks_all(".5");
     takes_and_refuses("");

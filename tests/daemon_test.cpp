@@ -142,7 +142,7 @@ TEST_F(DaemonTest, PeersThatWaitOrLeave) {
         EXPECT_EQ(read_reply(send(record(KIND_GET, NAME), silent[i])).size(), RECORD_SIZE) << "peer " << i;
     // One that does not wait for its reply.
     close(send(record(KIND_GET, NAME)));
-    EXPECT_TRUE(eventually([&] { return traced("write fail") > 0; }));
+    EXPECT_TRUE(soon("the failed reply is traced", [&] { return traced("write fail") > 0; }));
 
     const auto limit = [&](rlim_t most) {
         const rlimit now{most, 1024};
@@ -162,7 +162,7 @@ TEST_F(DaemonTest, PeersThatWaitOrLeave) {
     // None at all and nobody to drop: the connection waits, which is said once.
     limit(3);
     const int client = send(record(KIND_GET, NAME));
-    EXPECT_TRUE(eventually([&] { return failures() > before; }));
+    EXPECT_TRUE(soon("the failure is said", [&] { return failures() > before; }));
     limit(1024);
     EXPECT_EQ(read_reply(client).size(), RECORD_SIZE);
     EXPECT_EQ(failures(), before + 1);
@@ -192,7 +192,7 @@ TEST_F(DaemonTest, AReloadComesBeforeTheNextConnection) {
         close(waiting);
     }
     kill(daemon, SIGUSR2);
-    EXPECT_TRUE(eventually([&] { return is_built(5); })) << "though nobody asks";
+    EXPECT_TRUE(soon("a rebuild, though nobody asks", [&] { return is_built(5); }));
 
     // Another daemon takes the socket over.
     const pid_t second = device.start_daemon("");
@@ -209,12 +209,14 @@ TEST_F(DaemonTest, AReloadAtAnyMomentOfTheStart) {
     for (int round = 0; round < 3; round++) {
         const pid_t pid = device.start("zevsic -d 0");
         // From its first sign of life on.
-        EXPECT_TRUE(eventually([&] { return device.read("/var/run/zevsic.pid") == std::to_string(pid); }));
+        const auto told = [&] { return device.read("/var/run/zevsic.pid"); };
+        EXPECT_TRUE(soon(
+            std::to_string(pid), [&] { return told() == std::to_string(pid); }, told));
         for (int i = 0; i < 50; i++) {
             kill(pid, SIGUSR2);
             usleep(200 * round);
         }
-        EXPECT_TRUE(eventually([&] { return device.connect_client() >= 0; }));
+        EXPECT_TRUE(soon("a client is taken", [&] { return close(device.connect_client()) == 0; }));
         EXPECT_EQ(value_of("1.1.0"), "zevsic-demo");
         EXPECT_EQ(device.end(pid, SIGTERM), 128 + SIGTERM);
     }
@@ -233,8 +235,10 @@ TEST_F(DaemonTest, ApplyThreads) {
             value_of("1.62.0");
             usleep(10000);
         }
-        EXPECT_TRUE(eventually([&] { return !device.has("/tmp/lock_snmp_apply_file"); }));
-        EXPECT_TRUE(eventually([&] { return value_of("1.1.0") == name && value_of("1.62.0") == "0"; }));
+        EXPECT_TRUE(soon("the apply ends", [&] { return !device.has("/tmp/lock_snmp_apply_file"); }));
+        const auto shown = [&] { return value_of("1.1.0") + " " + value_of("1.62.0"); };
+        EXPECT_TRUE(soon(
+            name + " 0", [&] { return shown() == name + " 0"; }, shown));
         EXPECT_EQ(device.said("zevcfg get --current device name"), name + "\n");
     }
     EXPECT_EQ(device.end(daemon, SIGTERM), 128 + SIGTERM);

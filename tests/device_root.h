@@ -17,6 +17,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -38,6 +39,22 @@ bool eventually(Condition condition, int ms = 20000) {
         usleep(10000);
     }
     return true;
+}
+
+// Waits for what is expected. A failure says what that was and what was seen last: the condition's own words,
+// as of has(), or those of `last`.
+template <typename Condition>
+testing::AssertionResult soon(const std::string &what, Condition condition,
+                              const std::function<std::string()> &last = {}) {
+    std::string seen;
+    const auto holds = [&] {
+        const testing::AssertionResult result(condition());
+        seen = result.message();
+        return static_cast<bool>(result);
+    };
+    if (eventually(holds)) return testing::AssertionSuccess();
+    return testing::AssertionFailure()
+           << "not within 20 s: " << what << "; seen last: " << seen << (last ? last() : "");
 }
 
 // How a process ended: its status, or 128 + the signal.
@@ -168,7 +185,9 @@ class DeviceRoot {
     pid_t start_daemon(const std::string &options = "-d 0") {
         unlink(path("/tmp/zevsic_sock").c_str());
         const pid_t pid = start("zevsic " + options, "/tmp/trace");
-        EXPECT_TRUE(eventually([&] { return close(connect_client()) == 0; })) << read("/tmp/trace");
+        EXPECT_TRUE(soon(
+            "the daemon answers", [&] { return close(connect_client()) == 0; },
+            [&] { return read("/tmp/trace"); }));
         return pid;
     }
     // A connection to the daemon, or −1.

@@ -89,7 +89,9 @@ TEST_F(Device, ToolsThatDoNotEnd) {
     end_tools();
     const string alive =
         "grep -L 'State:.Z' $(sed 's#.*#/proc/&/status#' $ZEVSIC_ROOT/tmp/children) 2>/dev/null";
-    EXPECT_TRUE(eventually([&] { return !has(root.said(alive), "/proc"); }));
+    EXPECT_TRUE(soon(
+        "no child is left", [&] { return !has(root.said(alive), "/proc"); },
+        [&] { return root.said(alive); }));
     tool_time_limit = whole_limit;
 }
 

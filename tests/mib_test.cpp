@@ -83,7 +83,9 @@ TEST(Mib, TheValuesOfADeviceFitTheModule) {
         }
     }
     for (const auto &[name, description] : all)
-        EXPECT_TRUE(!description.has_default || with_default.contains(name)) << name << " has no instance";
+        if (description.has_default) {
+            EXPECT_TRUE(with_default.contains(name)) << name << " has no instance";
+        }
 }
 
 // mib/README.md gives the reason of what smilint finds: the OIDs are the device's.

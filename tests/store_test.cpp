@@ -295,7 +295,7 @@ TEST_F(Store, TheLockIsOneForTheMachineAndDiesWithItsHolder) {
 
     // The holder is killed; the command it ran lives on, and holds nothing.
     const pid_t holder = device.start("zevcfg lock sh -c 'setsid sleep 5 & : >$ZEVSIC_ROOT/tmp/runs; wait'");
-    EXPECT_TRUE(eventually([&] { return device.has("/tmp/runs"); }));
+    EXPECT_TRUE(soon("the command runs", [&] { return device.has("/tmp/runs"); }));
     EXPECT_LT(lock_zevcfg(6, 6), 0);
     device.end(holder);
     lock = lock_zevcfg(6, 6);
@@ -350,11 +350,11 @@ TEST_F(Store, TheDaemonIsToldOnceItsApplyLockIsGone) {
                       "trap ': >$ZEVSIC_ROOT/told' USR2; : >$ZEVSIC_ROOT/runs\n"
                       "while [ ! -e $ZEVSIC_ROOT/told ]; do sleep 0.02; done");
     const pid_t daemon = device.start("$ZEVSIC_ROOT/zevsic");
-    ASSERT_TRUE(eventually([&] { return device.has("/runs"); }));
+    ASSERT_TRUE(soon("the daemon runs", [&] { return device.has("/runs"); }));
     // Nobody else has that name, and nobody else is told.
     device.write_tool("/zevsic-other", ": >$ZEVSIC_ROOT/other; while :; do sleep 0.02; done");
     const pid_t other = device.start("$ZEVSIC_ROOT/zevsic-other");
-    ASSERT_TRUE(eventually([&] { return device.has("/other"); }));
+    ASSERT_TRUE(soon("the other runs", [&] { return device.has("/other"); }));
     for (const string &pid : {string(""), string("1"), string("x"), std::to_string(other)}) {
         device.write("/var/run/zevsic.pid", pid);
         EXPECT_FALSE(daemon_runs()) << pid;

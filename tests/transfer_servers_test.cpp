@@ -73,7 +73,8 @@ class TransferServersTest : public testing::Test {
                 "cd /proc/thread-self/net; grep -c ':0050 ' tcp && "
                 "grep -c ':0015 ' tcp && grep -c ':0045 ' udp");
         };
-        ASSERT_TRUE(eventually([&] { return !has(listens(), "exit"); }));
+        ASSERT_TRUE(soon(
+            "three servers listen", [&] { return !has(listens(), "exit"); }, listens));
     }
     void TearDown() override {
         if (setns(network, CLONE_NEWNET) != 0 && !IsSkipped()) abort();
@@ -129,7 +130,8 @@ TEST_F(TransferServersTest, CarryFilesByteForByte) {
         if (c.size > 0) write_random(c.from, c.size);
         string said = order(c.order, c.file, c.password);
         const bool waited = has(c.order, "--wait");
-        EXPECT_TRUE(eventually([&] { return has_ended(); }));
+        EXPECT_TRUE(soon(
+            "the transfer ends", [this] { return has_ended(); }, [&] { return said; }));
         said += status_of(has(c.order, "--tftp") ? "TFTP" : "FTP");
         EXPECT_TRUE(has(said, c.says));
         EXPECT_EQ(has(said, "exit 1\n"), waited && c.says.ends_with("ailed)")) << said;
@@ -157,7 +159,7 @@ TEST_F(TransferServersTest, TransfersGoOnWithoutTheDaemon) {
     device.end(daemon);
     EXPECT_TRUE(has(order("backup --tftp", "a.cfg"), "exit 3\n"));
     device.write("/go", "");
-    EXPECT_TRUE(eventually([&] { return has_ended(); }));
+    EXPECT_TRUE(soon("the transfer ends without its daemon", [this] { return has_ended(); }));
     EXPECT_TRUE(device.read("/config") == device.read("/srv/a.cfg"));
 }
 

@@ -131,8 +131,9 @@ TEST_F(WalkTest, VisitsTheObjectsInRegistrationOrderAndSeesWhatAGetAnswers) {
             return std::ranges::lexicographical_compare(requested_row(row.c_str()).arcs,
                                                         requested_row(other.c_str()).arcs);
         };
-        EXPECT_TRUE((table && table->is_by_mac()) || std::is_sorted(rows.begin(), rows.end(), is_before))
-            << object.name;
+        if (!table || !table->is_by_mac()) {
+            EXPECT_TRUE(std::is_sorted(rows.begin(), rows.end(), is_before)) << object.name;
+        }
     }
 }
 
@@ -402,8 +403,10 @@ TEST_F(WriteWalk, WhatIsWrittenIsStoredInAnItemOfItsOwnAndShows) {
                 }
                 if (queued.size() == 1) {
                     const auto &[owner, made] = owners.emplace(queued.begin()->first, &object);
-                    EXPECT_TRUE(owner->second == &object || owner->first.ends_with("_sec mode"))
-                        << what << " writes an item of " << owner->second->name;
+                    if (!owner->first.ends_with("_sec mode")) {
+                        EXPECT_EQ(owner->second, &object)
+                            << what << " writes an item of " << owner->second->name;
+                    }
                 }
                 EXPECT_EQ(execute(KIND_SET, "1.68.0", "integer 1").status, STATUS_ACCEPTED) << what;
                 forget_values();

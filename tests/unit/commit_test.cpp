@@ -53,7 +53,7 @@ TEST_F(CommitTest, ApplyLeavesNothingButItself) {
     EXPECT_EQ(get("1.62.0").value, "0");
 }
 
-TEST_F(CommitTest, ApplyRefusals) {
+TEST_F(CommitTest, ARefusedApplyKeepsWhatIsQueued) {
     EXPECT_EQ(set("1.62.0", "integer 0"), STATUS_ACCEPTED);
     EXPECT_EQ(set("1.62.0", "integer 2"), STATUS_WRONG_VALUE);
 

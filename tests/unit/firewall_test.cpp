@@ -6,7 +6,7 @@ class FirewallTest : public AgentTest {
     static int row_count(const std::string &column) { return static_cast<int>(walked(column).size()); }
 };
 
-TEST_F(FirewallTest, WhatASetQueues) {
+TEST_F(FirewallTest, ARuleNamesInterfacesAndServicesThatThereAre) {
     fake.item("bfw_service", "table_size", "2");
     fake.item("bfw_service", "uds_entry:0.name", "");
     fake.item("bfw_service", "uds_entry:1.name", "Own service");

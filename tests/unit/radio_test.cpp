@@ -7,7 +7,7 @@ class RadioTest : public AgentTest {
     static std::string value(const std::string &oid) { return get("2.1.1." + oid).value; }
 };
 
-TEST_F(RadioTest, WhatASetQueues) {
+TEST_F(RadioTest, ASetQueuesTheStoresUnitsAndBothRadiosForTheDevice) {
     fake.item("rf1_wds8", "state", "enable");  // a radio with a link keeps a fixed channel
     expect_sets(
         {{"2.1.1.10.1", "rf1 channel=", {"6"}, {"auto"}},

@@ -146,7 +146,7 @@ TEST_F(ResolveTest, SetTexts) {
     }
 }
 
-TEST_F(ResolveTest, Traces) {
+TEST_F(ResolveTest, RequestsAreTracedToTheByte) {
     EXPECT_TRUE(
         traced([] { get("1.18.0"); })
             .starts_with("GET 1.3.6.1.4.1.48019.6.1.18.0\nGET (1.3.6.1.4.1.48019.6.1.18.0)\nnow=1 \nnow=18 \n"

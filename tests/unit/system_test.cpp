@@ -4,7 +4,7 @@
 
 class SystemTest : public AgentTest {};
 
-TEST_F(SystemTest, WhatASetQueues) {
+TEST_F(SystemTest, OtherSettingsSayWhatASetQueues) {
     const std::string entry = "capwap aclist.ac_entry:0.";
     fake.item("capwap", "aclist.ac_entry:0.name", "controller");
     expect_sets({{"1.25.3", "wan_ip mgmt_vid=", {"0>4096"}, {}},
@@ -103,7 +103,9 @@ TEST_F(SystemTest, RestartAndReset) {
         EXPECT_EQ(set(oid, "integer 2"), STATUS_WRONG_VALUE);
         EXPECT_EQ(set(oid, "integer 1"), STATUS_ACCEPTED);
         EXPECT_FALSE(root.has("/tmp/reboot.log")) << "the answer comes first";
-        EXPECT_TRUE(eventually([&] { return root.read("/tmp/reboot.log") == "restarted\n"; }));
+        EXPECT_TRUE(soon(
+            "one restart", [&] { return root.read("/tmp/reboot.log") == "restarted\n"; },
+            [&] { return root.read("/tmp/reboot.log"); }));
         EXPECT_EQ(fake.resets, resets) << oid;
         std::filesystem::remove(root.path("/tmp/reboot.log"));
     }

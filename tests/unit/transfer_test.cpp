@@ -147,7 +147,7 @@ class TransferTest : public AgentTest {
     }
 };
 
-TEST_F(TransferTest, Refusals) {
+TEST_F(TransferTest, IsRefusedUntilAllIsSetAndWhileAnotherRuns) {
     zevap->sample_time = 100;
     EXPECT_EQ(get("1.63.4.0").value, "0");
     EXPECT_EQ(start_tftp(1), STATUS_WRONG_VALUE) << "nothing is set";
@@ -181,7 +181,9 @@ TEST_F(TransferTest, AStrangersFilesDoNotCount) {
         for (const char *file : files) EXPECT_EQ(file_owner(file), FileOwner::NOBODY) << file << " " << way;
         for (const char *file : files) root.put_strangers_file(file, way);
         EXPECT_EQ(start_tftp(2), STATUS_ACCEPTED) << way;
-        EXPECT_TRUE(eventually([] { return status() == "0"; })) << way;
+        EXPECT_TRUE(soon(
+            "the backup ends well", [] { return status() == "0"; }, status))
+            << way;
         EXPECT_EQ(root.read("/tmp/victim"), "precious\n");
     }
     choose_tftp(1);
