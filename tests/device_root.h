@@ -111,6 +111,7 @@ class DeviceRoot {
   public:
     DeviceRoot() {
         limit_test();
+        umask(022);  // whatever the caller's: some tests let other users in
         char folder[] = "/tmp/zevsic-test-XXXXXX";
         path_ = mkdtemp(folder);
         setenv("ZEVSIC_ROOT", path_.c_str(), 1);
