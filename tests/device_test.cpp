@@ -104,11 +104,11 @@ TEST_F(Device, WhatToolsSayIsBoundedAndSaidOnce) {
     };
     const auto lines = [](const string &text) { return std::count(text.begin(), text.end(), '\n'); };
     forget_reports();
-    EXPECT_TRUE(has(said("no-such-tool; echo b >&2; echo b >&2"), "not found\nzevsic: b\n"));
-    EXPECT_EQ(said("no-such-tool | cat; echo b >&2"), "");
+    EXPECT_TRUE(has(said("/no-such-tool; echo b >&2; echo b >&2"), "not found\nzevsic: b\n"));
+    EXPECT_EQ(said("/no-such-tool | cat; echo b >&2"), "");
     EXPECT_EQ(lines(said("for i in $(seq 200); do echo $i >&2; done")), 99) << "with one line that says so";
     forget_reports();
-    EXPECT_NE(said("no-such-tool"), "");
+    EXPECT_NE(said("/no-such-tool"), "");
     EXPECT_EQ(lines(said("head -c 5000000 /dev/zero")), 1);
     EXPECT_EQ(output, "");
     EXPECT_EQ(lines(said("yes 123456")), 1) << "which would go on for ever";
