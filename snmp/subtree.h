@@ -4,7 +4,6 @@
 // does not answer in time.
 #pragma once
 
-#include <array>
 #include <chrono>
 #include <map>
 #include <memory>
@@ -13,73 +12,8 @@
 #include <vector>
 
 #include "snmp/asker.h"
+#include "snmp/column.h"
 #include "snmp/files.h"
-#include "snmp/translate.h"
-
-struct SubtreeObject {
-    Oid oid;
-    const Object *object;
-    std::string text;  // of the OID
-    size_t table;      // place of the first object of its table; its own for a scalar
-    size_t most_rows;  // that it can have; 1 for a scalar
-};
-
-// Every object in numeric order.
-const std::vector<SubtreeObject> &subtree_objects();
-
-// Place of the object that an OID belongs to, or behind the last one that comes before it.
-size_t object_at(const Oid &oid, bool *belongs);
-
-// The arcs of an instance behind its object's OID: no row of the daemon has more, or one above 255.
-struct RowKey {
-    std::array<uint8_t, MOST_LEVELS> arcs{};
-    uint8_t size = 0;
-
-    const uint8_t *begin() const { return arcs.data(); }
-    const uint8_t *end() const { return arcs.data() + size; }
-    auto operator<=>(const RowKey &) const = default;
-};
-
-struct KnownRow {
-    RowKey key;
-    Value value;  // Syntax::OTHER: the text answered is no value of the object's syntax
-    Clock::time_point answered;
-};
-
-// A row found while a column is read: the answer to "what comes after it".
-struct RowLink {
-    RowKey key;
-    bool answered = false;
-    bool ended = false;   // nothing of this column
-    bool passed = false;  // the way along the rows went over it
-    RowKey next;
-    Value value;  // of the next row
-};
-
-// A column that is being read.
-struct ColumnReading {
-    bool active = false;
-    unsigned number = 0;  // answers to questions of an earlier one do not count
-    Clock::time_point started;
-    bool ahead = false;          // no manager waits for it yet
-    bool again = false;          // its rows were made anew in the middle once
-    bool quick = false;          // an answer came at once, so the handler has done its work
-    std::vector<RowLink> links;  // by key; the first has no key and stands for the column itself
-    std::vector<KnownRow> rows;  // in the daemon's order, as far as they are known
-};
-
-struct KnownColumn {
-    std::vector<KnownRow> rows;  // by key; what was known last
-    Clock::time_point started;   // the reading that these rows are from; the epoch: there was none
-    Clock::time_point read;      // and its end
-    Clock::time_point failed;
-    Clock::time_point dropped;  // answers to what was asked before do not count
-    size_t latest = 0;          // of the first object of a table: the column that was read last
-    Clock::time_point
-        rows_differ;  // likewise: a GET asked then found another row than was known, or one less
-    ColumnReading reading;
-    unsigned unfit = 0;  // values that the syntax could not hold
-};
 
 enum class Outcome { VALUE, NO_OBJECT, NO_INSTANCE, NO_ANSWER, PENDING };
 
@@ -151,6 +85,3 @@ Clock::time_point silent_at(const Subtree &subtree);
 
 // What is known of an object does not count any more, and of no object is it kept.
 void drop_known(Subtree *subtree, size_t index);
-
-// One line for each object that had values its syntax could not hold.
-void log_unfit(const Subtree &subtree);
