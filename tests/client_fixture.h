@@ -40,11 +40,8 @@ class Server {
         for (int fd = 0; (fd = accept(listener_, nullptr, nullptr)) >= 0;) {
             snmp_request request{};
             snmp_reply reply{};
-            // A client that goes away without a word is served nothing.
-            const ssize_t received = recv(fd, &request, sizeof request, MSG_WAITALL);
-            if (received != 0) {
-                EXPECT_EQ(received, static_cast<ssize_t>(RECORD_SIZE));
-            }
+            // What a record lacks is zero bytes.
+            EXPECT_GE(recv(fd, &request, sizeof request, 0), 0);
             const int bytes = serve_(request, &reply);
             // In two pieces: a reply need not arrive at once.
             for (int from = 0; from < bytes; from += 5000)
